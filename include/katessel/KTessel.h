@@ -1,0 +1,95 @@
+/*
+ * KTessel.h - the C interface of libKaTesselLib: the pitch of one voice or instrument, every 5 ms.
+ *
+ * An engine is made with KTessel_Create, configured once with the sample rate, the largest block and a
+ * weight file, fed blocks of mono samples with KTessel_DoProcess (or a whole recording with
+ * KTessel_DoProcessOffline), and released with KTessel_Destroy.
+ *
+ * No function checks its arguments: a null or unconfigured handle, a null output or a negative count is
+ * undefined behaviour. One engine serves one thread at a time; different engines are independent. When
+ * memory runs out, the C++ exception std::bad_alloc leaves the call.
+ */
+#ifndef KATESSEL_KTESSEL_H
+#define KATESSEL_KTESSEL_H
+
+#define KTESSEL_API __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Makes an engine. It must be configured before anything is processed; release it with KTessel_Destroy. */
+KTESSEL_API void* KTessel_Create(void);
+
+/* Releases an engine and everything it owns. A null handle is ignored. */
+KTESSEL_API void KTessel_Destroy(void* handle);
+
+/*
+ * Prepares an engine. May be called again to change rate, block size or model.
+ *
+ *   sampleRate    rate of the samples that will be passed in [Hz]
+ *   reserved      ignored; pass 0
+ *   maxBlockSize  most samples that one KTessel_DoProcess call will pass
+ *   modelPath     layer weight file
+ *
+ * Returns 0, or -1 (and changes nothing) when there is no file at modelPath. A layer that the file lacks is
+ * reported on standard output ("WARNING: NAME not loaded!") and computes as zeros; a layer of the wrong size
+ * is reported there and ends the process with status 255.
+ */
+KTESSEL_API int KTessel_Configure(int sampleRate, int reserved, int maxBlockSize, const char* modelPath, void* handle);
+
+/*
+ * Takes one block of a live signal. Allocates at most one small feature vector per frame.
+ *
+ *   input          numSamples mono samples at the configured rate, nominally -1 .. 1
+ *   numSamples     0 .. maxBlockSize
+ *   outF0          one value: frequency [Hz], 0 when unvoiced; or, with centsMode, the pitch in cents above
+ *                  440 Hz (without a mark for unvoiced frames)
+ *   outConfidence  one value, 0 or more: about the probability that the frame is voiced
+ *   centsMode      0 for Hz, anything else for cents
+ *
+ * Both outputs receive the last frame that this call completed or, when it completed none, the pair of the
+ * frame before. At 24000 Hz the first frame comes with sample 1024, then one every 120 samples.
+ * Returns 1.
+ */
+KTESSEL_API int KTessel_DoProcess(const float* input, int numSamples, float* outF0, float* outConfidence,
+                                  int centsMode, void* handle);
+
+/*
+ * Analyses a whole signal; a live signal in progress on the same engine is not disturbed.
+ *
+ *   input          numSamples mono samples at the configured rate
+ *   outF0          one value per frame: frequency [Hz], 0 when unvoiced, or cents above 440 Hz
+ *   outConfidence  one value per frame, 0 or more
+ *   centsMode      0 for Hz, anything else for cents
+ *
+ * Frame f is centred on the instant f * 5 ms. Both arrays need room for
+ * KTessel_GetNumOutputFramesForInputSamples(numSamples, handle) values.
+ * Returns the number of frames written to each array: whole 5 ms hops in the signal.
+ */
+KTESSEL_API int KTessel_DoProcessOffline(const float* input, int numSamples, float* outF0, float* outConfidence,
+                                         int centsMode, void* handle);
+
+/* Returns the analysis latency, always 1 [frames]. */
+KTESSEL_API int KTessel_GetAnalysisLatency(void);
+
+/* Returns the latency of a configured engine [samples at the configured rate]; 2160 at 48000 Hz. */
+KTESSEL_API int KTessel_GetTotalSamplesLatency(void* handle);
+
+/* Returns how many 5 ms hops numSamples samples hold, rounded to nearest, on a configured engine. */
+KTESSEL_API int KTessel_GetNumOutputFramesForInputSamples(int numSamples, void* handle);
+
+/* Returns the version text, a NUL-terminated string that belongs to the library. */
+KTESSEL_API const char* KTessel_GetVersion(void);
+
+/* Returns a copy of the version text in a new block of 100 bytes, which the caller releases with free(). */
+KTESSEL_API char* KTessel_GetVer(void);
+
+/* Copies the version text with its NUL to dst (35 bytes, not checked). Returns its length without the NUL, 34. */
+KTESSEL_API int KTessel_GetVersionInfo(char* dst);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

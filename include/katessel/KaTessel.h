@@ -1,0 +1,17 @@
+// The whole C++ side of the library: the engine CTessel and the toolkit that it is built from.
+#ifndef KATESSEL_KATESSEL_H
+#define KATESSEL_KATESSEL_H
+
+#include "katessel/CFFTOoura.h"
+#include "katessel/CKaResample.h"
+#include "katessel/CTessel.h"
+#include "katessel/Conv1x1.h"
+#include "katessel/FloatBuffer.h"
+#include "katessel/Globals.h"
+#include "katessel/InstructionSet.h"
+#include "katessel/Interpolator.h"
+#include "katessel/LayerWeights.h"
+#include "katessel/MRSpectrum.h"
+#include "katessel/WaveNet2.h"
+
+#endif

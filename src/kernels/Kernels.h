@@ -1,0 +1,68 @@
+// The vector vocabulary: every loop that costs time, with plain arguments and no knowledge of networks.
+//
+// Each kernel exists once per instruction set (Variant*.cpp); ScalarKernels.cpp holds the plain loops that say what
+// each one means. Destination first; arrays may have any alignment and must not overlap unless said otherwise.
+// Variants differ from the plain loops only by the order of summation, fused multiply-adds and, for sigmoid, tanh
+// and decibels, by a few units in the last place.
+#pragma once
+
+namespace KaTessel::kernels {
+
+struct Kernels {
+    const char* name;  // "scalar", "sse2", "avx2", "avx512"
+
+    // Sum of a[i] * b[i] over n.
+    float (*dot)(const float* a, const float* b, int n);
+
+    // out[o] = (accumulate ? out[o] : 0) + bias[o] + sum over taps t of row(t, o) . x[t], the row of nIn weights at
+    // w + t * tapStride + o * rowStride. nOut outputs; bias may be null; at most kMaxTaps taps.
+    void (*rowProduct)(float* out, const float* w, long rowStride, long tapStride, const float* const* x, int taps,
+                       int nIn, int nOut, const float* bias, bool accumulate);
+
+    // out[i] += x[i]
+    void (*accumulate)(float* out, const float* x, int n);
+
+    // out[i] *= factor
+    void (*scale)(float* out, float factor, int n);
+
+    // out[i] = a[i] * b[i]
+    void (*multiply)(float* out, const float* a, const float* b, int n);
+
+    // out[i] = (a[i] + b[i]) * factor; out may be a or b
+    void (*scaledSum)(float* out, const float* a, const float* b, float factor, int n);
+
+    // x[i] = 0 below -40, else 1 / (1 + exp(-x[i]))
+    void (*sigmoid)(float* x, int n);
+
+    void (*tanh)(float* x, int n);
+
+    // x[i] *= slope where x[i] < 0
+    void (*leakyRelu)(float* x, float slope, int n);
+
+    // out[i] = sqrt(pairs[2i]^2 + pairs[2i + 1]^2)
+    void (*magnitude)(float* out, const float* pairs, int n);
+
+    // x[i] = 20 * log10(max(x[i], floor)) * scale + offset; floor positive and normal
+    void (*scaledDecibels)(float* x, float floor, float scale, float offset, int n);
+
+    // One kernel over neighbouring bins: for k = 0 .. bins - 1 and both halves h of a complex value,
+    // out[2k + h] = sum over t < pairFloats / 2 of kernel[2t + h] * spectrum[2(k + t) + h].
+    // pairFloats is a multiple of kMaxLanes; `spectrum` holds pairFloats + 2 * (bins - 1) floats.
+    void (*convolvePairs)(float* out, const float* spectrum, const float* kernel, int pairFloats, int bins);
+
+    // Polyphase FIR: out[k] at position p = pos + k * step is a + (b - a) * t, with i = (int)p, the phase
+    // (p - i) * phases = whole part q and rest t, and a, b the products of in[i ..] with rows q and q + 1 of `table`
+    // (phases + 1 rows of `taps`). Returns the position after the last output.
+    double (*polyphase)(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
+                        int phases);
+};
+
+constexpr int kMaxLanes = 16;  // floats of the widest vector
+constexpr int kMaxTaps = 8;    // taps of one rowProduct
+
+// The variant in use.
+extern const Kernels* active;
+
+extern const Kernels kScalar, kSse2, kAvx2, kAvx512;
+
+}  // namespace KaTessel::kernels

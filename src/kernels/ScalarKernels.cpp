@@ -1,0 +1,93 @@
+// The kernels as plain loops: what every other variant is tested against.
+#include <math.h>
+
+#include "kernels/Kernels.h"
+
+namespace KaTessel::kernels {
+namespace {
+
+float dot(const float* a, const float* b, int n) {
+    float sum = 0.0f;
+    for (int i = 0; i < n; ++i) sum += a[i] * b[i];
+    return sum;
+}
+
+void rowProduct(float* out, const float* w, long rowStride, long tapStride, const float* const* x, int taps, int nIn,
+                int nOut, const float* bias, bool accumulate) {
+    for (int o = 0; o < nOut; ++o) {
+        float sum = 0.0f;
+        for (int t = 0; t < taps; ++t) sum += dot(w + t * tapStride + o * rowStride, x[t], nIn);
+        if (bias != nullptr) sum += bias[o];
+        out[o] = accumulate ? out[o] + sum : sum;
+    }
+}
+
+void accumulate(float* out, const float* x, int n) {
+    for (int i = 0; i < n; ++i) out[i] += x[i];
+}
+
+void scale(float* out, float factor, int n) {
+    for (int i = 0; i < n; ++i) out[i] *= factor;
+}
+
+void multiply(float* out, const float* a, const float* b, int n) {
+    for (int i = 0; i < n; ++i) out[i] = a[i] * b[i];
+}
+
+void scaledSum(float* out, const float* a, const float* b, float factor, int n) {
+    for (int i = 0; i < n; ++i) out[i] = (a[i] + b[i]) * factor;
+}
+
+void sigmoid(float* x, int n) {
+    for (int i = 0; i < n; ++i) x[i] = x[i] < -40.0f ? 0.0f : 1.0f / (1.0f + expf(-x[i]));
+}
+
+void hyperbolicTangent(float* x, int n) {
+    for (int i = 0; i < n; ++i) x[i] = tanhf(x[i]);
+}
+
+void leakyRelu(float* x, float slope, int n) {
+    for (int i = 0; i < n; ++i)
+        if (x[i] < 0.0f) x[i] *= slope;
+}
+
+void magnitude(float* out, const float* pairs, int n) {
+    for (int i = 0; i < n; ++i) out[i] = sqrtf(pairs[2 * i] * pairs[2 * i] + pairs[2 * i + 1] * pairs[2 * i + 1]);
+}
+
+void scaledDecibels(float* x, float floor, float factor, float offset, int n) {
+    for (int i = 0; i < n; ++i) x[i] = 20.0f * log10f(x[i] > floor ? x[i] : floor) * factor + offset;
+}
+
+void convolvePairs(float* out, const float* spectrum, const float* kernel, int pairFloats, int bins) {
+    for (int k = 0; k < bins; ++k) {
+        float re = 0.0f, im = 0.0f;
+        for (int t = 0; t < pairFloats; t += 2) {
+            re += kernel[t] * spectrum[2 * k + t];
+            im += kernel[t + 1] * spectrum[2 * k + t + 1];
+        }
+        out[2 * k] = re;
+        out[2 * k + 1] = im;
+    }
+}
+
+double polyphase(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
+                 int phases) {
+    for (int k = 0; k < count; ++k, pos += step) {
+        const int whole = static_cast<int>(pos);
+        const double phase = (pos - whole) * phases;
+        const int row = static_cast<int>(phase);
+        const float rest = static_cast<float>(phase - row);
+        const float a = dot(in + whole, table + row * taps, taps);
+        const float b = dot(in + whole, table + (row + 1) * taps, taps);
+        out[k] = a + (b - a) * rest;
+    }
+    return pos;
+}
+
+}  // namespace
+
+const Kernels kScalar = {"scalar",  dot,       rowProduct, accumulate,     scale,         multiply, scaledSum, sigmoid,
+                         hyperbolicTangent, leakyRelu, magnitude,  scaledDecibels, convolvePairs, polyphase};
+
+}  // namespace KaTessel::kernels

@@ -1,0 +1,143 @@
+// Reading a layer weight file into records.
+//
+// Every count in the file is checked against the bytes that are left before anything is allocated for it, so a
+// damaged file costs no more memory than its own size.
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include "katessel/LayerWeights.h"
+
+namespace KaTessel {
+namespace {
+
+constexpr std::uint32_t kMaxLayers = 10000;
+constexpr int kMaxRank = 10;
+
+// Reads little-endian values one after the other and remembers the first thing that went wrong.
+class Reader {
+public:
+    explicit Reader(const std::string& path) : m_file(std::fopen(path.c_str(), "rb"), &std::fclose) {
+        if (!m_file) {
+            fail("cannot be opened");
+            return;
+        }
+        // A folder opens, but has no size.
+        if (std::fseek(m_file.get(), 0, SEEK_END) != 0 || (m_left = std::ftell(m_file.get())) < 0 ||
+            std::fseek(m_file.get(), 0, SEEK_SET) != 0)
+            fail("cannot be read");
+    }
+
+    bool good() const { return m_why.empty(); }
+    const std::string& why() const { return m_why; }
+    std::int64_t bytesLeft() const { return m_left; }
+
+    bool fail(std::string why) {
+        if (m_why.empty()) m_why = std::move(why);
+        return false;
+    }
+
+    // Reads `bytes` bytes that belong to `what`.
+    bool read(void* to, std::int64_t bytes, const char* what) {
+        if (!good()) return false;
+        if (bytes > m_left || std::fread(to, 1, static_cast<std::size_t>(bytes), m_file.get()) !=
+                                  static_cast<std::size_t>(bytes))
+            return fail(std::string("ends within ") + what);
+        m_left -= bytes;
+        return true;
+    }
+
+    bool readInt(std::int32_t& value, const char* what) { return read(&value, sizeof value, what); }
+
+private:
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> m_file;
+    std::int64_t m_left = 0;
+    std::string m_why;
+};
+
+std::string at(const T_FileLayerWeights& layer, int tensor) {
+    return "layer \"" + layer.name + "\", tensor " + std::to_string(tensor) + ": ";
+}
+
+bool readName(Reader& in, int index, T_FileLayerWeights& layer) {
+    std::uint8_t length = 0;
+    if (!in.read(&length, 1, "a layer's name length")) return false;
+    if (length == 0) return in.fail("layer " + std::to_string(index) + " has an empty name");
+    char name[256] = {};
+    if (!in.read(name, length, "a layer's name")) return false;
+    layer.name = name;  // up to the first zero byte
+    return true;
+}
+
+bool readTensor(Reader& in, const T_FileLayerWeights& layer, int index, T_FileTensor& tensor) {
+    if (!in.readInt(tensor.rank, "a tensor's rank")) return false;
+    if (tensor.rank < 1 || tensor.rank > kMaxRank)
+        return in.fail(at(layer, index) + "rank " + std::to_string(tensor.rank) + ", expected 1 to 10");
+    std::int64_t count = 1;
+    for (int d = 0; d < tensor.rank; ++d) {
+        if (!in.readInt(tensor.dimensions[d], "a tensor's dimensions")) return false;
+        if (tensor.dimensions[d] < 1)
+            return in.fail(at(layer, index) + "dimension " + std::to_string(tensor.dimensions[d]) +
+                           ", expected 1 or more");
+        count *= tensor.dimensions[d];
+        if (count * static_cast<std::int64_t>(sizeof(float)) > in.bytesLeft())
+            return in.fail(at(layer, index) + "more values than the file holds");
+    }
+    tensor.values = new float[static_cast<std::size_t>(count)];
+    tensor.count = static_cast<int>(count);
+    return in.read(tensor.values, count * static_cast<std::int64_t>(sizeof(float)), "a tensor's values");
+}
+
+bool readLayer(Reader& in, int index, T_FileLayerWeights& layer) {
+    if (!readName(in, index, layer)) return false;
+    std::int32_t count = 0;
+    if (!in.readInt(count, "a layer's tensor count")) return false;
+    // The smallest tensor is a rank, one dimension and one value.
+    if (count < 0 || count > in.bytesLeft() / 12)
+        return in.fail("layer \"" + layer.name + "\" claims " + std::to_string(count) + " tensors");
+    if (count == 0) return true;
+    layer.tensors = new T_FileTensor[static_cast<std::size_t>(count)];
+    layer.tensorCount = count;
+    for (int t = 0; t < count; ++t)
+        if (!readTensor(in, layer, t, layer.tensors[t])) return false;
+    return true;
+}
+
+}  // namespace
+
+LayerFile::~LayerFile() { release(); }
+
+LayerFile::LayerFile(LayerFile&& other) noexcept : m_layers(std::exchange(other.m_layers, {})) {}
+
+LayerFile& LayerFile::operator=(LayerFile&& other) noexcept {
+    std::swap(m_layers, other.m_layers);
+    return *this;
+}
+
+void LayerFile::release() {
+    for (T_FileLayerWeights& layer : m_layers) {
+        for (int t = 0; t < layer.tensorCount; ++t) delete[] layer.tensors[t].values;
+        delete[] layer.tensors;
+    }
+    m_layers.clear();
+}
+
+bool LayerFile::read(const std::string& path, std::string* why) {
+    release();
+    Reader in(path);
+    std::uint32_t count = 0;
+    if (in.read(&count, sizeof count, "the layer count") && count > kMaxLayers)
+        in.fail("claims " + std::to_string(count) + " layers, expected at most " + std::to_string(kMaxLayers));
+    if (in.good()) {
+        m_layers.resize(count);
+        for (std::uint32_t i = 0; i < count; ++i)
+            if (!readLayer(in, static_cast<int>(i), m_layers[i])) break;
+    }
+    if (in.good()) return true;
+    release();
+    if (why != nullptr) *why = in.why();
+    return false;
+}
+
+}  // namespace KaTessel

@@ -1,0 +1,61 @@
+// The loaders that layers are built with: buffers of the right size, filled from the weight file or left at zero.
+#include "katessel/FloatBuffer.h"
+#include "katessel/LayerWeights.h"
+#include "modelio/LayerCopy.h"
+#include "modelio/Messages.h"
+
+namespace KaTessel {
+namespace {
+
+void loadOrWarn(const LayerRequest& request, const std::string& path) {
+    if (!loadLayer(request, path)) printMessage("WARNING: %s not loaded!\n", request.name.c_str());
+}
+
+}  // namespace
+
+void init_and_load_b(std::string path, std::string layerName, float*& bias, int n) {
+    init_buf(bias, n);
+    LayerRequest request;
+    request.name = std::move(layerName);
+    request.bias = &bias;
+    request.biasCapacity = n;
+    loadOrWarn(request, path);
+}
+
+void init_and_load_var(std::string path, std::string layerName, float*& values, int n) {
+    init_buf(values, n);
+    LayerRequest request;
+    request.name = std::move(layerName);
+    request.weights = values;
+    request.weightCapacity = n;
+    request.expectedSize = n;
+    request.biasWasMalloced = true;
+    loadOrWarn(request, path);
+}
+
+void init_and_load_wb(std::string path, std::string layerName, float*& weights, float*& bias, int rows, int cols) {
+    init_buf(weights, rows * cols);
+    init_buf(bias, cols);
+    LayerRequest request;
+    request.name = std::move(layerName);
+    request.weights = weights;
+    request.weightCapacity = rows * cols;
+    request.bias = &bias;
+    request.biasCapacity = cols;
+    request.expectedSize = rows * cols;
+    loadOrWarn(request, path);
+}
+
+bool loadSingleModelWeights(std::string path, std::string layerName, float* weights, float*& bias, int expectedSize,
+                            bool biasWasMalloced) {
+    LayerRequest request;
+    request.name = std::move(layerName);
+    request.weights = weights;
+    request.bias = &bias;
+    request.expectedSize = expectedSize;
+    if (expectedSize != -1) request.weightCapacity = expectedSize;
+    request.biasWasMalloced = biasWasMalloced;
+    return loadLayer(request, path);
+}
+
+}  // namespace KaTessel
