@@ -138,7 +138,7 @@ bool copyFileLayerWeights(std::string layerName, int layerCount, T_FileLayerWeig
     if (expectedSize != -1) request.weightCapacity = expectedSize;
     request.allowWeightNormalisation = allowWeightNormalisation;
     request.biasWasMalloced = biasWasMalloced;
-    if (mask != nullptr) printMessage("Error: not implemented");
+    if (mask != nullptr && findFileLayer(request.name, layerCount, layers) >= 0) printMessage("Error: not implemented");
     return copyLayer(request, layerCount, layers);
 }
 
