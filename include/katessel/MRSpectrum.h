@@ -71,7 +71,7 @@ public:
     // Builds, ahead of the first frame, what a call with these arguments would build.
     void PrepareMR(long length, char windowType, float padFactor, bool centred, float sampleRate);
 
-    // Releases the windows' kernels; the next call builds them only if its arguments differ from the last.
+    // Releases the windows' kernels; the next call builds them again.
     void FreeMR();
 
     // Fills the tables of sin(k pi / 2^s), cos(k pi / 2^s) and 2^s, s = 0 .. 17. The analysis does not read them.
@@ -114,11 +114,10 @@ public:
     float BlackmanHarris92FFT(float f);
 
 private:
-    void buildFrameWindow(long length);
     void buildKernels(long length, char windowType, float padFactor, bool centred, float sampleRate);
     void planResolutions(long length, float sampleRate);
     void buildKernel(int resolution, char windowType, float padFactor, bool centred);
-    void convolve(const float* spectrum);
+    void convolve(float* spectrum);
     void extendSpectrum(const float* spectrum);
 
     CFFTOoura m_fft;

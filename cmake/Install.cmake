@@ -1,0 +1,22 @@
+# What an installation holds: headers, library, package descriptions, the default model, the tool.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS KaTesselLib EXPORT KaTesselTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/katessel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES models/default.weights models/default.json DESTINATION ${CMAKE_INSTALL_DATADIR}/katessel)
+
+# find_package(KaTessel): the target KaTessel::KaTesselLib and the variable KaTessel_DEFAULT_MODEL.
+set(KATESSEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KaTessel)
+set(KATESSEL_MODEL_DIR ${CMAKE_INSTALL_DATADIR}/katessel)
+install(EXPORT KaTesselTargets NAMESPACE KaTessel:: DESTINATION ${KATESSEL_CMAKE_DIR})
+configure_package_config_file(cmake/KaTesselConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/KaTesselConfig.cmake
+  INSTALL_DESTINATION ${KATESSEL_CMAKE_DIR} PATH_VARS KATESSEL_MODEL_DIR)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/KaTesselConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/KaTesselConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/KaTesselConfigVersion.cmake
+  DESTINATION ${KATESSEL_CMAKE_DIR})
+
+# pkg-config katessel: flags, and the variable `model`.
+configure_file(cmake/katessel.pc.in ${CMAKE_CURRENT_BINARY_DIR}/katessel.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/katessel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

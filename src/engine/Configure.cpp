@@ -1,0 +1,105 @@
+// Preparing an engine for a rate, a block size and a model.
+#include <sys/stat.h>
+
+#include "engine/Constants.h"
+#include "engine/Filterbank.h"
+#include "katessel/CTessel.h"
+#include "katessel/FloatBuffer.h"
+#include "katessel/LayerWeights.h"
+
+namespace KaTessel {
+namespace {
+
+T_WN2_conf encoderShape(const std::string& modelPath) {
+    T_WN2_conf conf;
+    conf.file = modelPath;
+    conf.name = "ENCODER";
+    conf.nInputs = kBands;
+    conf.nCond = 0;
+    conf.nState = 0;
+    conf.initialKernel = 1;
+    conf.kernel = 3;
+    conf.dilationCycle = 2;
+    conf.nLayers = 3;
+    conf.firstSkipLayer = 0;
+    conf.nResidual = 70;
+    conf.nSkip = 120;
+    conf.meanSkip = true;
+    conf.tanhResidual = false;
+    conf.tanhInitial = false;
+    conf.resOneByOne = false;
+    return conf;
+}
+
+// Replaces an array of the engine by n zeros; released first, so that a repeated configure() leaks nothing.
+void renew(float*& array, long n) {
+    delete[] array;
+    array = nullptr;
+    array = new float[n]();
+}
+
+void renewBuffer(float*& buffer, int n) {
+    free_buf(buffer);
+    init_buf(buffer, n);
+}
+
+void loadHead(const std::string& path, const char* layer, float*& weights, float*& bias, int inputs, int outputs) {
+    free_buf(weights);
+    free_buf(bias);
+    init_and_load_wb(path, layer, weights, bias, inputs, outputs);
+}
+
+}  // namespace
+
+int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, char const* newModelPath) {
+    struct stat status;
+    if (stat(newModelPath, &status) != 0) return -1;
+
+    sampleRate = newSampleRate;
+    internalRate = kInternalRate;
+    renewBuffer(magnitude, kBins);
+    delete[] spectrumAux;
+    spectrumAux = nullptr;
+    delete[] complexSpectrum;
+    complexSpectrum = nullptr;
+    hopSize = hopSize2 = static_cast<int>(static_cast<float>(internalRate) * kHopSeconds);
+    if (internalRate != sampleRate) {
+        resampler.configure(maxBlockSize);
+        rateRatio = static_cast<float>(sampleRate) / static_cast<float>(internalRate);
+        renew(resampled, static_cast<long>(static_cast<float>(maxBlockSize) / rateRatio));
+    }
+    lastF0 = lastConfidence = 0.0f;
+    fftSize = kFftSize;
+    freeFilterbank(filterbank, numBands);
+    numBands = kBands;
+    renew(frame, fftSize + 1);
+    readPos = writePos = 0;
+    ringSize = internalRate;
+    renew(ring, ringSize);
+    filterbank = makeFilterbank();
+    modelPath = newModelPath;
+
+    encoderConf = encoderShape(modelPath);
+    receptiveField = calc_receptive_field(encoderConf.nLayers, encoderConf.dilationCycle, encoderConf.initialKernel,
+                                          encoderConf.kernel);
+    wavenet2_free(encoder);
+    encoder = nullptr;
+    encoder = wavenet2_init(encoderConf);
+    featureHistory.assign(static_cast<std::size_t>(receptiveField),
+                          std::vector<float>(static_cast<std::size_t>(numBands), 0.0f));
+
+    const int channels = encoder->nSkip;
+    renewBuffer(hidden1, channels);
+    loadHead(modelPath, "enc_out1", out1Weights, out1Bias, channels, channels);
+    renewBuffer(headOut, 2);
+    loadHead(modelPath, "enc_out2", out2Weights, out2Bias, channels, 2);
+    // Adds to what an earlier configure() left: hosts that configure twice have always seen the sum.
+    for (int l = encoder->nLayers - 1; l >= 0; --l)
+        lookahead += (encoder->kernel - 1) * encoder->layers[l].dilation / 2;
+
+    // The windows are built here and not in the first frame, which may be in a hurry.
+    spectrum.PrepareMR(kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
+    return 0;
+}
+
+}  // namespace KaTessel

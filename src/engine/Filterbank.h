@@ -1,0 +1,22 @@
+// The 150 mel bands that turn a magnitude spectrum into features.
+//
+// Triangles whose 152 edges are equally spaced in mel (66.7 Hz per mel below 1000 Hz, logarithmic above) from 5 to
+// 7000 Hz, each of unit area in Hz, sampled at the bins of a 1024-point spectrum at 24 kHz. The mel scale is that of
+// M. Slaney, "Auditory Toolbox", 1998. A trained model expects these very numbers: 589 weights on bins 1 to 298.
+#pragma once
+
+namespace KaTessel {
+
+// Rows of kBins weights, one per band, made with array new; release with freeFilterbank.
+float** makeFilterbank();
+
+// Releases every row and the table of `bands` rows and sets it to null.
+void freeFilterbank(float**& filterbank, int bands);
+
+// Band energies: energies[b] = sum of the band's weights times the magnitudes.
+//   filterbank  from makeFilterbank; only the bins that a band covers are visited, all others weigh nothing
+//   magnitude   kBins values
+//   energies    kBands values
+void bandEnergies(const float* const* filterbank, const float* magnitude, float* energies);
+
+}  // namespace KaTessel

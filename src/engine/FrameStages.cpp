@@ -1,0 +1,44 @@
+// The stages of one analysis frame: spectrum, bands, network, heads. Streaming and offline processing share the first
+// two, so that they hear the same features.
+#include <math.h>
+
+#include "engine/Constants.h"
+#include "engine/Filterbank.h"
+#include "kernels/Kernels.h"
+#include "katessel/CTessel.h"
+#include "katessel/Conv1x1.h"
+
+namespace KaTessel {
+
+void CTessel::spectrumStage() {
+    long lastBin = 0;
+    spectrum.DoMultiresolutionSpectrum(frame, kAnalysisLength, kWindowFamily, -200.0f, &spectrumAux, nullptr,
+                                       &lastBin, kSpectrumOnly, &complexSpectrum, 1.0f, true, kAnalysisRate);
+    // The two end bins are real and stand at the front.
+    const int half = kBins - 1;
+    magnitude[0] = fabsf(complexSpectrum[0]);
+    magnitude[half] = fabsf(complexSpectrum[1]);
+    kernels::active->magnitude(magnitude + 1, complexSpectrum + 2, half - 1);
+}
+
+void CTessel::bandStage(float* features) {
+    bandEnergies(filterbank, magnitude, features);
+    kernels::active->scaledDecibels(features, kSmallestEnergy, kPerDecibel, 1.0f, numBands);
+}
+
+void CTessel::networkStage(float* features) {
+    constexpr int kNoFrameIndex = -1000;
+    wavenet2_step_noncausal(features, encoder, kNoFrameIndex, nullptr);
+}
+
+void CTessel::headStage() {
+    const kernels::Kernels& vec = *kernels::active;
+    const int channels = encoder->nSkip;
+    vec.leakyRelu(encoder->skipSum, kLeakySlope, channels);
+    conv1x1(encoder->skipSum, hidden1, out1Weights, out1Bias, channels, channels, -1, -1, false, nullptr, 0, 0, 0,
+            -1);
+    vec.leakyRelu(hidden1, kLeakySlope, channels);
+    conv1x1(hidden1, headOut, out2Weights, out2Bias, channels, 2, -1, -1, false, nullptr, 0, 0, 0, -1);
+}
+
+}  // namespace KaTessel
