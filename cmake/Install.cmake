@@ -18,5 +18,7 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/KaTesselConfig.cmake ${CMAKE_CURRENT_B
   DESTINATION ${KATESSEL_CMAKE_DIR})
 
 # pkg-config katessel: flags, and the variable `model`.
+# The way from its folder back to the prefix, so that an installation can be moved.
+file(RELATIVE_PATH KATESSEL_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/katessel.pc.in ${CMAKE_CURRENT_BINARY_DIR}/katessel.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/katessel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

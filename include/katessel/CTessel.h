@@ -32,10 +32,10 @@ public:
     int doProcess(float* outF0, float* outConfidence, int centsMode);
 
     // The stages of one frame in their order, each reading what the one before left.
-    void spectrumStage();               // frame -> complexSpectrum -> magnitude
-    void bandStage(float* features);    // magnitude -> numBands features, dB / 70 + 1
-    void networkStage(float* features); // features -> encoder->skipSum
-    void headStage();                   // encoder->skipSum (rectified in place) -> hidden1 -> headOut
+    void spectrumStage(float* samples);  // fftSize + 1 samples (`frame`) -> complexSpectrum -> magnitude
+    void bandStage(float* features);     // magnitude -> numBands features, dB / 70 + 1
+    void networkStage(float* features);  // features -> encoder->skipSum
+    void headStage();                    // encoder->skipSum (rectified in place) -> hidden1 -> headOut
 
     int sampleRate = 0;    // [Hz] of the host
     int internalRate = 0;  // [Hz] 24000

@@ -32,7 +32,7 @@ void stageOfFirstKind(int n, float* a) {
             butterfly1(x0, x1, x2, x3, w1, w3);
         });
     };
-    PhaseWalk walk(static_cast<float>(kHalfPi / (n / 4)), 0, 1, kBlockPoints);
+    PhaseWalk<true> walk(static_cast<float>(kHalfPi / (n / 4)), 0, 1, kBlockPoints);
     at(0, {1.0f, 0.0f}, {1.0f, 0.0f});
     for (int p = 1; p < quarter / 2; ++p) {
         walk.advance();
@@ -57,7 +57,7 @@ void CFFTOoura::cftmdl2(int n, float* a) {
         });
     };
     // Frequencies shifted by half a bin: half the angle of the first kind.
-    PhaseWalk walk(static_cast<float>(kHalfPi / (n / 4)) * 0.5f, 0, 1, kBlockPoints);
+    PhaseWalk<true> walk(static_cast<float>(kHalfPi / (n / 4)) * 0.5f, 0, 1, kBlockPoints);
     at(0, {1.0f, 0.0f}, {kCosPi4, kCosPi4}, {1.0f, 0.0f}, {-kCosPi4, kCosPi4});
     for (int p = 1; p < quarter / 2; ++p) {
         walk.advance();

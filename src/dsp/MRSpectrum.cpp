@@ -121,18 +121,19 @@ long MRSpectrum::DoMultiresolutionSpectrum(short* input, long length, char windo
 // mirrored ones, deliberately without conjugation; the two real end bins have imaginary part 0.
 void MRSpectrum::extendSpectrum(const float* spectrum) {
     const int half = m_fftLen / 2;
-    for (int e = 0; e < half + m_taps; ++e) {
+    const auto mirrored = [&](int e) {
         int m = std::abs(e - m_halfTaps) % m_fftLen;
         if (m > half) m = m_fftLen - m;
         float* pair = m_extended.data() + 2 * e;
-        if (m == 0 || m == half) {
-            pair[0] = spectrum[m == 0 ? 0 : 1];
-            pair[1] = 0.0f;
-        } else {
-            pair[0] = spectrum[2 * m];
-            pair[1] = spectrum[2 * m + 1];
-        }
-    }
+        const bool real = m == 0 || m == half;
+        pair[0] = spectrum[m == half && half > 0 ? 1 : 2 * m];
+        pair[1] = real ? 0.0f : spectrum[2 * m + 1];
+    };
+    // Bins 1 .. half - 1 as they stand, the others one by one.
+    const int inside = m_halfTaps + 1, last = m_halfTaps + half;
+    for (int e = 0; e < inside; ++e) mirrored(e);
+    if (half > 1) std::copy_n(spectrum + 2, 2 * (half - 1), m_extended.data() + 2 * inside);
+    for (int e = std::max(last, inside); e < half + m_taps; ++e) mirrored(e);
 }
 
 // Replaces the spectrum by its convolution, bin by bin, with the kernel of the bin's resolution.

@@ -21,7 +21,7 @@ template <bool kInverse>
 void mixMirroredBins(int n, float* a) {
     const int points = n / 2;
     // From a quarter turn, where c is 0, downwards.
-    PhaseWalk walk(static_cast<float>(kPi / n), points / 2, -1, kBlockPoints);
+    PhaseWalk<false> walk(static_cast<float>(kPi / n), points / 2, -1, kBlockPoints);
     for (int k = points / 2 - 1; k >= 1; --k) {
         walk.advance();
         const Complex w = walk.first();

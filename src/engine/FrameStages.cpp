@@ -10,9 +10,9 @@
 
 namespace KaTessel {
 
-void CTessel::spectrumStage() {
+void CTessel::spectrumStage(float* samples) {
     long lastBin = 0;
-    spectrum.DoMultiresolutionSpectrum(frame, kAnalysisLength, kWindowFamily, -200.0f, &spectrumAux, nullptr,
+    spectrum.DoMultiresolutionSpectrum(samples, kAnalysisLength, kWindowFamily, -200.0f, &spectrumAux, nullptr,
                                        &lastBin, kSpectrumOnly, &complexSpectrum, 1.0f, true, kAnalysisRate);
     // The two end bins are real and stand at the front.
     const int half = kBins - 1;

@@ -1,4 +1,86 @@
+// Whole recordings: the batch form of the network, one value per 5 ms.
+//
+// The signal is taken in segments, so that memory does not grow with its length: each segment of frames is analysed
+// with the network's context on both sides and gives the values that the whole sequence at once would.
+#include <math.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "engine/Constants.h"
+#include "engine/PitchScale.h"
+#include "engine/SignalReader.h"
+#include "kernels/Kernels.h"
 #include "katessel/CTessel.h"
+#include "nn/FrameLayer.h"
+#include "nn/WaveNet2Sequence.h"
+
 namespace KaTessel {
-int CTessel::doProcessOffline(float const*, int, float*, float*, int) { return 0; }
+namespace {
+
+constexpr int kSegmentFrames = 504;  // a multiple of every product's tile
+
+// The two heads over blocks of frames.
+class SequenceHeads {
+public:
+    SequenceHeads(const CTessel& engine, int channels) : m_first(1, channels), m_second(1, channels) {
+        m_first.add(engine.out1Weights, engine.out1Bias, channels);
+        m_second.add(engine.out2Weights, engine.out2Bias, 2);
+    }
+
+    // Rectifies `skip` in place and leaves both outputs per frame in `result`.
+    void process(FrameBlock& skip, FrameBlock& result) {
+        const kernels::Kernels& vec = *kernels::active;
+        vec.leakyRelu(skip.frame(0), kLeakySlope, static_cast<int>(skip.size()));
+        m_first.apply(skip, 1, m_hidden);
+        vec.leakyRelu(m_hidden.frame(0), kLeakySlope, static_cast<int>(m_hidden.size()));
+        m_second.apply(m_hidden, 1, result);
+    }
+
+private:
+    FrameLayer m_first, m_second;
+    FrameBlock m_hidden;
+};
+
+// Octaves to the value that the caller asked for.
+float offlinePitch(float octaves, int centsMode) {
+    if (centsMode != 0) return octaves * kCentsPerOctave;
+    return octaves < kOfflineUnvoiced ? 0.0f : kReferenceHz * expf(octaves * 0.6931472f);
 }
+
+}  // namespace
+
+int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, float* outConfidence,
+                              int centsMode) {
+    const int hop = static_cast<int>(internalRate * 0.005 + 0.5);
+    SignalReader signal(input, numSamples, sampleRate == internalRate ? 1.0f : rateRatio, resampler);
+    const int frames = static_cast<int>(static_cast<double>(static_cast<float>(signal.length())) * 200.0 / internalRate);
+    SequenceNetwork network(*encoder);
+    SequenceHeads heads(*this, encoder->nSkip);
+    const int context = network.context();
+    const int half = (kAnalysisLength - 1) / 2;
+
+    FrameBlock features, skip, outputs;
+    std::vector<float> samples(kAnalysisLength);
+    for (int first = 0; first < frames; first += kSegmentFrames) {
+        const int last = std::min(first + kSegmentFrames, frames);
+        const int begin = std::max(first - context, 0), end = std::min(last + context, frames);
+        features.reset(end - begin, numBands, network.lead());
+        for (int f = begin; f < end; ++f) {
+            // Centred on sample f * hop; what lies outside the signal reads as 0.
+            signal.read(static_cast<long>(f) * hop - half, kAnalysisLength, samples.data());
+            spectrumStage(samples.data());
+            bandStage(features.frame(f - begin));
+        }
+        network.process(features, skip);
+        heads.process(skip, outputs);
+        for (int f = first; f < last; ++f) {
+            const float* y = outputs.frame(f - begin);
+            outF0[f] = offlinePitch(offlineOctaves(y[0]), centsMode);
+            outConfidence[f] = confidenceOf(y[1]);
+        }
+    }
+    return frames;
+}
+
+}  // namespace KaTessel

@@ -1,8 +1,6 @@
 // What the network's two outputs mean.
 #pragma once
 
-#include <math.h>
-
 namespace KaTessel {
 
 // Second output to confidence: 1 at 0, falling to 0 at 0.04, not limited above.
@@ -16,6 +14,12 @@ inline float streamingOctaves(float pitch) { return (1.0f + pitch) * 2.187756f -
 
 // First output below which a streaming frame is unvoiced, about 1.4 Hz.
 constexpr float kStreamingUnvoiced = -3.4073477f;
+
+// The offline form has an offset and a threshold of its own: deliberate, its frames are aligned differently.
+inline float offlineOctaves(float pitch) { return (pitch + 1.0f) * 2.187756f - 3.0586433f; }
+
+// Octaves below which an offline frame is unvoiced: the same frequency as above.
+constexpr float kOfflineUnvoiced = -8.333333f;
 
 constexpr float kCentsPerOctave = 1200.0f;
 constexpr float kReferenceHz = 440.0f;

@@ -1,4 +1,7 @@
 // Live processing: blocks in, one frame every 120 samples at 24 kHz.
+#include <math.h>
+
+#include <algorithm>
 #include <vector>
 
 #include "engine/Constants.h"
@@ -32,10 +35,9 @@ int CTessel::doProcess(float const* input, int numSamples, float* outF0, float* 
         appendToRing(resampled, count);
     }
     while (unreadSamples() >= fftSize) {
-        for (int i = 0; i < fftSize; ++i) {
-            const int at = readPos + i;
-            frame[i] = ring[at < ringSize ? at : at - ringSize];
-        }
+        const int untilWrap = std::min(fftSize, ringSize - readPos);
+        std::copy_n(ring + readPos, untilWrap, frame);
+        std::copy_n(ring, fftSize - untilWrap, frame + untilWrap);
         readPos = (readPos + hopSize) % ringSize;
         doProcess(outF0, outConfidence, centsMode);
     }
@@ -44,7 +46,7 @@ int CTessel::doProcess(float const* input, int numSamples, float* outF0, float* 
 
 int CTessel::doProcess(float* outF0, float* outConfidence, int centsMode) {
     std::vector<float> features(static_cast<std::size_t>(numBands), 0.0f);
-    spectrumStage();
+    spectrumStage(frame);
     bandStage(features.data());
     networkStage(features.data());
     headStage();

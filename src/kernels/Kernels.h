@@ -10,6 +10,7 @@ namespace KaTessel::kernels {
 
 struct Kernels {
     const char* name;  // "scalar", "sse2", "avx2", "avx512"
+    int panel;         // outputs that frameProduct computes side by side
 
     // Sum of a[i] * b[i] over n.
     float (*dot)(const float* a, const float* b, int n);
@@ -18,6 +19,12 @@ struct Kernels {
     // w + t * tapStride + o * rowStride. nOut outputs; bias may be null; at most kMaxTaps taps.
     void (*rowProduct)(float* out, const float* w, long rowStride, long tapStride, const float* const* x, int taps,
                        int nIn, int nOut, const float* bias, bool accumulate);
+
+    // Many frames at once: for f < frames and o < nOut, out[f * outStride + o] = (accumulate ? what it holds : 0) +
+    // bias[o] + sum over taps t and inputs i of weight(t, i, o) * x[t][f * xStride + i]. bias may be null.
+    //   packed  blocks of `panel` outputs (the last one filled up with zeros), each taps * nIn rows of `panel` weights
+    void (*frameProduct)(float* out, long outStride, int frames, int nOut, const float* packed, const float* const* x,
+                         long xStride, int taps, int nIn, const float* bias, bool accumulate);
 
     // out[i] += x[i]
     void (*accumulate)(float* out, const float* x, int n);
@@ -58,7 +65,7 @@ struct Kernels {
 };
 
 constexpr int kMaxLanes = 16;  // floats of the widest vector
-constexpr int kMaxTaps = 8;    // taps of one rowProduct
+constexpr int kMaxTaps = 8;    // most taps of one rowProduct
 
 // The variant in use.
 extern const Kernels* active;

@@ -22,6 +22,21 @@ void rowProduct(float* out, const float* w, long rowStride, long tapStride, cons
     }
 }
 
+constexpr int kPanel = 4;
+
+void frameProduct(float* out, long outStride, int frames, int nOut, const float* packed, const float* const* x,
+                  long xStride, int taps, int nIn, const float* bias, bool accumulate) {
+    for (int f = 0; f < frames; ++f)
+        for (int o = 0; o < nOut; ++o) {
+            const float* panel = packed + static_cast<long>(o / kPanel) * taps * nIn * kPanel + o % kPanel;
+            float sum = bias != nullptr ? bias[o] : 0.0f;
+            for (int t = 0; t < taps; ++t)
+                for (int i = 0; i < nIn; ++i) sum += panel[(t * nIn + i) * kPanel] * x[t][f * xStride + i];
+            float& to = out[f * outStride + o];
+            to = accumulate ? to + sum : sum;
+        }
+}
+
 void accumulate(float* out, const float* x, int n) {
     for (int i = 0; i < n; ++i) out[i] += x[i];
 }
@@ -87,7 +102,7 @@ double polyphase(float* out, int count, const float* in, double pos, double step
 
 }  // namespace
 
-const Kernels kScalar = {"scalar",  dot,       rowProduct, accumulate,     scale,         multiply, scaledSum, sigmoid,
+const Kernels kScalar = {"scalar", kPanel, dot, rowProduct, frameProduct, accumulate,     scale,         multiply, scaledSum, sigmoid,
                          hyperbolicTangent, leakyRelu, magnitude,  scaledDecibels, convolvePairs, polyphase};
 
 }  // namespace KaTessel::kernels

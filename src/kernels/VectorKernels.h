@@ -137,6 +137,53 @@ void rowProduct(float* out, const float* w, long rowStride, long tapStride, cons
     }
 }
 
+// A tile of frames by kPanel outputs: the weights of one input are loaded once for all frames of the tile. As many sums
+// as the register file holds beside them.
+constexpr int kPanelVectors = kLanes == 16 ? 1 : 2;
+constexpr int kPanel = kPanelVectors * kLanes;
+constexpr int kTileFrames = kLanes == 16 ? 12 : kLanes == 8 ? 6 : 4;
+
+template <int kFrames>
+KATESSEL_INLINE void frameTile(float* out, long outStride, int outputs, const float* panel, const float* const* x,
+                               long xOffset, long xStride, int taps, int nIn, const float* bias, bool accumulate) {
+    Vec acc[kFrames][kPanelVectors] = {};
+    for (int t = 0; t < taps; ++t) {
+        const float* in = x[t] + xOffset;
+        for (int i = 0; i < nIn; ++i, panel += kPanel) {
+            Vec weights[kPanelVectors];
+            for (int v = 0; v < kPanelVectors; ++v) weights[v] = load(panel + v * kLanes);
+            for (int f = 0; f < kFrames; ++f) {
+                const Vec value = splat(in[f * xStride + i]);
+                for (int v = 0; v < kPanelVectors; ++v) acc[f][v] += value * weights[v];
+            }
+        }
+    }
+    for (int f = 0; f < kFrames; ++f) {
+        float sums[kPanel];
+        for (int v = 0; v < kPanelVectors; ++v) store(sums + v * kLanes, acc[f][v]);
+        float* to = out + f * outStride;
+        for (int o = 0; o < outputs; ++o) {
+            const float sum = bias != nullptr ? sums[o] + bias[o] : sums[o];
+            to[o] = accumulate ? to[o] + sum : sum;
+        }
+    }
+}
+
+void frameProduct(float* out, long outStride, int frames, int nOut, const float* packed, const float* const* x,
+                  long xStride, int taps, int nIn, const float* bias, bool accumulate) {
+    for (int o = 0; o < nOut; o += kPanel, packed += static_cast<long>(taps) * nIn * kPanel) {
+        const int outputs = nOut - o < kPanel ? nOut - o : kPanel;
+        const float* panelBias = bias != nullptr ? bias + o : nullptr;
+        int f = 0;
+        for (; f + kTileFrames <= frames; f += kTileFrames)
+            frameTile<kTileFrames>(out + f * outStride + o, outStride, outputs, packed, x, f * xStride, xStride, taps,
+                                   nIn, panelBias, accumulate);
+        for (; f < frames; ++f)
+            frameTile<1>(out + f * outStride + o, outStride, outputs, packed, x, f * xStride, xStride, taps, nIn,
+                         panelBias, accumulate);
+    }
+}
+
 void accumulate(float* out, const float* x, int n) {
     for (int i = 0; i < n; ++i) out[i] += x[i];
 }
@@ -275,7 +322,7 @@ double polyphase(float* out, int count, const float* in, double pos, double step
 }  // namespace
 
 const Kernels KATESSEL_TABLE = {
-    KATESSEL_NAME, dot,        rowProduct,        accumulate, scale,     multiply,       scaledSum,
+    KATESSEL_NAME, kPanel, dot, rowProduct, frameProduct,        accumulate, scale,     multiply,       scaledSum,
     sigmoid,       hyperbolicTangent, leakyRelu,  magnitude, scaledDecibels, convolvePairs, polyphase};
 
 }  // namespace KaTessel::kernels

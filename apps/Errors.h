@@ -1,0 +1,33 @@
+// How the tool fails: one line on standard error and an exit status.
+#ifndef KATESSEL_APPS_ERRORS_H
+#define KATESSEL_APPS_ERRORS_H
+
+#include <stdexcept>
+#include <string>
+
+constexpr int kStatusFailure = 1;  // the request was clear, but could not be carried out
+constexpr int kStatusUsage = 2;    // the request itself is wrong
+
+// Thrown by every part of the tool and printed by main.
+class ToolError : public std::runtime_error {
+public:
+    ToolError(const std::string& message, int exitStatus) : std::runtime_error(message), m_status(exitStatus) {}
+    int status() const { return m_status; }
+
+private:
+    int m_status;
+};
+
+// Throws "WHAT: WHERE: expected EXPECTED, found FOUND".
+[[noreturn]] void fail(const std::string& what, const std::string& where, const std::string& expected,
+                       const std::string& found);
+[[noreturn]] void failUsage(const std::string& what, const std::string& where, const std::string& expected,
+                            const std::string& found);
+
+// Prints "katessel: MESSAGE" as exactly one line: line breaks and control characters become blanks.
+void printError(const std::string& message);
+
+// A number in a message, with the digits that it needs and no more.
+std::string shortNumber(double value);
+
+#endif

@@ -1,0 +1,21 @@
+// A pitch track: what the analysis of one recording yields, however it was produced and wherever it goes.
+#ifndef KATESSEL_APPS_PITCHTRACK_H
+#define KATESSEL_APPS_PITCHTRACK_H
+
+#include <vector>
+
+struct PitchRow {
+    double time = 0.0;       // [s] in the recording
+    float frequency = 0.0f;  // [Hz]; 0: unvoiced
+    float confidence = 0.0f; // 0 or more
+};
+
+using PitchTrack = std::vector<PitchRow>;
+
+// Marks rows with a confidence below `threshold` as unvoiced.
+void applyThreshold(PitchTrack& track, double threshold);
+
+// Pitch of `frequency` [Hz] in cents above 440 Hz; not a number for 0 Hz.
+double centsAbove440(float frequency);
+
+#endif

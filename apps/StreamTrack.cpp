@@ -1,0 +1,74 @@
+#include "StreamTrack.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "Errors.h"
+#include "RateConversion.h"
+#include "StreamPlan.h"
+#include "katessel/KTessel.h"
+
+namespace {
+
+using Engine = std::unique_ptr<void, void (*)(void*)>;
+
+Engine openEngine(const StreamPlan& plan, const std::string& model) {
+    Engine engine(KTessel_Create(), &KTessel_Destroy);
+    if (KTessel_Configure(plan.rate(), 0, plan.blockSize(), model.c_str(), engine.get()) != 0)
+        fail("cannot load the model", model, "a weight file", "none");
+    return engine;
+}
+
+// One block of the stream: zeros, the recording, zeros without end. `first` is the block's first sample,
+// counted from the recording's start.
+void fillBlock(const Recording& recording, std::int64_t first, std::vector<float>& block) {
+    const std::int64_t size = static_cast<std::int64_t>(block.size());
+    const std::int64_t from = std::clamp<std::int64_t>(first, 0, recording.length());
+    const std::int64_t to = std::clamp<std::int64_t>(first + size, 0, recording.length());
+    std::fill(block.begin(), block.end(), 0.0f);
+    if (from < to)
+        std::copy(recording.samples.begin() + from, recording.samples.begin() + to, block.begin() + (from - first));
+}
+
+// Streams until a frame is about an instant past the end.
+PitchTrack stream(const Recording& recording, double seconds, const StreamPlan& plan, const std::string& model) {
+    const Engine engine = openEngine(plan, model);
+    const double earliest = -0.5 / plan.rate();  // the lead is a whole number of samples
+    const double end = seconds - 1e-9;           // instants carry rounding errors
+    std::vector<float> block(static_cast<std::size_t>(plan.blockSize()));
+    PitchTrack track;
+    for (std::int64_t passed = 0;; ++passed) {
+        fillBlock(recording, passed * plan.blockSize() - plan.leadSamples(), block);
+        PitchRow row;
+        KTessel_DoProcess(block.data(), plan.blockSize(), &row.frequency, &row.confidence, 0, engine.get());
+        const std::int64_t frames = plan.framesAfter(passed + 1);
+        if (frames == plan.framesAfter(passed)) continue;
+        row.time = plan.instantOf(frames - 1);
+        if (row.time >= end) return track;
+        if (row.time < earliest) continue;
+        row.time = std::max(row.time, 0.0);
+        track.push_back(row);
+    }
+}
+
+}  // namespace
+
+PitchTrack streamTrack(const Recording& recording, const std::string& path, const std::string& model) {
+    const double seconds = recording.seconds();
+    if (StreamPlan::streamsWhole(recording.rate))
+        return stream(recording, seconds, StreamPlan::forGrid(recording.rate), model);
+    const Recording converted = convertRate(recording, kEngineRate, path);
+    return stream(converted, seconds, StreamPlan::forGrid(kEngineRate), model);
+}
+
+PitchTrack streamTrackInBlocks(const Recording& recording, const std::string& model, int blockSize) {
+    const int smallest = StreamPlan::smallestBlock(recording.rate);
+    const int largest = StreamPlan::largestBlock(recording.rate);
+    const std::string where = "at " + std::to_string(recording.rate) + " Hz";
+    if (largest < smallest)
+        failUsage("wrong block size", where, "no block size at this rate", std::to_string(blockSize));
+    if (blockSize < smallest || blockSize > largest)
+        failUsage("wrong block size", where, std::to_string(smallest) + " to " + std::to_string(largest) + " samples",
+                  std::to_string(blockSize));
+    return stream(recording, recording.seconds(), StreamPlan::forHostBlocks(recording.rate, blockSize), model);
+}

@@ -1,0 +1,109 @@
+// katessel: pitch tracks of recordings, and what a frame costs.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "Bench.h"
+#include "Errors.h"
+#include "InstructionChoice.h"
+#include "Track.h"
+#include "katessel/InstructionSet.h"
+#include "katessel/KTessel.h"
+
+namespace {
+
+constexpr char kAbout[] =
+    "Estimates the pitch of one voice or instrument every 5 ms.\n"
+    "\n"
+    "The environment variable KATESSEL_ISA names the vector instructions to compute\n"
+    "with (scalar, sse2, avx2 or avx512); without it the best available are used.\n"
+    "Exit status: 0 success, 1 failure, 2 wrong usage.";
+
+constexpr char kAboutTrack[] =
+    "Writes the pitch of a recording as CSV: time,frequency,confidence.\n"
+    "\n"
+    "`time` [s] is an instant of the recording itself, with all latency taken out: row\n"
+    "i says what is heard at i * 5 ms, the centre of what was analysed for it. There\n"
+    "is a row for every such instant from 0 on that lies before the recording's end.\n"
+    "`frequency` [Hz] is 0 where the recording is not voiced; `confidence` is about\n"
+    "the probability that it is. Several channels are averaged.";
+
+constexpr char kAboutBench[] =
+    "Measures the live engine on generated sound, on one thread: microseconds per\n"
+    "frame, times real time, and the share of each stage.";
+
+CLI::App* addTrack(CLI::App& app, TrackOptions& options) {
+    CLI::App* command = app.add_subcommand("track", "Write the pitch of a recording as CSV");
+    command->footer(kAboutTrack);
+    command->add_option("FILE", options.recording, "Recording, in any format that libsndfile reads")->required();
+    command->add_option("-o,--output", options.output, "Write to this file instead of standard output");
+    command->add_option("--model", options.model, "Weight file (default: the one that comes with the tool)");
+    command->add_flag("--cents", options.cents, "Pitch in cents above 440 Hz, `nan` where not voiced");
+    command->add_option("--threshold", options.threshold,
+                        "Rows with a lower confidence count as not voiced (default: the model's own, else 0.5)");
+    command
+        ->add_option("--block-size", options.blockSize,
+                     "Pass this many samples a call, as a host would: of each call only the last frame is seen")
+        ->check(CLI::PositiveNumber);
+    return command;
+}
+
+CLI::App* addBench(CLI::App& app, BenchOptions& options) {
+    CLI::App* command = app.add_subcommand("bench", "Measure the time per frame");
+    command->footer(kAboutBench);
+    command->add_option("--model", options.model, "Weight file (default: the one that comes with the tool)");
+    command->add_option("--rate", options.rate, "Sample rate [Hz]")
+        ->check(CLI::Range(200, 240000))
+        ->capture_default_str();
+    command->add_option("--seconds", options.seconds, "Length of the sound")
+        ->check(CLI::Range(0.1, 600.0))
+        ->capture_default_str();
+    return command;
+}
+
+// Returns false when help or the version was asked for and has been printed.
+bool parse(CLI::App& app, int argc, char** argv) {
+    try {
+        app.parse(argc, argv);
+        return true;
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() != 0) throw ToolError(std::string("wrong usage: ") + error.what(), kStatusUsage);
+        app.exit(error);
+        return false;
+    }
+}
+
+void run(int argc, char** argv) {
+    CLI::App app(kAbout, "katessel");
+    app.set_version_flag("--version", [] {
+        applyInstructionChoice();
+        return std::string(KTessel_GetVersion()) + ", " + KaTessel::instructionSet();
+    });
+    app.require_subcommand(1);
+    TrackOptions track;
+    BenchOptions bench;
+    const CLI::App* const trackCommand = addTrack(app, track);
+    addBench(app, bench);
+    if (!parse(app, argc, argv)) return;
+    applyInstructionChoice();
+    if (trackCommand->parsed())
+        runTrack(track);
+    else
+        runBench(bench);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        run(argc, argv);
+        return 0;
+    } catch (const ToolError& error) {
+        printError(error.what());
+        return error.status();
+    } catch (const std::exception& error) {
+        printError(error.what());
+        return kStatusFailure;
+    }
+}

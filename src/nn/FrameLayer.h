@@ -1,0 +1,66 @@
+// A convolution over whole blocks of frames, as matrix products.
+#pragma once
+
+#include <vector>
+
+namespace KaTessel {
+
+// Frames of `channels` values one after the other, with room for repeated frames before the first.
+class FrameBlock {
+public:
+    // Makes the block `frames` frames of zeros with room for `lead` frames before them.
+    void reset(int frames, int channels, int lead = 0);
+
+    int frames() const { return m_frames; }
+    int channels() const { return m_channels; }
+    int lead() const { return m_lead; }
+    float* frame(int t) { return m_data.data() + static_cast<long>(m_lead + t) * m_channels; }
+    const float* frame(int t) const { return m_data.data() + static_cast<long>(m_lead + t) * m_channels; }
+    long size() const { return static_cast<long>(m_frames) * m_channels; }  // [floats] of the frames themselves
+
+    // Copies frame 0 to all of the room before it: what a convolution reads before the start.
+    void repeatFirstFrame();
+
+private:
+    std::vector<float> m_data;
+    int m_frames = 0, m_channels = 0, m_lead = 0;
+};
+
+// Weights of one convolution, or of several that read the same input, packed for the products.
+class FrameLayer {
+public:
+    FrameLayer(int kernel, int nIn) : m_kernel(kernel), m_nIn(nIn) {}
+
+    // Appends nOut outputs: `kernel` taps of nOut rows of nIn weights, and nOut biases or null.
+    void add(const float* W, const float* bias, int nOut);
+
+    int outputs() const { return m_nOut; }
+
+    // Frames that a convolution of this kernel reaches back.
+    static int span(int kernel, int dilation) { return (kernel - 1) * dilation; }
+    // Frames by which its output is shifted towards the start: half the span for odd kernels (centred), all of it
+    // for even ones.
+    static int shift(int kernel, int dilation);
+
+    // out[u] = bias + sum over taps k of W[k] in[max(u + shift - k * dilation, 0)]; the last `shift` frames, for which
+    // there is no input, become zeros (without bias). When there are no more than `shift` frames, frame 0 takes the
+    // last input as its newest.
+    //   in   must have room for span() frames before the first; repeatFirstFrame() is called on it
+    //   out  outputs() channels, as many frames as `in`; its frames are set to zero first unless accumulated to
+    void apply(FrameBlock& in, int dilation, FrameBlock& out, bool accumulate = false);
+
+private:
+    void pack();
+
+    struct Part {
+        const float* W;
+        const float* bias;
+        int nOut;
+    };
+    int m_kernel, m_nIn, m_nOut = 0;
+    std::vector<Part> m_parts;
+    std::vector<float> m_packed, m_bias;
+    int m_panel = 0;  // what m_packed was made for
+};
+
+}  // namespace KaTessel

@@ -1,0 +1,64 @@
+# The tool around its commands: version, help, the choice of vector instructions, and the measurement.
+load common
+
+setup() { enter_folder; }
+
+@test "version names the library's version and the instruction set in use" {
+  run --separate-stderr katessel --version
+  [ "$status" -eq 0 ]
+  [[ $output == "KaTesselLib version "*", "* ]]
+  KATESSEL_ISA=scalar run --separate-stderr katessel --version
+  [[ $output == *", scalar" ]]
+}
+
+@test "help says which instant time is" {
+  run --separate-stderr katessel --help
+  [ "$status" -eq 0 ]
+  [[ $output == *track*bench* ]]
+  run --separate-stderr katessel track --help
+  [ "$status" -eq 0 ]
+  [[ $output == *"row"*"i * 5 ms"* ]]
+}
+
+@test "an instruction set that cannot be had is wrong usage" {
+  sound good.wav 24000 0.1 tone 200
+  for name in avx9000 SSE2 scalar,sse2; do
+    export KATESSEL_ISA=$name
+    fails_with 2 "wrong instruction set: KATESSEL_ISA: expected one of scalar" track good.wav
+    fails_with 2 "found $name" --version
+  done
+}
+
+@test "every instruction set gives the same track" {
+  sound good.wav 24000 0.3 tone 200
+  KATESSEL_ISA=scalar katessel track good.wav --threshold 0 > scalar.csv
+  for name in sse2 avx2 avx512; do
+    export KATESSEL_ISA=$name
+    # Not every machine has them all; those that it has not must be refused as above.
+    if ! katessel --version > version.txt 2> /dev/null; then continue; fi
+    grep -q ", $name$" version.txt
+    katessel track good.wav --threshold 0 > "$name.csv"
+    # Results agree to rounding: about 1e-5 of the pitch.
+    paste -d, scalar.csv "$name.csv" | awk -F, 'NR > 1 && ($1 != $4 || ($2 - $5)^2 > 0.01^2 || ($3 - $6)^2 > 0.001^2) { bad = 1 }
+      END { exit bad }'
+  done
+}
+
+@test "bench prints figures for the whole call and every stage" {
+  sums_up() {
+    # The stages make up most of a call, and what is left for resampling and the ring is not negative by much.
+    awk '/^  whole call/ { all = $3 } /spectrum|bands|network|heads/ { if (NF == 3) sum += $2 }
+      END { exit !(sum > 0.3 * all && sum < 1.5 * all) }' <<< "$output"
+  }
+  for rate in 24000 44100 11025; do
+    run --separate-stderr katessel bench --seconds 0.5 --rate $rate
+    echo "$output $stderr"
+    [ "$status" -eq 0 ]
+    [ -z "$stderr" ]
+    [[ $output == *"stream           $rate Hz"* ]]
+    [[ $output =~ [1-9][0-9]*\ x\ real\ time ]]
+    sums_up
+  done
+  fails_with 2 "wrong usage: " bench --rate 0
+  fails_with 2 "wrong usage: " bench --seconds 0
+}

@@ -1,0 +1,98 @@
+# What `katessel track` writes, and what each option changes.
+load common
+
+setup_file() {
+  cd "$BATS_FILE_TMPDIR"
+  sound tone.wav 48000 0.4 tone 200
+  sound left.wav 48000 0.4 left 200
+  sound half.wav 48000 0.4 half 200
+  sound silence.wav 24000 0.3 silence
+  katessel track tone.wav --threshold 0 > all.csv
+}
+
+setup() { enter_folder "$BATS_FILE_TMPDIR"/*.{wav,csv}; }
+
+@test "the text: a header and rows of fixed digits" {
+  [ "$(head -n 1 all.csv)" = time,frequency,confidence ]
+  [ "$(tail -n +2 all.csv | grep -cEv '^[0-9]+\.[0-9]{3},[0-9]+\.[0-9]{3},[0-9]+\.[0-9]{6}$')" = 0 ]
+  track_report all.csv rows 80
+}
+
+@test "a tone is tracked at every common rate" {
+  for rate in 8000 11025 16000 22050 44100 48000 96000; do
+    sound tone$rate.wav $rate 0.4 tone 200
+    katessel track tone$rate.wav > track.csv
+    track_report track.csv rows 80
+    track_report track.csv voiced 0.9 1
+    track_report track.csv median 195 205
+  done
+}
+
+@test "channels are averaged" {
+  katessel track left.wav > left.csv
+  katessel track half.wav > half.csv
+  cmp left.csv half.csv
+}
+
+@test "an Ogg Vorbis recording" {
+  katessel track "$KATESSEL_SOURCE/examples/audio/singing_martin.ogg" > song.csv
+  track_report song.csv voiced 0.6 0.95
+  track_report song.csv median 90 200
+}
+
+@test "--cents" {
+  katessel track tone.wav --threshold 0 --cents > cents.csv
+  [ "$(head -n 1 cents.csv)" = time,cents,confidence ]
+  # The same rows, converted.
+  paste -d, all.csv cents.csv | awk -F, 'NR > 1 && ($1 != $4 || $3 != $6 ||
+    (1200 * log($2 / 440) / log(2) - $5)^2 > 0.02^2) { bad = 1 } END { exit bad || NR < 80 }'
+  katessel track silence.wav --cents > cents.csv
+  [ "$(tail -n +2 cents.csv | cut -d, -f2 | sort -u)" = nan ]
+}
+
+@test "--threshold marks rows below it, and only those" {
+  speech=$KATESSEL_SOURCE/examples/audio/speech_nathalie.ogg
+  katessel track "$speech" --threshold 0 > all.csv
+  katessel track "$speech" --threshold 0.8 > some.csv
+  paste -d, all.csv some.csv | awk -F, 'NR > 1 {
+    if ($3 != $6) bad = 1
+    if ($3 < 0.799999 && $5 != 0) bad = 1
+    if ($3 > 0.800001 && $5 != $2) bad = 1
+    if ($2 != 0) { if ($5 == 0) ++marked; else ++kept } } END { exit bad || marked < 20 || kept < 100 }'
+}
+
+@test "--model" {
+  "$PYTHON" "$HERE/timing_model.py" constant.weights
+  katessel track tone.wav --model constant.weights --threshold 0 > constant.csv
+  track_report constant.csv median 239.2 239.4
+}
+
+@test "--block-size: of each call the last frame, at its time" {
+  # 147 samples at 44.1 kHz hide no frame; 480 at 24 kHz hide three of four; of 256 at 48 kHz some calls hold two.
+  sound tone44.wav 44100 0.4 tone 200
+  sound tone24.wav 24000 0.4 tone 200
+  for case in "tone44 147 80" "tone24 480 20" "tone 256 75"; do
+    set -- $case
+    katessel track $1.wav > whole.csv
+    katessel track $1.wav --block-size $2 > blocks.csv
+    [ "$(tail -n +2 blocks.csv | wc -l)" -eq $3 ]
+    # Every row stands in the whole track as well.
+    [ -z "$(sort blocks.csv | comm -23 - <(sort whole.csv))" ]
+  done
+}
+
+@test "-o writes what standard output would hold, whole and alone" {
+  katessel track tone.wav > expected.csv
+  run --separate-stderr katessel track tone.wav -o out.csv
+  [ "$status" -eq 0 ]
+  [ -z "$output$stderr" ]
+  cmp out.csv expected.csv
+  # What was there is replaced, through a link too, and no temporary file stays.
+  echo old > older.csv
+  ln -s older.csv link.csv
+  katessel track tone.wav -o link.csv
+  [ -L link.csv ]
+  cmp older.csv expected.csv
+  katessel track tone.wav -o /dev/stdout | cmp - expected.csv
+  [ "$(ls -A | grep -c part)" = 0 ]
+}
