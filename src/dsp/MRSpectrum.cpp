@@ -93,7 +93,7 @@ long MRSpectrum::DoMultiresolutionSpectrum(float* input, long length, char windo
         });
     } else if (magnitude != nullptr && wantsPhase) {
         forEachBin(work, half, [=](int k, float re, float im) {
-            const float size = std::sqrt(re * re + im * im);
+            const float size = k == 0 || k == half ? std::fabs(re) : std::sqrt(re * re + im * im);
             magnitude[k] = outputMode == kDecibelsAndPhase ? decibels(size) : size;
         });
     }

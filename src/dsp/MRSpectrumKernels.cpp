@@ -17,11 +17,8 @@ int floorToInt(float x) { return static_cast<int>(std::min(std::floor(x), 1e9f))
 }  // namespace
 
 void MRSpectrum::FreeMR() {
-    m_binResolutions = {};
-    m_resolutionLengths = {};
-    m_kernels = {};
-    m_extended = {};
-    m_rotated = {};
+    for (std::vector<int>* table : {&m_binResolutions, &m_resolutionLengths}) std::vector<int>().swap(*table);
+    for (std::vector<float>* table : {&m_kernels, &m_extended, &m_rotated}) std::vector<float>().swap(*table);
 }
 
 // Window lengths: the whole frame up to 200 Hz, 0.0232 s from 1000 Hz on, falling linearly with the bin between.

@@ -1,0 +1,182 @@
+// What configuring leaves in an engine, and its figures of latency and frames.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <numeric>
+
+#include "engine/NaiveEngine.h"
+#include "katessel/CTessel.h"
+#include "katessel/Globals.h"
+#include "katessel/KTessel.h"
+#include "support/AllocationCounter.h"
+#include "support/CapturedStdout.h"
+#include "support/TemporaryFolder.h"
+
+namespace KaTessel::tests {
+namespace {
+
+class PlainConfigure : public testing::Test {
+protected:
+    PlainConfigure() : random(47) { NaiveEngine(random).saveModel(model()); }
+    std::string model() const { return folder.file("random.weights"); }
+    TemporaryFolder folder;
+    Random random;
+};
+
+TEST_F(PlainConfigure, BuildsAnEngineOfTheRightShape) {
+    CTessel engine;
+    EXPECT_EQ(engine.rateRatio, 1.0f);
+    EXPECT_EQ(engine.reservedFloat, -10000.0f);
+    EXPECT_EQ(engine.ring, nullptr);
+    ASSERT_EQ(engine.configure(48000, 99, 512, model().c_str()), 0);
+    EXPECT_EQ(engine.sampleRate, 48000);
+    EXPECT_EQ(engine.internalRate, 24000);
+    EXPECT_EQ(engine.hopSize, 120);
+    EXPECT_EQ(engine.rateRatio, 2.0f);
+    EXPECT_EQ(engine.ringSize, 24000);
+    EXPECT_EQ(engine.fftSize, 1024);
+    EXPECT_EQ(engine.numBands, 150);
+    EXPECT_EQ(engine.receptiveField, 9);
+    EXPECT_EQ(engine.lookahead, 4);
+    EXPECT_EQ(engine.featureHistory.size(), 9u);
+    EXPECT_EQ(engine.featureHistory.back(), std::vector<float>(150, 0.0f));
+    EXPECT_EQ(engine.modelPath, model());
+    EXPECT_EQ(engine.encoderConf.name, "ENCODER");
+    EXPECT_EQ(engine.encoderConf.file, model());
+    EXPECT_EQ(engine.encoder->nSkip, 120);
+    EXPECT_EQ(engine.encoder->layers[1].dilation, 2);
+    EXPECT_EQ(engine.complexSpectrum, nullptr);
+    for (int i = 0; i <= engine.fftSize; ++i) ASSERT_EQ(engine.frame[i], 0.0f);
+
+    CTessel native;
+    native.configure(24000, 0, 512, model().c_str());
+    EXPECT_EQ(native.rateRatio, 1.0f);
+    EXPECT_EQ(native.resampled, nullptr);
+    EXPECT_EQ(native.resampler.work, nullptr) << "no converter at 24 kHz";
+}
+
+// Unit areas in Hz, figures of single bands, and nothing outside a band's run of bins.
+TEST_F(PlainConfigure, HoldsTheFilterbank) {
+    CTessel engine;
+    engine.configure(24000, 0, 120, model().c_str());
+    int nonZero = 0;
+    for (int b = 0; b < 150; ++b) {
+        const float* row = engine.filterbank[b];
+        const double sum = std::accumulate(row, row + 513, 0.0);
+        EXPECT_GT(sum, 0.039) << "band " << b;
+        EXPECT_LT(sum, 0.052) << "band " << b;
+        for (int k = 0; k < 513; ++k) nonZero += row[k] != 0.0f;
+    }
+    EXPECT_EQ(nonZero, 589);
+    const struct {
+        int band, firstBin;
+        std::vector<float> weights;
+    } rows[] = {
+        {0, 1, {0.0506174f}},
+        {2, 2, {0.0101694f, 0.0302787f}},
+        {60, 50, {0.00814262f, 0.034267f}},
+        {120, 163, {0.0030211f, 0.0070825f, 0.011144f, 0.011033f, 0.0070513f, 0.003069f}},
+        {140, 241, {0.00087856f, 0.0027268f, 0.004575f, 0.0064233f, 0.0082715f, 0.0075781f, 0.0057659f, 0.0039536f,
+                    0.0021414f, 0.00032918f}},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(engine.filterbank[row.band][row.firstBin - 1], 0.0f);
+        for (std::size_t i = 0; i < row.weights.size(); ++i)
+            EXPECT_NEAR(engine.filterbank[row.band][row.firstBin + static_cast<int>(i)], row.weights[i],
+                        6e-7f)  // half a unit of the last digit above
+                << "band " << row.band;
+    }
+    EXPECT_NE(engine.filterbank[149][288], 0.0f);
+    EXPECT_NE(engine.filterbank[149][298], 0.0f);
+    EXPECT_EQ(engine.filterbank[149][299], 0.0f);
+}
+
+TEST_F(PlainConfigure, RefusesAMissingModelAndChangesNothing) {
+    CTessel engine;
+    const AllocationCounter counter;
+    EXPECT_EQ(engine.configure(48000, 0, 512, "/no/such/file"), -1);
+    EXPECT_EQ(counter.allocations(), 0);
+    EXPECT_EQ(engine.sampleRate, 0);
+    EXPECT_EQ(engine.ring, nullptr);
+
+    engine.configure(44100, 0, 512, model().c_str());
+    T_WN2* network = engine.encoder;
+    EXPECT_EQ(engine.configure(48000, 0, 512, "/no/such/file"), -1);
+    EXPECT_EQ(engine.sampleRate, 44100);
+    EXPECT_EQ(engine.encoder, network);
+
+    // A folder exists: the engine is made, of zeros, and says which layers it lacks.
+    CapturedStdout output;
+    EXPECT_EQ(engine.configure(48000, 0, 512, folder.path().c_str()), 0);
+    const std::string text = output.text();
+    EXPECT_EQ(text.rfind("WARNING: ENCODER_initial_causal_conv not loaded!\n", 0), 0u) << text;
+    EXPECT_NE(text.find("WARNING: enc_out2 not loaded!\n"), std::string::npos) << text;
+    EXPECT_THROW(engine.configure(48000, 0, -1000, model().c_str()), std::bad_array_new_length);
+}
+
+TEST_F(PlainConfigure, StartsAnewWhenRepeated) {
+    const std::vector<float> sound = voiceWithNoise(random, 4800, 48000);
+    CTessel engine, fresh;
+    float f0 = 0.0f, confidence = 0.0f, freshF0 = 0.0f, freshConfidence = 0.0f;
+    engine.configure(24000, 0, 4800, model().c_str());
+    engine.doProcess(sound.data(), 4800, &f0, &confidence, 1);
+    engine.configure(48000, 0, 4800, model().c_str());
+    EXPECT_EQ(engine.lookahead, 8) << "the sum goes on from the first time";
+    EXPECT_EQ(engine.lastF0, 0.0f);
+    EXPECT_EQ(engine.lastConfidence, 0.0f);
+    fresh.configure(48000, 0, 4800, model().c_str());
+    engine.doProcess(sound.data(), 4800, &f0, &confidence, 1);
+    fresh.doProcess(sound.data(), 4800, &freshF0, &freshConfidence, 1);
+    EXPECT_EQ(f0, freshF0);
+    EXPECT_EQ(confidence, freshConfidence);
+    engine.configure(24000, 0, 4800, model().c_str());
+    EXPECT_EQ(engine.rateRatio, 2.0f) << "kept while no conversion is needed";
+    EXPECT_EQ(engine.GetTotalSamplesLatency(), 1080) << "and not applied";
+}
+
+TEST_F(PlainConfigure, KnowsLatencyAndFrames) {
+    const struct {
+        int rate, latency, samples, frames;
+    } rows[] = {{24000, 1080, 24000, 200}, {48000, 2160, 48000, 200}, {44100, 1984, 441, 2}, {8000, 400, 8000, 200},
+                {96000, 4800, 240, 1},     {88200, 4410, 660, 1},     {16000, 720, 40, 1},   {16000, 720, 39, 0},
+                {32000, 1440, 400, 3},     {22050, 992, 0, 0},        {11025, 496, 11025, 200}};
+    for (const auto& row : rows) {
+        void* handle = KTessel_Create();
+        ASSERT_EQ(KTessel_Configure(row.rate, 0, 480, model().c_str(), handle), 0);
+        EXPECT_EQ(KTessel_GetTotalSamplesLatency(handle), row.latency) << row.rate << " Hz";
+        EXPECT_EQ(KTessel_GetNumOutputFramesForInputSamples(row.samples, handle), row.frames)
+            << row.samples << " samples at " << row.rate << " Hz";
+        KTessel_Destroy(handle);
+    }
+    EXPECT_EQ(KTessel_GetAnalysisLatency(), 1);
+    KTessel_Destroy(nullptr);
+}
+
+TEST(PlainLibrary, TellsItsVersionAndStartsWithItsSettings) {
+    EXPECT_STREQ(KTessel_GetVersion(), "KaTesselLib version 1.0 [23042021]");
+    char text[40];
+    std::memset(text, 'x', sizeof text);
+    EXPECT_EQ(KTessel_GetVersionInfo(text), 34);
+    EXPECT_STREQ(text, KTessel_GetVersion());
+    EXPECT_EQ(text[35], 'x');
+    char* copy = KTessel_GetVer();
+    EXPECT_STREQ(copy, KTessel_GetVersion());
+    EXPECT_NE(copy, KTessel_GetVersion());
+    std::free(copy);
+
+    EXPECT_EQ(performance_analysis_, 1);
+    EXPECT_EQ(syntemperature_, 1.0f);
+    EXPECT_EQ(multinomial_th_, 0.001f);
+    EXPECT_EQ(nsoftmax_, 256.0f);
+    EXPECT_FALSE(synrandomseed_);
+    EXPECT_EQ(transp_st_, 0);
+    EXPECT_EQ(task_, "");
+    EXPECT_NE(gen_, std::mt19937()) << "seeded from the random device";
+    EXPECT_EQ(generator_, std::default_random_engine(1));
+}
+
+}  // namespace
+}  // namespace KaTessel::tests

@@ -1,0 +1,190 @@
+// Live processing against the naive chain, and the rules of blocks, held values and the ring.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "engine/NaiveEngine.h"
+#include "katessel/CTessel.h"
+#include "support/AllocationCounter.h"
+#include "support/TemporaryFolder.h"
+#include "support/WeightFileWriter.h"
+
+namespace KaTessel::tests {
+namespace {
+
+struct Pair {
+    float f0, confidence;
+    bool operator==(const Pair&) const = default;
+};
+
+// Feeds a signal in blocks; the pair after every block.
+std::vector<Pair> feed(CTessel& engine, const std::vector<float>& sound, int block, int centsMode) {
+    std::vector<Pair> pairs;
+    for (std::size_t at = 0; at < sound.size(); at += static_cast<std::size_t>(block)) {
+        const int count = static_cast<int>(std::min(sound.size() - at, static_cast<std::size_t>(block)));
+        Pair pair{-1.0f, -1.0f};
+        EXPECT_EQ(engine.doProcess(sound.data() + at, count, &pair.f0, &pair.confidence, centsMode), 1);
+        pairs.push_back(pair);
+    }
+    return pairs;
+}
+
+// A model whose two outputs are fixed whatever the sound.
+void saveConstantModel(const std::string& path, float pitch, float voicing) {
+    WeightFileWriter writer;
+    writer.add("ENCODER_initial_causal_conv", {constantTensor({150, 70}, 0.0f)});
+    for (const char* layer : {"ENCODER_l0", "ENCODER_l1", "ENCODER_l2"}) {
+        for (const char* set : {"_res_tanh", "_res_sigmoid"})
+            writer.add(std::string(layer) + set, {constantTensor({3, 70, 70}, 0.0f)});
+        writer.add(std::string(layer) + "_skip", {constantTensor({70, 120}, 0.0f)});
+    }
+    writer.add("ENCODER_skip_biases", {constantTensor({120}, 0.0f)});
+    writer.add("enc_out1", {constantTensor({120, 120}, 0.0f)});
+    writer.add("enc_out2", {constantTensor({120, 2}, 0.0f), StoredTensor{{2}, {pitch, voicing}}});
+    writer.save(path);
+}
+
+class Streaming : public testing::Test {
+protected:
+    Streaming() : random(41), naive(random) { naive.saveModel(model()); }
+    std::string model() const { return folder.file("random.weights"); }
+
+    TemporaryFolder folder;
+    Random random;
+    NaiveEngine naive;
+};
+
+// Cents differ by float rounding through 140,000 products per frame and by the level of single bands near silence.
+constexpr double kCentsTolerance = 0.5;
+constexpr double kConfidenceTolerance = 2e-3;
+
+TEST_F(Streaming, EqualsTheNaiveChainAtEveryRate) {
+    const struct {
+        int rate, block;
+    } rows[] = {{24000, 120}, {48000, 240}, {44100, 147}, {16000, 80}, {8000, 40}, {44100, 441}, {96000, 480}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.rate << " Hz in blocks of " << row.block);
+        const std::vector<float> sound = voiceWithNoise(random, row.rate / 8, row.rate);
+        Random sameAgain(41);
+        NaiveEngine fresh(sameAgain);
+        const std::vector<NaivePair> expected = fresh.stream(sound, row.rate, row.block);
+        ASSERT_GE(expected.size(), 10u);
+
+        CTessel engine;
+        ASSERT_EQ(engine.configure(row.rate, 0, row.block, model().c_str()), 0);
+        std::vector<Pair> actual = feed(engine, sound, row.block, 1);
+        // With at most one frame per call a new frame shows as a new pair.
+        actual.erase(std::unique(actual.begin(), actual.end()), actual.end());
+        actual.erase(actual.begin());  // the zeros before the first frame
+        if (row.block == 441) {        // two frames per call: the last one is seen
+            EXPECT_NEAR(actual.back().f0, expected.back().octaves * 1200.0, kCentsTolerance);
+            continue;
+        }
+        ASSERT_EQ(actual.size(), expected.size());
+        double lowest = 1e9, highest = -1e9;
+        for (std::size_t f = 0; f < expected.size(); ++f) {
+            EXPECT_NEAR(actual[f].f0, expected[f].octaves * 1200.0, kCentsTolerance) << "frame " << f;
+            EXPECT_NEAR(actual[f].confidence, expected[f].confidence, kConfidenceTolerance) << "frame " << f;
+            lowest = std::min(lowest, expected[f].octaves * 1200.0);
+            highest = std::max(highest, expected[f].octaves * 1200.0);
+        }
+        EXPECT_GT(highest - lowest, 20.0 * kCentsTolerance) << "the network hardly reacts: the test is blind";
+    }
+}
+
+TEST_F(Streaming, BlockSplitsDoNotMatterAt24kHz) {
+    const std::vector<float> sound = voiceWithNoise(random, 12000, 24000);
+    CTessel single;
+    single.configure(24000, 0, 1, model().c_str());
+    const std::vector<Pair> everySample = feed(single, sound, 1, 0);
+    for (int block : {7, 120, 1024, 5000}) {
+        CTessel engine;
+        engine.configure(24000, 0, block, model().c_str());
+        const std::vector<Pair> pairs = feed(engine, sound, block, 0);
+        for (std::size_t b = 0; b < pairs.size(); ++b) {
+            const std::size_t end = std::min(sound.size(), (b + 1) * static_cast<std::size_t>(block));
+            ASSERT_EQ(pairs[b], everySample[end - 1]) << "block " << b << " of " << block;
+        }
+    }
+}
+
+TEST_F(Streaming, AFrameNeeds1024SamplesAndAFullRingLooksEmpty) {
+    const std::vector<float> sound = voiceWithNoise(random, 27000, 24000);
+    const auto framesOf = [&](int samples) {
+        CTessel engine;
+        engine.configure(24000, 0, samples, model().c_str());
+        feed(engine, std::vector<float>(sound.begin(), sound.begin() + samples), samples, 0);
+        return engine.readPos / 120;
+    };
+    EXPECT_EQ(framesOf(1023), 0);
+    EXPECT_EQ(framesOf(1024), 1);
+    EXPECT_EQ(framesOf(1143), 1);
+    EXPECT_EQ(framesOf(2400), 12);
+    EXPECT_EQ(framesOf(24000), 0) << "one second at once fills the ring, which then looks empty";
+    EXPECT_EQ(framesOf(27000), 17) << "the 3000 samples after it";
+
+    // What is left of 27,000 samples is what an engine hears that got only the last 3000.
+    CTessel all, last;
+    all.configure(24000, 0, 27000, model().c_str());
+    last.configure(24000, 0, 3000, model().c_str());
+    EXPECT_EQ(feed(all, sound, 27000, 1).back(),
+              feed(last, std::vector<float>(sound.end() - 3000, sound.end()), 3000, 1).back());
+}
+
+TEST_F(Streaming, HoldsTheLastPairAndConvertsUnits) {
+    const std::vector<float> silence(1024, 0.0f);
+    const struct {
+        float pitch, voicing;
+        double hz, cents, confidence;
+    } rows[] = {
+        {0.0f, 0.0f, 440.0 * std::exp2(-0.8788875), -0.8788875 * 1200.0, 1.0},
+        {1.0f, 0.02f, 440.0 * std::exp2(1.3088685), 1.3088685 * 1200.0, 0.5},
+        {-1.0f, 0.04f, 440.0 * std::exp2(-3.0666435), -3.0666435 * 1200.0, 0.0},
+        {-3.40f, 0.5f, 440.0 * std::exp2(-2.4 * 2.187756 - 3.0666435), (-2.4 * 2.187756 - 3.0666435) * 1200.0, 0.0},
+        {-3.41f, -0.06f, 0.0, (-2.41 * 2.187756 - 3.0666435) * 1200.0, 2.5},  // unvoiced; confidence is not clipped
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << "outputs " << row.pitch << ", " << row.voicing);
+        const std::string path = folder.file("constant.weights");
+        saveConstantModel(path, row.pitch, row.voicing);
+        for (int centsMode : {0, 1, -7}) {
+            CTessel engine;
+            engine.configure(24000, 0, 1024, path.c_str());
+            float f0 = -1.0f, confidence = -1.0f;
+            engine.doProcess(silence.data(), 1023, &f0, &confidence, centsMode);
+            EXPECT_EQ(f0, 0.0f);
+            EXPECT_EQ(confidence, 0.0f);
+            engine.doProcess(silence.data(), 1, &f0, &confidence, centsMode);
+            const double expected = centsMode == 0 ? row.hz : row.cents;
+            EXPECT_NEAR(f0, expected, 1e-5 * std::fabs(expected));
+            EXPECT_NEAR(confidence, row.confidence, 1e-5);
+            // No new frame: the same pair again, in the unit it was made in.
+            float again = -1.0f;
+            engine.doProcess(silence.data(), 100, &again, &confidence, centsMode == 0 ? 1 : 0);
+            EXPECT_EQ(again, f0);
+            EXPECT_NEAR(confidence, row.confidence, 1e-5);
+        }
+    }
+}
+
+TEST_F(Streaming, AFrameAllocatesItsFeaturesAndNothingElse) {
+    for (int rate : {24000, 48000}) {
+        CTessel engine;
+        const int block = rate / 200;
+        engine.configure(rate, 0, block, model().c_str());
+        const std::vector<float> sound = voiceWithNoise(random, 60 * block, rate);
+        float f0, confidence;
+        int hop = 0;
+        for (; hop < 20; ++hop) engine.doProcess(sound.data() + hop * block, block, &f0, &confidence, 0);
+        const AllocationCounter counter;
+        for (; hop < 60; ++hop) engine.doProcess(sound.data() + hop * block, block, &f0, &confidence, 0);
+        EXPECT_EQ(counter.allocations(), 40) << rate << " Hz: one feature vector per frame";
+        EXPECT_EQ(counter.releases(), 40);
+        EXPECT_EQ(counter.largestRequest(), 150 * sizeof(float));
+    }
+}
+
+}  // namespace
+}  // namespace KaTessel::tests
