@@ -22,7 +22,7 @@ public:
     void backward(int n, float* a);  // sum of a[j] exp(-i 2 pi jk / N)
 
     // From the forward transform Z of n/2 points z[j] = x[2j] + i x[2j + 1] to that of the n real x, bins 1 ..
-    // n/2 - 1 in place; the halves of bin 0 still have to be folded. n above 4. And back, up to the factor 2.
+    // n/2 - 1 in place; the halves of bin 0 still have to be folded. n above 4. And exactly back.
     void realPost(int n, float* a);
     void realPre(int n, float* a);
 

@@ -6,12 +6,17 @@
 #include "katessel/CKaResample.h"
 #include "katessel/CTessel.h"
 #include "katessel/Conv1x1.h"
+#include "katessel/FeedForwardStack.h"
 #include "katessel/FloatBuffer.h"
+#include "katessel/FrameMatrix.h"
 #include "katessel/Globals.h"
+#include "katessel/IniFile.h"
+#include "katessel/Gru.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/Interpolator.h"
 #include "katessel/LayerWeights.h"
 #include "katessel/MRSpectrum.h"
+#include "katessel/ValueEncodings.h"
 #include "katessel/WaveNet2.h"
 
 #endif

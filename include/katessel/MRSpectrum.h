@@ -46,9 +46,9 @@ public:
     //   length        3 .. 262145
     //   windowType    family of the windows, a code of GetWindow
     //   floorDb       ignored
-    //   outMagnitude, outPhase  bins 0 .. half, half = fftLen / 2, fftLen the smallest power of two from
-    //                 length * padFactor - padFactor - 1 up (1024 for 1025 samples); when the pointer is null an
-    //                 array is allocated with new[] for the caller to own; may be null where not used
+    //   outMagnitude, outPhase  bins 0 .. half, half = fftLen / 2, fftLen the smallest power of two above
+    //                 (length - 1) * padFactor - 1 (1024 for 1025 samples); when the pointer is null an array is
+    //                 allocated with new[] for the caller to own; may be null where not used
     //   outLastBin    receives half
     //   outputMode    0: magnitude [dB, 0 dB = 32768] and phase [rad]; 1: magnitude and phase;
     //                 2: power (end bins: magnitude) in outMagnitude, and spectrum; 3: spectrum

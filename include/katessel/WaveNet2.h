@@ -125,6 +125,63 @@ KATESSEL_API void WN2_conv1D(float* x, float* hist, int histIndex, int histSize,
 KATESSEL_API void wavenet2_step_noncausal(float* in, T_WN2* net, int frameIndex,
                                           std::vector<std::vector<std::vector<float>>>* layerDump);
 
+// Causal step: no look-ahead; a layer combines its input of now with those of 1 .. kernel - 1 dilations ago, and
+// net->skipSum belongs to the current frame. Must not be mixed with the streaming step on one network.
+//   in     nInputs values
+//   cond   nCond values; read only when the network has conditioning layers
+//   state  nState values; read only when the network has state layers
+// The skip mean is not taken when only the last layer has a skip output. Allocates nothing.
+KATESSEL_API void wavenet2_step(float* in, float* cond, float* state, T_WN2* net);
+
+// The causal step over a sequence, with cond[i] for frame i (null: none; its last frame again when it is too short).
+// `out` becomes as many frames of nSkip zeros: the sequence form advances the network's state and nothing else. Who
+// wants the outputs calls wavenet2_step and reads skipSum.
+KATESSEL_API void wavenet2_process_causal(std::vector<std::vector<float>> in, std::vector<std::vector<float>>* cond,
+                                          std::vector<std::vector<float>>& out, T_WN2* net);
+
+// One dilated convolution over a sequence, centred for odd kernels and looking ahead by its whole span for even ones:
+// out[u] = bias + sum over taps k of W[k] in[max(u + pad - k * dilation, 0)], pad = (kernel - 1) * dilation, halved for
+// odd kernels. The last pad frames stay zeros, without bias. (With no more than pad frames, out[0] is the value whose
+// newest input is the last frame.)
+//   in    frames of nIn values; shorter ones are filled up with zeros
+//   out   replaced by as many frames of nOut values
+//   W     kernel blocks of nOut rows of nIn
+//   bias  nOut values, or null
+KATESSEL_API void WN2_conv1D_process_noncausal(std::vector<std::vector<float>> in,
+                                               std::vector<std::vector<float>>& out, int dilation, int kernel,
+                                               float* W, float* bias, int nIn, int nOut);
+
+// The same over a ring: logical frame j is in[(j + start) mod n]. Frames before the first are the logical first one;
+// the output is an ordinary sequence.
+KATESSEL_API void WN2_conv1D_process_noncausal_circular(std::vector<std::vector<float>> in, int start,
+                                                        std::vector<std::vector<float>>& out, int dilation,
+                                                        int kernel, float* W, float* bias, int nIn, int nOut);
+
+// Offline form: the whole network over a sequence, every layer centred on its frame. Differs from the streaming step
+// on purpose: the residual takes the layer's input of the same frame, and the skip mean divides by all layers.
+// Conditioning, state and the residual 1x1 convolution are not used, nor is the network's streaming state.
+//   in          frames of nInputs values
+//   ignoredOut  not read
+//   out         replaced by as many frames of nSkip values
+//   dump        write every intermediate sequence to a frame matrix file "./plot/_NAME__WN_.."; see FrameMatrix.h
+KATESSEL_API void wavenet2_process_noncausal(std::vector<std::vector<float>> in,
+                                             std::vector<std::vector<float>>* ignoredOut,
+                                             std::vector<std::vector<float>>& out, T_WN2* net, bool dump);
+
+// The same for an input that is a ring with its logical first frame at `start`.
+KATESSEL_API void wavenet2_process_noncausal_circular(std::vector<std::vector<float>> in, int start,
+                                                      std::vector<std::vector<float>>* ignoredOut,
+                                                      std::vector<std::vector<float>>& out, T_WN2* net, bool dump);
+
+// Builds a network, runs it over a sequence and releases it. Causal: `out` becomes what wavenet2_process_causal gives.
+// Otherwise the result goes to the driver's own copy of `cond` and `out` is left alone; callers that want it use
+// wavenet2_process_noncausal. `cond` may be empty.
+KATESSEL_API void wavenet2_process(std::vector<std::vector<float>> in, std::vector<std::vector<float>>* out,
+                                   std::vector<std::vector<float>> cond, std::string name, std::string file,
+                                   int nInputs, int nCond, int nLayers, int dilationCycle, int initialKernel,
+                                   int kernel, int nResidual, int nSkip, bool meanSkip, int firstSkipLayer,
+                                   bool tanhResidual, bool tanhInitial, bool causal);
+
 }  // namespace KaTessel
 
 #endif

@@ -112,8 +112,9 @@ long MRSpectrum::DoMultiresolutionSpectrum(short* input, long length, char windo
                                            float** outMagnitude, float** outPhase, long* outLastBin, char outputMode,
                                            float** ioComplexSpectrum, float padFactor, bool centred,
                                            float sampleRate) {
-    std::vector<float> samples(input, input + length);
-    return DoMultiresolutionSpectrum(samples.data(), length, windowType, floorDb, outMagnitude, outPhase, outLastBin,
+    const std::unique_ptr<float[]> samples(new float[length]);
+    std::copy_n(input, length, samples.get());
+    return DoMultiresolutionSpectrum(samples.get(), length, windowType, floorDb, outMagnitude, outPhase, outLastBin,
                                      outputMode, ioComplexSpectrum, padFactor, centred, sampleRate);
 }
 

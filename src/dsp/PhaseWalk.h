@@ -9,6 +9,7 @@
 #include "dsp/Complex.h"
 
 namespace KaTessel {
+namespace {
 
 // With kCubes the walk also gives the third powers.
 template <bool kCubes>
@@ -70,4 +71,5 @@ private:
     Complex m_first{1.0f, 0.0f}, m_third{}, m_nextFirst{}, m_nextThird{};
 };
 
+}  // namespace
 }  // namespace KaTessel

@@ -2,20 +2,21 @@
 //
 // The factors of point p and of its mirror image in the quarter are the same numbers, so both are done together and
 // the walk covers half a quarter.
+#pragma once
+
 #include "dsp/FftButterflies.h"
 #include "dsp/PhaseWalk.h"
-#include "katessel/CFFTOoura.h"
 
 namespace KaTessel {
 namespace {
 
 constexpr double kHalfPi = 1.57079632679489661923;
-constexpr int kBlockPoints = 64;  // 128 floats
+constexpr int kStageBlockPoints = 64;  // 128 floats
 
 // Runs a butterfly over the points with place p in each quarter.
-template <bool kConjugateInput, typename Butterfly>
-inline void atPoint(float* a, int quarter, int p, Butterfly butterfly) {
-    Complex x[4];
+template <bool kConjugateInput, typename Real, typename Butterfly>
+inline void atPoint(Real* a, int quarter, int p, Butterfly butterfly) {
+    ComplexOf<Real> x[4];
     for (int q = 0; q < 4; ++q) {
         x[q] = get(a, p + q * quarter);
         if (kConjugateInput) x[q] = conjugate(x[q]);
@@ -24,15 +25,17 @@ inline void atPoint(float* a, int quarter, int p, Butterfly butterfly) {
     for (int q = 0; q < 4; ++q) set(a, p + q * quarter, x[q]);
 }
 
-template <bool kConjugateInput>
-void stageOfFirstKind(int n, float* a) {
+// Stage of a block of the first kind, of n floats.
+template <bool kConjugateInput, typename Real>
+void firstKindStage(int n, Real* a) {
+    using Point = ComplexOf<Real>;
     const int quarter = n / 8;
     const auto at = [a, quarter](int p, Complex w1, Complex w3) {
-        atPoint<kConjugateInput>(a, quarter, p, [=](Complex& x0, Complex& x1, Complex& x2, Complex& x3) {
+        atPoint<kConjugateInput>(a, quarter, p, [=](Point& x0, Point& x1, Point& x2, Point& x3) {
             butterfly1(x0, x1, x2, x3, w1, w3);
         });
     };
-    PhaseWalk<true> walk(static_cast<float>(kHalfPi / (n / 4)), 0, 1, kBlockPoints);
+    PhaseWalk<true> walk(static_cast<float>(kHalfPi / (n / 4)), 0, 1, kStageBlockPoints);
     at(0, {1.0f, 0.0f}, {1.0f, 0.0f});
     for (int p = 1; p < quarter / 2; ++p) {
         walk.advance();
@@ -43,21 +46,18 @@ void stageOfFirstKind(int n, float* a) {
     at(quarter / 2, {kCosPi4, kCosPi4}, {-kCosPi4, kCosPi4});
 }
 
-}  // namespace
-
-void CFFTOoura::cftmdl1(int n, float* a) { stageOfFirstKind<false>(n, a); }
-
-void CFFTOoura::cftb1st(int n, float* a) { stageOfFirstKind<true>(n, a); }
-
-void CFFTOoura::cftmdl2(int n, float* a) {
+// Stage of a block of the second kind.
+template <typename Real>
+void secondKindStage(int n, Real* a) {
+    using Point = ComplexOf<Real>;
     const int quarter = n / 8;
     const auto at = [a, quarter](int p, Complex w1, Complex d1, Complex w3, Complex d3) {
-        atPoint<false>(a, quarter, p, [=](Complex& x0, Complex& x1, Complex& x2, Complex& x3) {
+        atPoint<false>(a, quarter, p, [=](Point& x0, Point& x1, Point& x2, Point& x3) {
             butterfly2(x0, x1, x2, x3, w1, d1, w3, d3);
         });
     };
     // Frequencies shifted by half a bin: half the angle of the first kind.
-    PhaseWalk<true> walk(static_cast<float>(kHalfPi / (n / 4)) * 0.5f, 0, 1, kBlockPoints);
+    PhaseWalk<true> walk(static_cast<float>(kHalfPi / (n / 4)) * 0.5f, 0, 1, kStageBlockPoints);
     at(0, {1.0f, 0.0f}, {kCosPi4, kCosPi4}, {1.0f, 0.0f}, {-kCosPi4, kCosPi4});
     for (int p = 1; p < quarter / 2; ++p) {
         walk.advance();
@@ -69,4 +69,5 @@ void CFFTOoura::cftmdl2(int n, float* a) {
     at(quarter / 2, {kCosPi8, kSinPi8}, {kSinPi8, kCosPi8}, {kSinPi8, kCosPi8}, {-kCosPi8, -kSinPi8});
 }
 
+}  // namespace
 }  // namespace KaTessel

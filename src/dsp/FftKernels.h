@@ -1,17 +1,21 @@
-// The fixed transforms that end the recursion: 16, 8 and 4 points, written out.
+// The fixed transforms that end the recursion: 16, 8 and 4 points, written out; of the first and second kind, their
+// results bit-reversed.
+#pragma once
+
 #include "dsp/FftButterflies.h"
-#include "katessel/CFFTOoura.h"
 
 namespace KaTessel {
 namespace {
 
 // Four points that are a whole block.
-inline void four1(Complex* x) { butterfly1(x[0], x[1], x[2], x[3]); }
+template <typename Real>
+inline void four1(ComplexOf<Real>* x) { butterfly1(x[0], x[1], x[2], x[3]); }
 
-inline void four2(Complex* x) {
-    const Complex turned2 = timesI(x[2]), turned3 = timesI(x[3]);
-    const Complex even = x[0] + turned2, evenTurned = turnedByPi4(x[1] + turned3);
-    const Complex odd = x[0] - turned2, oddTurned = turnedBy3Pi4(x[1] - turned3);
+template <typename Real>
+inline void four2(ComplexOf<Real>* x) {
+    const ComplexOf<Real> turned2 = timesI(x[2]), turned3 = timesI(x[3]);
+    const ComplexOf<Real> even = x[0] + turned2, evenTurned = turnedByPi4(x[1] + turned3);
+    const ComplexOf<Real> odd = x[0] - turned2, oddTurned = turnedBy3Pi4(x[1] - turned3);
     x[0] = even + evenTurned;
     x[1] = even - evenTurned;
     x[2] = odd + oddTurned;
@@ -19,33 +23,34 @@ inline void four2(Complex* x) {
 }
 
 // Two points that are a whole block.
-inline void two1(Complex* x) {
-    const Complex difference = x[0] - x[1];
+template <typename Real>
+inline void two1(ComplexOf<Real>* x) {
+    const ComplexOf<Real> difference = x[0] - x[1];
     x[0] = x[0] + x[1];
     x[1] = difference;
 }
 
-inline void two2(Complex* x) {
-    const Complex turned = timesI(x[1]);
+template <typename Real>
+inline void two2(ComplexOf<Real>* x) {
+    const ComplexOf<Real> turned = timesI(x[1]);
     x[1] = x[0] - turned;
     x[0] = x[0] + turned;
 }
 
-template <int kPoints>
-inline void load(Complex (&x)[kPoints], const float* a) {
+template <typename Real, int kPoints>
+inline void readPoints(ComplexOf<Real> (&x)[kPoints], const Real* a) {
     for (int k = 0; k < kPoints; ++k) x[k] = get(a, k);
 }
 
-template <int kPoints>
-inline void store(const Complex (&x)[kPoints], float* a) {
+template <typename Real, int kPoints>
+inline void writePoints(const ComplexOf<Real> (&x)[kPoints], Real* a) {
     for (int k = 0; k < kPoints; ++k) set(a, k, x[k]);
 }
 
-}  // namespace
-
-void CFFTOoura::cftf161(float* a) {
-    Complex x[16];
-    load(x, a);
+template <typename Real>
+void sixteen1(Real* a) {
+    ComplexOf<Real> x[16];
+    readPoints(x, a);
     butterfly1(x[0], x[4], x[8], x[12]);
     butterfly1(x[1], x[5], x[9], x[13], {kCosPi8, kSinPi8}, {kSinPi8, kCosPi8});
     butterfly1(x[2], x[6], x[10], x[14], {kCosPi4, kCosPi4}, {-kCosPi4, kCosPi4});
@@ -54,12 +59,13 @@ void CFFTOoura::cftf161(float* a) {
     four2(x + 4);
     four1(x + 8);
     four1(x + 12);
-    store(x, a);
+    writePoints(x, a);
 }
 
-void CFFTOoura::cftf162(float* a) {
-    Complex x[16];
-    load(x, a);
+template <typename Real>
+void sixteen2(Real* a) {
+    ComplexOf<Real> x[16];
+    readPoints(x, a);
     butterfly2(x[0], x[4], x[8], x[12], {1.0f, 0.0f}, {kCosPi4, kCosPi4}, {1.0f, 0.0f}, {-kCosPi4, kCosPi4});
     butterfly2(x[1], x[5], x[9], x[13], {kCosPi16, kSinPi16}, {kSin3Pi16, kCos3Pi16}, {kCos3Pi16, kSin3Pi16},
                {-kCosPi16, kSinPi16});
@@ -71,24 +77,26 @@ void CFFTOoura::cftf162(float* a) {
     four2(x + 4);
     four1(x + 8);
     four2(x + 12);
-    store(x, a);
+    writePoints(x, a);
 }
 
-void CFFTOoura::cftf081(float* a) {
-    Complex x[8];
-    load(x, a);
+template <typename Real>
+void eight1(Real* a) {
+    ComplexOf<Real> x[8];
+    readPoints(x, a);
     butterfly1(x[0], x[2], x[4], x[6]);
     butterfly1(x[1], x[3], x[5], x[7], {kCosPi4, kCosPi4}, {-kCosPi4, kCosPi4});
     two1(x);
     two2(x + 2);
     two1(x + 4);
     two1(x + 6);
-    store(x, a);
+    writePoints(x, a);
 }
 
-void CFFTOoura::cftf082(float* a) {
-    Complex x[8];
-    load(x, a);
+template <typename Real>
+void eight2(Real* a) {
+    ComplexOf<Real> x[8];
+    readPoints(x, a);
     butterfly2(x[0], x[2], x[4], x[6], {1.0f, 0.0f}, {kCosPi4, kCosPi4}, {1.0f, 0.0f}, {-kCosPi4, kCosPi4});
     butterfly2(x[1], x[3], x[5], x[7], {kCosPi8, kSinPi8}, {kSinPi8, kCosPi8}, {kSinPi8, kCosPi8},
                {-kCosPi8, -kSinPi8});
@@ -96,12 +104,13 @@ void CFFTOoura::cftf082(float* a) {
     two2(x + 2);
     two1(x + 4);
     two2(x + 6);
-    store(x, a);
+    writePoints(x, a);
 }
 
-void CFFTOoura::cftf040(float* a) {
-    Complex x[4];
-    load(x, a);
+template <typename Real>
+void fourInOrder(Real* a) {
+    ComplexOf<Real> x[4];
+    readPoints(x, a);
     four1(x);
     set(a, 0, x[0]);
     set(a, 1, x[2]);
@@ -109,4 +118,5 @@ void CFFTOoura::cftf040(float* a) {
     set(a, 3, x[3]);
 }
 
+}  // namespace
 }  // namespace KaTessel

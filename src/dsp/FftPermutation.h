@@ -1,8 +1,7 @@
 // Bit reversal in place: point k changes places with the point whose index has the bits of k in reverse.
-#include <utility>
+#pragma once
 
 #include "dsp/Complex.h"
-#include "katessel/CFFTOoura.h"
 
 namespace KaTessel {
 namespace {
@@ -17,15 +16,16 @@ inline int nextReversed(int reversed, int points) {
     return reversed | bit;
 }
 
-template <bool kConjugate>
-inline void exchange(float* a, int i, int j) {
-    const Complex x = get(a, i), y = get(a, j);
+template <bool kConjugate, typename Real>
+inline void exchange(Real* a, int i, int j) {
+    const ComplexOf<Real> x = get(a, i), y = get(a, j);
     set(a, i, kConjugate ? conjugate(y) : y);
     set(a, j, kConjugate ? conjugate(x) : x);
 }
 
-template <bool kConjugate>
-void reverseBits(int n, float* a) {
+// Reorders the points of n floats, and conjugates them with kConjugate.
+template <bool kConjugate, typename Real>
+void reverseBits(int n, Real* a) {
     const int points = n / 2;
     if (points < 4) {  // one or two points keep their places
         if (kConjugate)
@@ -49,9 +49,4 @@ void reverseBits(int n, float* a) {
 }
 
 }  // namespace
-
-void CFFTOoura::bitrv2(int n, float* a) { reverseBits<false>(n, a); }
-
-void CFFTOoura::bitrv2conj(int n, float* a) { reverseBits<true>(n, a); }
-
 }  // namespace KaTessel
