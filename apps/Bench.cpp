@@ -107,7 +107,7 @@ std::vector<Stage> measureStages(const std::string& model, const std::vector<flo
             const double time = microsSince(start);
             if (f >= kWarmUpFrames) stages[stage].times.push_back(time);
         };
-        timed(0, [&] { engine.spectrumStage(); });
+        timed(0, [&] { engine.spectrumStage(engine.frame); });
         timed(1, [&] { engine.bandStage(features.data()); });
         timed(2, [&] { engine.networkStage(features.data()); });
         timed(3, [&] { engine.headStage(); });

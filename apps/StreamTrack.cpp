@@ -33,8 +33,7 @@ void fillBlock(const Recording& recording, std::int64_t first, std::vector<float
 // Streams until a frame is about an instant past the end.
 PitchTrack stream(const Recording& recording, double seconds, const StreamPlan& plan, const std::string& model) {
     const Engine engine = openEngine(plan, model);
-    const double earliest = -0.5 / plan.rate();  // the lead is a whole number of samples
-    const double end = seconds - 1e-9;           // instants carry rounding errors
+    const double end = seconds - 1e-9;  // instants carry rounding errors
     std::vector<float> block(static_cast<std::size_t>(plan.blockSize()));
     PitchTrack track;
     for (std::int64_t passed = 0;; ++passed) {
@@ -45,9 +44,7 @@ PitchTrack stream(const Recording& recording, double seconds, const StreamPlan& 
         if (frames == plan.framesAfter(passed)) continue;
         row.time = plan.instantOf(frames - 1);
         if (row.time >= end) return track;
-        if (row.time < earliest) continue;
-        row.time = std::max(row.time, 0.0);
-        track.push_back(row);
+        if (row.time >= 0.0) track.push_back(row);
     }
 }
 

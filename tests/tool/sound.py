@@ -20,8 +20,8 @@ def harmonic_sound(rate, count, frequency_at):
     for i in range(count):
         frequency = frequency_at(i / rate)
         phase += 2 * math.pi * frequency / rate
-        audible = [h for h in range(1, HARMONICS + 1) if h * frequency < 0.45 * rate]
-        yield sum(0.2 / h * math.sin(h * phase) for h in audible)
+        audible = min(HARMONICS, int(0.45 * rate / frequency))
+        yield sum(0.2 / h * math.sin(h * phase) for h in range(1, audible + 1))
 
 
 def click_samples(rate):
@@ -43,7 +43,10 @@ def make(rate, seconds, kind, arguments):
     if kind == "half":
         return [0.5 * s for s in harmonic_sound(rate, count, lambda t: numbers[0])], 1
     if kind == "clicks":
-        return [0.9 if i in click_samples(rate) else 0.0 for i in range(count)], 1
+        samples = [0.0] * count
+        for i in click_samples(rate):
+            samples[i] = 0.9
+        return samples, 1
     if kind == "left":
         return [x for s in harmonic_sound(rate, count, lambda t: numbers[0]) for x in (s, 0.0)], 2
     if kind == "bad":

@@ -93,6 +93,12 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.{wav,csv}; }
   katessel track tone.wav -o link.csv
   [ -L link.csv ]
   cmp older.csv expected.csv
-  katessel track tone.wav -o /dev/stdout | cmp - expected.csv
+  # A pipe is written to and stays one.
+  mkfifo pipe
+  timeout 10 cat pipe > through.csv &
+  katessel track tone.wav -o pipe
+  wait
+  [ -p pipe ]
+  cmp through.csv expected.csv
   [ "$(ls -A | grep -c part)" = 0 ]
 }
