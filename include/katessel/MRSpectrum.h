@@ -85,6 +85,10 @@ public:
     int resolutionOfBin(int bin) const { return m_binResolutions[static_cast<size_t>(bin)]; }
     int windowLength(int resolution) const { return m_resolutionLengths[static_cast<size_t>(resolution)]; }
     int kernelTaps() const { return m_taps; }
+    int transformLength() const { return m_fftLen; }
+    const float* frameWindow() const { return m_frameWindow.get(); }  // as many values as the frame has samples
+    // Real kernel taps of a resolution, kernelTaps() values with a stride of 2; the middle one belongs to the bin itself.
+    const float* kernel(int resolution) const { return m_kernels.data() + resolution * m_kernelStride; }
 
     // Writes a window of n samples to *out, scaled to the sum 2. Codes: 0 Hamming; 1 .. 7 Kaiser-Bessel, alpha
     // 1.7, 1.8, 1.9, 2.0, 2.5, 3.0, 3.5; 9, 11, 12 Blackman-Harris of 70, 74 and 92 dB; 10 BlackmanHarrisLike;

@@ -18,7 +18,7 @@ constexpr int kMinBuffer = 2;  // floats of the shortest spectrum, for both end 
 
 enum OutputMode : char { kDecibelsAndPhase = 0, kMagnitudeAndPhase = 1, kPowerAndSpectrum = 2, kSpectrum = 3 };
 
-int transformLength(long length, float padFactor) {
+int transformFor(long length, float padFactor) {
     const long atLeast = static_cast<long>(static_cast<float>(length - 1) * padFactor - 1.0f);
     int n = 1;
     while (n <= atLeast && n < kMaxTransform) n *= 2;
@@ -54,7 +54,7 @@ MRSpectrum::MRSpectrum()
 MRSpectrum::~MRSpectrum() = default;
 
 void MRSpectrum::PrepareMR(long length, char windowType, float padFactor, bool centred, float sampleRate) {
-    m_fftLen = transformLength(length, padFactor);
+    m_fftLen = transformFor(length, padFactor);
     if (length != m_frameLength) {
         float* window = m_frameWindow.get();
         GetWindow(length, 14, &window, false, false);

@@ -29,11 +29,18 @@ void freeFilterbank(float**& filterbank, int bands) {
     filterbank = nullptr;
 }
 
+BandRange bandRange(int band) { return {kBandFirstBin[band], kBandBinCount[band]}; }
+
+int highestBandBin() {
+    const BandRange last = bandRange(kBands - 1);
+    return last.firstBin + last.bins - 1;
+}
+
 void bandEnergies(const float* const* filterbank, const float* magnitude, float* energies) {
     for (int b = 0; b < kBands; ++b) {
-        const int first = kBandFirstBin[b], end = first + kBandBinCount[b];
+        const BandRange range = bandRange(b);
         float energy = 0.0f;
-        for (int k = first; k < end; ++k) energy += filterbank[b][k] * magnitude[k];
+        for (int k = range.firstBin; k < range.firstBin + range.bins; ++k) energy += filterbank[b][k] * magnitude[k];
         energies[b] = energy;
     }
 }

@@ -13,6 +13,15 @@ float** makeFilterbank();
 // Releases every row and the table of `bands` rows and sets it to null.
 void freeFilterbank(float**& filterbank, int bands);
 
+// The bins that a band covers.
+struct BandRange {
+    int firstBin, bins;
+};
+BandRange bandRange(int band);
+
+// The highest bin of any band, 298.
+int highestBandBin();
+
 // Band energies: energies[b] = sum of the band's weights times the magnitudes.
 //   filterbank  from makeFilterbank; only the bins that a band covers are visited, all others weigh nothing
 //   magnitude   kBins values

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/Constants.h"
+#include "engine/FeatureBatch.h"
 #include "engine/PitchScale.h"
 #include "engine/SignalReader.h"
 #include "kernels/Kernels.h"
@@ -60,17 +61,18 @@ int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, 
     const int context = network.context();
     const int half = (kAnalysisLength - 1) / 2;
 
+    FeatureBatch batch(*this);
+    const int atOnce = batch.framesAtOnce();
     FrameBlock features, skip, outputs;
-    std::vector<float> samples(kAnalysisLength);
+    std::vector<float> samples(static_cast<std::size_t>((atOnce - 1) * hop + kAnalysisLength));
     for (int first = 0; first < frames; first += kSegmentFrames) {
         const int last = std::min(first + kSegmentFrames, frames);
         const int begin = std::max(first - context, 0), end = std::min(last + context, frames);
         features.reset(end - begin, numBands, network.lead());
-        for (int f = begin; f < end; ++f) {
-            // Centred on sample f * hop; what lies outside the signal reads as 0.
-            signal.read(static_cast<long>(f) * hop - half, kAnalysisLength, samples.data());
-            spectrumStage(samples.data());
-            bandStage(features.frame(f - begin));
+        for (int f = begin; f < end; f += atOnce) {
+            // Frames are centred on sample f * hop; what lies outside the signal reads as 0.
+            signal.read(static_cast<long>(f) * hop - half, static_cast<int>(samples.size()), samples.data());
+            batch.process(samples.data(), hop, std::min(atOnce, end - f), features.frame(f - begin));
         }
         network.process(features, skip);
         heads.process(skip, outputs);

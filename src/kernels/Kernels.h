@@ -11,6 +11,7 @@ namespace KaTessel::kernels {
 struct Kernels {
     const char* name;  // "scalar", "sse2", "avx2", "avx512"
     int panel;         // outputs that frameProduct computes side by side
+    int lanes;         // signals that the lane kernels treat side by side: value i of signal s is at [i * lanes + s]
 
     // Sum of a[i] * b[i] over n.
     float (*dot)(const float* a, const float* b, int n);
@@ -56,6 +57,22 @@ struct Kernels {
     // out[2k + h] = sum over t < pairFloats / 2 of kernel[2t + h] * spectrum[2(k + t) + h].
     // pairFloats is a multiple of kMaxLanes; `spectrum` holds pairFloats + 2 * (bins - 1) floats.
     void (*convolvePairs)(float* out, const float* spectrum, const float* kernel, int pairFloats, int bins);
+
+    // Lane kernels: `lanes` signals at once. Pointers are aligned to 64 bytes.
+
+    // Spectrum of n real samples per signal, n a power of two, in place: value at 0 Hz, value at half the rate, then real
+    // and imaginary parts of bins 1 .. n/2 - 1; sign exp(-i ..).
+    void (*transformLanes)(float* a, int n);
+
+    // convolvePairs for every signal with the same taps: pairs k of `out`, k + t of `spectrum`, taps[2 * t]; `count`
+    // taps.
+    void (*convolveLanes)(float* out, const float* spectrum, const float* taps, int count, int bins);
+
+    // out[k] = size of pair k, n pairs per signal.
+    void (*magnitudeLanes)(float* out, const float* pairs, int n);
+
+    // out = sum over k < n of weights[k] * x[k], one value per signal.
+    void (*weightedLanes)(float* out, const float* x, const float* weights, int n);
 
     // Polyphase FIR: out[k] at position p = pos + k * step is a + (b - a) * t, with i = (int)p, the phase
     // (p - i) * phases = whole part q and rest t, and a, b the products of in[i ..] with rows q and q + 1 of `table`

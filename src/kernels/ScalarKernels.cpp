@@ -1,6 +1,7 @@
 // The kernels as plain loops: what every other variant is tested against.
 #include <math.h>
 
+#include "dsp/FftReal.h"
 #include "kernels/Kernels.h"
 
 namespace KaTessel::kernels {
@@ -86,6 +87,17 @@ void convolvePairs(float* out, const float* spectrum, const float* kernel, int p
     }
 }
 
+// One signal at a time.
+constexpr int kLanes = 1;
+
+void transformLanes(float* a, int n) { realTransform(n, a); }
+
+void convolveLanes(float* out, const float* spectrum, const float* taps, int count, int bins) {
+    convolvePairs(out, spectrum, taps, 2 * count, bins);
+}
+
+void weightedLanes(float* out, const float* x, const float* weights, int n) { *out = dot(x, weights, n); }
+
 double polyphase(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
                  int phases) {
     for (int k = 0; k < count; ++k, pos += step) {
@@ -102,7 +114,10 @@ double polyphase(float* out, int count, const float* in, double pos, double step
 
 }  // namespace
 
-const Kernels kScalar = {"scalar", kPanel, dot, rowProduct, frameProduct, accumulate,     scale,         multiply, scaledSum, sigmoid,
-                         hyperbolicTangent, leakyRelu, magnitude,  scaledDecibels, convolvePairs, polyphase};
+const Kernels kScalar = {"scalar",      kPanel,        kLanes,         dot,        rowProduct,
+                         frameProduct,  accumulate,    scale,          multiply,   scaledSum,
+                         sigmoid,       hyperbolicTangent, leakyRelu,  magnitude,  scaledDecibels,
+                         convolvePairs, transformLanes, convolveLanes, magnitude,  weightedLanes,
+                         polyphase};
 
 }  // namespace KaTessel::kernels

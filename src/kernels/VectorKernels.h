@@ -1,10 +1,12 @@
 // The kernels in vectors of kLanes floats: one source for every instruction set.
 //
 // Included once by each Variant*.cpp, which sets KATESSEL_LANES and names the table; the build gives that file its
-// instruction set. Nothing here may call an inline function from another header: the linker would keep one copy of
-// it, perhaps the one compiled for instructions that the machine lacks.
+// instruction set. Nothing here may call an inline function from another header, unless it is in an unnamed namespace as
+// the transform is: the linker would keep one copy of it, perhaps the one compiled for instructions that the machine
+// lacks.
 #include <math.h>
 
+#include "dsp/FftReal.h"
 #include "kernels/Kernels.h"
 
 namespace KaTessel::kernels {
@@ -178,6 +180,9 @@ void frameProduct(float* out, long outStride, int frames, int nOut, const float*
         for (; f + kTileFrames <= frames; f += kTileFrames)
             frameTile<kTileFrames>(out + f * outStride + o, outStride, outputs, packed, x, f * xStride, xStride, taps,
                                    nIn, panelBias, accumulate);
+        for (; f + 4 <= frames; f += 4)
+            frameTile<4>(out + f * outStride + o, outStride, outputs, packed, x, f * xStride, xStride, taps, nIn,
+                         panelBias, accumulate);
         for (; f < frames; ++f)
             frameTile<1>(out + f * outStride + o, outStride, outputs, packed, x, f * xStride, xStride, taps, nIn,
                          panelBias, accumulate);
@@ -305,6 +310,48 @@ void convolvePairs(float* out, const float* spectrum, const float* kernel, int p
     }
 }
 
+void transformLanes(float* a, int n) { realTransform(n, reinterpret_cast<Vec*>(a)); }
+
+// kBins neighbouring bins share the taps.
+template <int kBins>
+KATESSEL_INLINE void convolveBinsOfLanes(Vec* out, const Vec* spectrum, const float* taps, int count) {
+    Vec re[kBins] = {}, im[kBins] = {};
+    for (int t = 0; t < count; ++t) {
+        const Vec tap = splat(taps[2 * t]);
+        for (int b = 0; b < kBins; ++b) {
+            re[b] += tap * spectrum[2 * (t + b)];
+            im[b] += tap * spectrum[2 * (t + b) + 1];
+        }
+    }
+    for (int b = 0; b < kBins; ++b) {
+        out[2 * b] = re[b];
+        out[2 * b + 1] = im[b];
+    }
+}
+
+void convolveLanes(float* out, const float* spectrum, const float* taps, int count, int bins) {
+    constexpr int kBins = kLanes == 16 ? 8 : 4;  // as the register file allows
+    Vec* to = reinterpret_cast<Vec*>(out);
+    const Vec* from = reinterpret_cast<const Vec*>(spectrum);
+    int k = 0;
+    for (; k + kBins <= bins; k += kBins) convolveBinsOfLanes<kBins>(to + 2 * k, from + 2 * k, taps, count);
+    for (; k < bins; ++k) convolveBinsOfLanes<1>(to + 2 * k, from + 2 * k, taps, count);
+}
+
+void magnitudeLanes(float* out, const float* pairs, int n) {
+    for (int k = 0; k < n; ++k)
+        for (int s = 0; s < kLanes; ++s) {
+            const float re = pairs[2 * k * kLanes + s], im = pairs[(2 * k + 1) * kLanes + s];
+            out[k * kLanes + s] = sqrtf(re * re + im * im);
+        }
+}
+
+void weightedLanes(float* out, const float* x, const float* weights, int n) {
+    Vec sums = {};
+    for (int k = 0; k < n; ++k) sums += load(x + k * kLanes) * weights[k];
+    store(out, sums);
+}
+
 double polyphase(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
                  int phases) {
     for (int k = 0; k < count; ++k, pos += step) {
@@ -321,8 +368,10 @@ double polyphase(float* out, int count, const float* in, double pos, double step
 
 }  // namespace
 
-const Kernels KATESSEL_TABLE = {
-    KATESSEL_NAME, kPanel, dot, rowProduct, frameProduct,        accumulate, scale,     multiply,       scaledSum,
-    sigmoid,       hyperbolicTangent, leakyRelu,  magnitude, scaledDecibels, convolvePairs, polyphase};
+const Kernels KATESSEL_TABLE = {KATESSEL_NAME, kPanel,         kLanes,         dot,           rowProduct,
+                                frameProduct,  accumulate,     scale,          multiply,      scaledSum,
+                                sigmoid,       hyperbolicTangent, leakyRelu,   magnitude,     scaledDecibels,
+                                convolvePairs, transformLanes, convolveLanes,  magnitudeLanes, weightedLanes,
+                                polyphase};
 
 }  // namespace KaTessel::kernels

@@ -3,11 +3,10 @@
 // Every count in the file is checked against the bytes that are left before anything is allocated for it, so a
 // damaged file costs no more memory than its own size.
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <utility>
 
 #include "katessel/LayerWeights.h"
+#include "modelio/BinaryReader.h"
 
 namespace KaTessel {
 namespace {
@@ -15,52 +14,11 @@ namespace {
 constexpr std::uint32_t kMaxLayers = 10000;
 constexpr int kMaxRank = 10;
 
-// Reads little-endian values one after the other and remembers the first thing that went wrong.
-class Reader {
-public:
-    explicit Reader(const std::string& path) : m_file(std::fopen(path.c_str(), "rb"), &std::fclose) {
-        if (!m_file) {
-            fail("cannot be opened");
-            return;
-        }
-        // A folder opens, but has no size.
-        if (std::fseek(m_file.get(), 0, SEEK_END) != 0 || (m_left = std::ftell(m_file.get())) < 0 ||
-            std::fseek(m_file.get(), 0, SEEK_SET) != 0)
-            fail("cannot be read");
-    }
-
-    bool good() const { return m_why.empty(); }
-    const std::string& why() const { return m_why; }
-    std::int64_t bytesLeft() const { return m_left; }
-
-    bool fail(std::string why) {
-        if (m_why.empty()) m_why = std::move(why);
-        return false;
-    }
-
-    // Reads `bytes` bytes that belong to `what`.
-    bool read(void* to, std::int64_t bytes, const char* what) {
-        if (!good()) return false;
-        if (bytes > m_left || std::fread(to, 1, static_cast<std::size_t>(bytes), m_file.get()) !=
-                                  static_cast<std::size_t>(bytes))
-            return fail(std::string("ends within ") + what);
-        m_left -= bytes;
-        return true;
-    }
-
-    bool readInt(std::int32_t& value, const char* what) { return read(&value, sizeof value, what); }
-
-private:
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> m_file;
-    std::int64_t m_left = 0;
-    std::string m_why;
-};
-
 std::string at(const T_FileLayerWeights& layer, int tensor) {
     return "layer \"" + layer.name + "\", tensor " + std::to_string(tensor) + ": ";
 }
 
-bool readName(Reader& in, int index, T_FileLayerWeights& layer) {
+bool readName(BinaryReader& in, int index, T_FileLayerWeights& layer) {
     std::uint8_t length = 0;
     if (!in.read(&length, 1, "a layer's name length")) return false;
     if (length == 0) return in.fail("layer " + std::to_string(index) + " has an empty name");
@@ -70,7 +28,7 @@ bool readName(Reader& in, int index, T_FileLayerWeights& layer) {
     return true;
 }
 
-bool readTensor(Reader& in, const T_FileLayerWeights& layer, int index, T_FileTensor& tensor) {
+bool readTensor(BinaryReader& in, const T_FileLayerWeights& layer, int index, T_FileTensor& tensor) {
     if (!in.readInt(tensor.rank, "a tensor's rank")) return false;
     if (tensor.rank < 1 || tensor.rank > kMaxRank)
         return in.fail(at(layer, index) + "rank " + std::to_string(tensor.rank) + ", expected 1 to 10");
@@ -89,7 +47,7 @@ bool readTensor(Reader& in, const T_FileLayerWeights& layer, int index, T_FileTe
     return in.read(tensor.values, count * static_cast<std::int64_t>(sizeof(float)), "a tensor's values");
 }
 
-bool readLayer(Reader& in, int index, T_FileLayerWeights& layer) {
+bool readLayer(BinaryReader& in, int index, T_FileLayerWeights& layer) {
     if (!readName(in, index, layer)) return false;
     std::int32_t count = 0;
     if (!in.readInt(count, "a layer's tensor count")) return false;
@@ -125,7 +83,7 @@ void LayerFile::release() {
 
 bool LayerFile::read(const std::string& path, std::string* why) {
     release();
-    Reader in(path);
+    BinaryReader in(path);
     std::uint32_t count = 0;
     if (in.read(&count, sizeof count, "the layer count") && count > kMaxLayers)
         in.fail("claims " + std::to_string(count) + " layers, expected at most " + std::to_string(kMaxLayers));

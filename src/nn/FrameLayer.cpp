@@ -13,6 +13,23 @@ void FrameBlock::reset(int frames, int channels, int lead) {
     m_data.assign(static_cast<std::size_t>(frames + lead) * static_cast<std::size_t>(channels), 0.0f);
 }
 
+void FrameBlock::assign(const std::vector<std::vector<float>>& sequence, int channels, int lead, int start) {
+    const int n = static_cast<int>(sequence.size());
+    reset(n, channels, lead);
+    for (int t = 0; t < n; ++t) {
+        const int at = ((t + start) % n + n) % n;
+        const std::vector<float>& from = sequence[static_cast<std::size_t>(at)];
+        std::copy_n(from.begin(), std::min(static_cast<int>(from.size()), channels), frame(t));
+    }
+}
+
+std::vector<std::vector<float>> FrameBlock::toSequence() const {
+    std::vector<std::vector<float>> sequence;
+    sequence.reserve(static_cast<std::size_t>(m_frames));
+    for (int t = 0; t < m_frames; ++t) sequence.emplace_back(frame(t), frame(t) + m_channels);
+    return sequence;
+}
+
 void FrameBlock::repeatFirstFrame() {
     if (m_frames == 0) return;
     for (int t = 1; t <= m_lead; ++t) std::copy_n(frame(0), m_channels, frame(-t));

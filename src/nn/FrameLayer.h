@@ -11,6 +11,12 @@ public:
     // Makes the block `frames` frames of zeros with room for `lead` frames before them.
     void reset(int frames, int channels, int lead = 0);
 
+    // Takes frames from a sequence, beginning with number `start` and going around its end; frames that are shorter
+    // than `channels` are filled up with zeros.
+    void assign(const std::vector<std::vector<float>>& sequence, int channels, int lead, int start = 0);
+
+    std::vector<std::vector<float>> toSequence() const;
+
     int frames() const { return m_frames; }
     int channels() const { return m_channels; }
     int lead() const { return m_lead; }

@@ -96,6 +96,7 @@ TEST(MultiResolutionSpectrum, MatchesTheDefinition) {
         {513},
         {1025, 10, 1.0f, true, 24000.0f},   // short windows of 557
         {1025, 10, 1.0f, true, 8000.0f},
+        {1025, 10, 1.0f, true, 5000.0f},    // a slope rounded once, not twice, gives other lengths
         {257, 10, 1.0f, true, 3000.0f},
         {67, 10, 1.0f, true, 1000.0f},      // 64 samples: taps reach past both ends of the spectrum
         {257, 10, 1.0f, false, 12000.0f},   // short windows longer than the frame
@@ -281,7 +282,9 @@ TEST(MultiResolutionSpectrum, KernelsAreKept) {
     const SpectrumArguments notCentred{1025, 10, 1.0f, false, 12000.0f};
     EXPECT_LT(relativeError(analysed(mr, notCentred, frame), reference.spectrum(frame, false)), kTolerance);
 
+    const AllocationCounter counter;
     mr.FreeMR();
+    EXPECT_GT(counter.releases(), 0);
     EXPECT_EQ(analysed(mr, first, frame), original) << "built again after their release";
 
     // Everything else builds new ones, and so does the way back.

@@ -1,9 +1,10 @@
-// Sums of products: dot, rowProduct, convolvePairs, polyphase.
+// Sums of products: dot, rowProduct, frameProduct, convolvePairs, polyphase.
 //
 // All are compared with loops in double precision. A float sum of n products is off by at most about n half units of
 // the last place of the sum of the products' sizes, whatever the order; that bound is the tolerance everywhere here.
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -57,10 +58,10 @@ void checkRowProduct(Random& random, int nIn, int nOut, int taps, int gap) {
     const std::vector<float> bias = random.values(nOut), before = random.values(nOut);
 
     const FencedInput fw(w), fbias(bias);
-    std::vector<FencedInput*> fences;
+    std::vector<std::unique_ptr<FencedInput>> fences;
     std::vector<const float*> taken;
     for (const std::vector<float>& frame : x) {
-        fences.push_back(new FencedInput(frame));
+        fences.push_back(std::make_unique<FencedInput>(frame));
         taken.push_back(fences.back()->data());
     }
     for (int mode = 0; mode < 4; ++mode) {
@@ -84,7 +85,6 @@ void checkRowProduct(Random& random, int nIn, int nOut, int taps, int gap) {
         }
         ASSERT_TRUE(out.intact()) << where;
     }
-    for (FencedInput* fence : fences) delete fence;
 }
 
 TEST(Kernels, RowProductOfEveryShape) {
@@ -99,6 +99,78 @@ TEST(Kernels, RowProductOfEveryShape) {
             checkRowProduct(random, nIn, 5 + taps * 3, taps, taps % 3);
             if (HasFatalFailure()) return;
         }
+}
+
+struct FrameShape {
+    int frames, nOut, taps, nIn;
+    long outGap, xGap;  // floats between the frames
+};
+
+// One call of frameProduct in each mode. NaNs fill the gaps between the frames of the input.
+void checkFrameProduct(Random& random, const FrameShape& s) {
+    const int panel = active->panel;
+    const long outStride = s.nOut + s.outGap, xStride = s.nIn + s.xGap;
+    // Weights by meaning, and the same in blocks of `panel` outputs, the last block filled up with zeros.
+    const std::vector<float> weights = random.values(s.taps * s.nIn * s.nOut);  // [tap][input][output]
+    const long rows = static_cast<long>(s.taps) * s.nIn;
+    std::vector<float> packed(static_cast<std::size_t>((s.nOut + panel - 1) / panel * rows * panel), 0.0f);
+    for (long row = 0; row < rows; ++row)
+        for (int o = 0; o < s.nOut; ++o)
+            packed[(o / panel * rows + row) * panel + o % panel] = weights[row * s.nOut + o];
+    std::vector<std::unique_ptr<FencedInput>> fences;
+    std::vector<const float*> taken;
+    std::vector<std::vector<float>> x;
+    for (int t = 0; t < s.taps; ++t) {
+        std::vector<float> frames(s.frames == 0 ? 0 : static_cast<std::size_t>((s.frames - 1) * xStride + s.nIn), kNaN);
+        for (int f = 0; f < s.frames; ++f)
+            for (int i = 0; i < s.nIn; ++i) frames[f * xStride + i] = random.uniform(-1.0f, 1.0f);
+        fences.push_back(std::make_unique<FencedInput>(frames));
+        taken.push_back(fences.back()->data());
+        x.push_back(frames);
+    }
+    const std::vector<float> bias = random.values(s.nOut);
+    const std::vector<float> before = random.values(s.frames * static_cast<int>(outStride));
+    const FencedInput fpacked(packed), fbias(bias);
+    for (int mode = 0; mode < 4; ++mode) {
+        const bool withBias = mode & 1, accumulate = mode & 2;
+        GuardedBuffer out(before, mode);
+        active->frameProduct(out.data(), outStride, s.frames, s.nOut, fpacked.data(), taken.data(), xStride, s.taps,
+                             s.nIn, withBias ? fbias.data() : nullptr, accumulate);
+        const std::string where = std::to_string(s.frames) + " frames, " + std::to_string(s.taps) + " taps of " +
+                                  std::to_string(s.nIn) + " to " + std::to_string(s.nOut) + ", mode " +
+                                  std::to_string(mode);
+        for (int f = 0; f < s.frames; ++f) {
+            for (int o = 0; o < s.nOut; ++o) {
+                double expected = (withBias ? bias[o] : 0.0) + (accumulate ? before[f * outStride + o] : 0.0);
+                double sizes = 2.0;
+                for (int t = 0; t < s.taps; ++t)
+                    for (int i = 0; i < s.nIn; ++i) {
+                        const double product =
+                            static_cast<double>(weights[(t * s.nIn + i) * s.nOut + o]) * x[t][f * xStride + i];
+                        expected += product;
+                        sizes += std::abs(product);
+                    }
+                ASSERT_NEAR(out[static_cast<int>(f * outStride + o)], expected, sumTolerance(s.nIn * s.taps + 2, sizes))
+                    << where << ", frame " << f << ", output " << o;
+            }
+            for (long gap = s.nOut; gap < outStride; ++gap)
+                ASSERT_EQ(out[static_cast<int>(f * outStride + gap)], before[f * outStride + gap]) << where;
+        }
+        ASSERT_TRUE(out.intact()) << where;
+    }
+}
+
+TEST(Kernels, FrameProductOfEveryShape) {
+    Random random(5);
+    for (int frames : {0, 1, 2, 5, 6, 7, 11, 12, 13, 25})
+        for (int nOut : {0, 1, 7, 8, 9, 15, 16, 17, 31, 33, 48, 70}) {
+            checkFrameProduct(random, {frames, nOut, 1 + frames % 3, 3 + nOut % 5, nOut % 2, frames % 2});
+            if (HasFatalFailure()) return;
+        }
+    for (const FrameShape& s : {FrameShape{30, 140, 3, 70, 0, 0}, {9, 12, 1, 0, 1, 1}, {40, 5, 17, 2, 3, 0}}) {
+        checkFrameProduct(random, s);
+        if (HasFatalFailure()) return;
+    }
 }
 
 TEST(Kernels, ConvolvePairsOfEveryShape) {

@@ -231,7 +231,7 @@ TEST(PlainLayerCopy, WhatDoesNotFitIsRefused) {
         {"bias longer than the buffer", {kernel, countingTensor({5}, 1.0f)}, true},
         {"gain longer than the outputs", {kernel, bias4, countingTensor({1, 1, 5}, 1.0f)}, true},
         {"gain shorter than the outputs", {kernel, bias4, countingTensor({1, 1, 3}, 1.0f)}, true},
-        {"gain for weights of rank 1", {countingTensor({12}, 1.0f), bias4, countingTensor({1, 1, 4}, 1.0f)}, true},
+        {"gain for weights of rank 1", {countingTensor({12}, 1.0f), bias4, countingTensor({1, 1, 12}, 1.0f)}, true},
         {"weights wanted, none there", {}, true},
         {"gain behind a lone bias", {bias4, countingTensor({1, 1, 4}, 1.0f)}, false},
         {"lone bias longer than the buffer", {countingTensor({5}, 1.0f)}, false},

@@ -121,20 +121,23 @@ TEST_F(PlainLoaders, BiasAlone) {
 }
 
 TEST_F(PlainLoaders, OneArrayOfAnyShape) {
-    float *matrix = nullptr, *taps = nullptr, *vector = nullptr, *gained = nullptr, *absent = nullptr;
+    float *matrix = nullptr, *taps = nullptr, *vector = nullptr, *gained = nullptr, *absent = nullptr,
+          *tooLong = nullptr;
     CapturedStdout captured;
     init_and_load_var(path, "dense", matrix, 6);
     init_and_load_var(path, "taps", taps, 12);
     init_and_load_var(path, "vector", vector, 4);
     init_and_load_var(path, "gained", gained, 6);
     init_and_load_var(path, "absent", absent, 2);
-    EXPECT_EQ(captured.text(), "WARNING: absent not loaded!\n");
+    init_and_load_var(path, "vector", tooLong, 2);
+    EXPECT_EQ(captured.text(), "WARNING: absent not loaded!\nWARNING: vector not loaded!\n");
     expectValues(matrix, {1, 4, 2, 5, 3, 6}, "dense");
     expectValues(taps, {1, 4, 2, 5, 3, 6, 7, 10, 8, 11, 9, 12}, "taps");
     expectValues(vector, {1, 2, 3, 0}, "vector");
     EXPECT_NEAR(gained[1], 8.0f, 2e-6);  // the gain is behind the weights when no bias is wanted
     expectValues(absent, {0, 0}, "absent");
-    for (float* p : {matrix, taps, vector, gained, absent}) free_buf(p);
+    expectValues(tooLong, {0, 0}, "too long");
+    for (float* p : {matrix, taps, vector, gained, absent, tooLong}) free_buf(p);
 }
 
 TEST_F(PlainLoaders, OneLayerIntoTheCallersBuffers) {

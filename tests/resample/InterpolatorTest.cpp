@@ -60,7 +60,8 @@ TEST(PlainInterpolatorTable, HoldsThePhasesOfThePrototype) {
 
         interpolator.setFIR(prototype.data() + 1, row.taps, row.phases, false, row.gain);
         for (int i = 0; i < row.taps * row.phases; ++i)
-            ASSERT_EQ(interpolator.table[i], static_cast<float>(prototype[static_cast<std::size_t>(i + 1)] * gain)) << i;
+            ASSERT_EQ(interpolator.table[i], static_cast<float>(prototype.at(static_cast<std::size_t>(i) + 1) * gain))
+                << i;
     }
 }
 

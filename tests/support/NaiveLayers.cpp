@@ -42,6 +42,23 @@ Frame convolveAt(const Signal& x, int t, const NaiveKernel& kernel, int dilation
     return out;
 }
 
+Signal centredConvolution(const Signal& x, const NaiveKernel& kernel, int dilation) {
+    const int n = static_cast<int>(x.size());
+    Signal out(x.size(), Frame(static_cast<std::size_t>(kernel.nOut), 0.0));
+    const int span = (kernel.taps - 1) * dilation;
+    const int pad = kernel.taps % 2 == 0 ? span : span / 2;
+    for (int t = 0; t < n; ++t)
+        for (int o = 0; o < kernel.nOut; ++o) {
+            double sum = kernel.bias.empty() ? 0.0 : kernel.bias[static_cast<std::size_t>(o)];
+            for (int k = 0; k < kernel.taps; ++k)
+                for (int i = 0; i < kernel.nIn; ++i)
+                    sum += kernel.at(k, i, o) *
+                           x[static_cast<std::size_t>(std::max(t - k * dilation, 0))][static_cast<std::size_t>(i)];
+            out[static_cast<std::size_t>(std::max(t - pad, 0))][static_cast<std::size_t>(o)] = sum;
+        }
+    return out;
+}
+
 NaiveWaveNet::NaiveWaveNet(const T_WN2_conf& conf, Random& random, bool withBiases) : m_conf(conf) {
     const int R = conf.nResidual, S = conf.nSkip;
     initial = randomKernel(random, conf.initialKernel, std::max(conf.inputMultiplicity, 1) * conf.nInputs, R, withBiases);
@@ -124,6 +141,32 @@ Frame NaiveWaveNet::step(const std::vector<float>& in) {
         if (!skipBias.empty()) sum[i] += skipBias[i];
     }
     return sum;
+}
+
+Signal NaiveWaveNet::process(const Signal& in) const {
+    Signal stream = centredConvolution(in, initial, 1);
+    if (m_conf.tanhInitial)
+        for (Frame& frame : stream)
+            for (double& v : frame) v = std::tanh(v);
+    Signal out(in.size(), Frame(static_cast<std::size_t>(m_conf.nSkip), 0.0));
+    for (const Layer& layer : layers) {
+        Signal gated = centredConvolution(stream, layer.filter, layer.dilation);
+        const Signal gate = centredConvolution(stream, layer.gate, layer.dilation);
+        for (std::size_t t = 0; t < in.size(); ++t)
+            for (std::size_t i = 0; i < gated[t].size(); ++i)
+                gated[t][i] = std::tanh(gated[t][i]) / (1.0 + std::exp(-gate[t][i]));
+        const Signal skip = centredConvolution(gated, layer.skip, 1);
+        for (std::size_t t = 0; t < in.size(); ++t) {
+            for (std::size_t i = 0; i < skip[t].size(); ++i) out[t][i] += skip[t][i];
+            for (std::size_t i = 0; i < gated[t].size(); ++i) stream[t][i] = (stream[t][i] + gated[t][i]) * std::sqrt(0.5);
+        }
+    }
+    for (Frame& frame : out)
+        for (std::size_t i = 0; i < frame.size(); ++i) {
+            if (m_conf.meanSkip) frame[i] /= m_conf.nLayers;
+            if (!skipBias.empty()) frame[i] += skipBias[i];
+        }
+    return out;
 }
 
 }  // namespace KaTessel::tests

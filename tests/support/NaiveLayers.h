@@ -37,7 +37,12 @@ NaiveKernel randomKernel(Random& random, int taps, int nIn, int nOut, bool withB
 // are zeros.
 Frame convolveAt(const Signal& x, int t, const NaiveKernel& kernel, int dilation);
 
-// A WaveNet-2 network: its weights, and its streaming step.
+// The same over a whole signal, centred for odd kernels: with pad = half the span (for even kernels all of it), the
+// sum for t goes to frame max(t - pad, 0), where a later one replaces an earlier one; frames before the first are
+// copies of it, and the last pad frames stay zeros.
+Signal centredConvolution(const Signal& x, const NaiveKernel& kernel, int dilation);
+
+// A WaveNet-2 network: its weights, its streaming step and its offline form.
 class NaiveWaveNet {
 public:
     // Random weights for a shape; conf.file is not used.
@@ -48,6 +53,9 @@ public:
 
     // Takes a frame, returns the skip sum.
     Frame step(const std::vector<float>& in);
+
+    // A whole signal at once: every layer centred, the residual from the same frame, the mean over all layers.
+    Signal process(const Signal& in) const;
 
     struct Layer {
         int dilation = 1;

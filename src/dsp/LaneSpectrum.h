@@ -1,0 +1,53 @@
+// The magnitudes of the multi-resolution spectrum for several neighbouring frames of a signal at once.
+#pragma once
+
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "katessel/MRSpectrum.h"
+
+namespace KaTessel {
+
+// Memory aligned for the lane kernels.
+class LaneBuffer {
+public:
+    explicit LaneBuffer(std::size_t floats);
+    float* data() { return m_data.get(); }
+    const float* data() const { return m_data.get(); }
+
+private:
+    struct Release {
+        void operator()(float* p) const { ::operator delete[](p, std::align_val_t(64)); }
+    };
+    std::unique_ptr<float[], Release> m_data;
+};
+
+// One signal per frame, side by side in the lanes of a vector. Gives what DoMultiresolutionSpectrum gives for each
+// frame, for centred frames and symmetric windows, up to float rounding.
+class LaneSpectrum {
+public:
+    //   prepared   analyser whose windows are built; must outlive this
+    //   length     samples of a frame, odd, at most one more than the transform
+    //   bins       bins 0 .. bins - 1 are computed; they must stay half a kernel below the last one
+    LaneSpectrum(const MRSpectrum& prepared, int length, int bins);
+
+    static int lanes();
+
+    //   samples    the first frame; the others follow `hop` samples apart
+    //   frames     1 .. lanes()
+    // Returns bins x lanes() magnitudes, that of bin k in frame f at [k * lanes() + f]; valid until the next call.
+    const float* process(const float* samples, int hop, int frames);
+
+private:
+    void extend();
+
+    const MRSpectrum& m_spectrum;
+    int m_length, m_bins, m_taps, m_lanes;
+    LaneBuffer m_work;       // transform
+    LaneBuffer m_extended;   // bins -taps / 2 .. bins - 1 + taps / 2
+    LaneBuffer m_convolved;  // bins
+    LaneBuffer m_magnitude;
+};
+
+}  // namespace KaTessel

@@ -1,0 +1,28 @@
+#include "engine/FeatureBatch.h"
+
+#include "engine/Constants.h"
+#include "engine/Filterbank.h"
+#include "kernels/Kernels.h"
+
+namespace KaTessel {
+
+FeatureBatch::FeatureBatch(const CTessel& engine)
+    : m_engine(engine),
+      m_spectrum(engine.spectrum, kAnalysisLength, highestBandBin() + 1),
+      m_bands(static_cast<std::size_t>(kBands * LaneSpectrum::lanes())) {}
+
+void FeatureBatch::process(const float* samples, int hop, int frames, float* features) {
+    const kernels::Kernels& vec = *kernels::active;
+    const float* magnitude = m_spectrum.process(samples, hop, frames);
+    float* bands = m_bands.data();
+    for (int b = 0; b < kBands; ++b) {
+        const BandRange range = bandRange(b);
+        vec.weightedLanes(bands + b * vec.lanes, magnitude + range.firstBin * vec.lanes,
+                          m_engine.filterbank[b] + range.firstBin, range.bins);
+    }
+    vec.scaledDecibels(bands, kSmallestEnergy, kPerDecibel, 1.0f, kBands * vec.lanes);
+    for (int f = 0; f < frames; ++f)
+        for (int b = 0; b < kBands; ++b) features[f * kBands + b] = bands[b * vec.lanes + f];
+}
+
+}  // namespace KaTessel
