@@ -150,16 +150,22 @@ TEST(PlainIniFile, ValuesOfEveryType) {
     expectThrows("1,two,three", std::vector<int>{7}, "two", "integer");
 }
 
-// A program that writes 1.000,5 still reads files written with a point.
+// A program that writes 1.000,5 still reads files written with a point; one that takes the byte 0xa0 for a blank, as
+// Latin-1 does, still keeps the letter of UTF-8 that ends in it.
 TEST(PlainIniFile, TheProgramsLanguageDoesNotMatter) {
     struct CommaAndGroups : std::numpunct<char> {
         char do_decimal_point() const override { return ','; }
         char do_thousands_sep() const override { return '.'; }
         std::string do_grouping() const override { return "\3"; }
     };
-    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new CommaAndGroups));
+    std::vector<std::ctype_base::mask> classes(std::ctype<char>::classic_table(),
+                                               std::ctype<char>::classic_table() + std::ctype<char>::table_size);
+    classes[0xa0] = std::ctype_base::space;
+    const std::locale numbers(std::locale::classic(), new CommaAndGroups);
+    const std::locale before = std::locale::global(std::locale(numbers, new std::ctype<char>(classes.data())));
     expectReads("1.5", 7.0f, 1.5f);
     expectReads("1.000", 7, 1);
+    EXPECT_EQ(split("voil\xc3\xa0 1"), (Strings{"voil\xc3\xa0", "1"}));
     std::locale::global(before);
 }
 

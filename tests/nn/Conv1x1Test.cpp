@@ -181,6 +181,7 @@ TEST(Conv1x1, AllModesMatchTheirDefinition) {
         {Mode::OneHot, 15, 257, 3, -1, -1, -1, kOneHotWarning},
         {Mode::Interpolated, 3, 128, 3},
         {Mode::Interpolated, 3, 129, 3, -1, -1, -1, kInterpolationWarning},
+        {Mode::Interpolated, 3, 9000, 1, -1, -1, -1, kInterpolationWarning},
         {Mode::Coarse, 600, 31, 3, -1, -1, -1, kCoarseWarning},
         {Mode::DualBits, 0, 31, 3, -1, -1, -1, kCoarseWarning},
         {Mode::DualScaled, 0, 70, 3, -1, -1, -1, kCoarseWarning},
@@ -215,7 +216,7 @@ TEST(Conv1x1, WorkedExamples) {
     EXPECT_EQ(run(1.0f, -3, 0), 2.0f);
     EXPECT_NEAR(run(0.2f, -3, 0), 1.0 + 3.0 * 0.2, 1e-6);
     EXPECT_NEAR(run(-0.2f, -3, 0), 1.0 - 3.0 * 0.2, 1e-6);
-    EXPECT_NEAR(run(0.5f, -3, 0), 2.0 - 3.0 * 0.5, 1e-6);  // halfway: away from zero
+    EXPECT_NEAR(run(-0.5f, -3, 0), 1.0 - 3.0 * 0.5, 1e-6);  // halfway: away from zero
     // Outside -1 .. 1 a triangle fades out instead of staying at the end level.
     EXPECT_NEAR(run(1.25f, 0, 5), 0.5 * 4, 1e-6);
     EXPECT_EQ(run(1.5f, 0, 5), 0.0f);
@@ -328,6 +329,12 @@ TEST(Conv1x1, SequencesLoadTheirLayer) {
         conv1x1(in, out, path, layer, 5, 3, inStart, -1, accumulate, nullptr, 0, 0, 0, -1);
         return captured.text();
     };
+    {
+        std::vector<std::vector<float>> out(4, std::vector<float>(3));
+        const AllocationCounter counter;
+        run(out, "layer", -1, false);
+        EXPECT_EQ(counter.allocations(), counter.releases());
+    }
     // Frames that are there keep their size, missing ones are made, surplus ones removed.
     for (std::size_t had : {0u, 2u, 6u}) {
         std::vector<std::vector<float>> out(had, std::vector<float>{1.0f, 2.0f, 3.0f, 4.0f});

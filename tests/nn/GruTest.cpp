@@ -1,7 +1,7 @@
 // The recurrent units against their equations in double precision.
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <cstdint>
 #include <random>
 #include <string>
 #include <vector>
@@ -93,7 +93,6 @@ TEST(Gru, FollowsTheEquationsOver1000Frames) {
         std::copy(first.begin(), first.end(), naive.state.begin());
         conf.initialState = first.data();
         conf.randomInitialState = true;  // the given state goes first
-        const AllocationCounter life;
         T_GRU* g = gru_init(conf);
         std::fill(first.begin(), first.end(), 9.0f);  // copied, not kept
         double worst = 0.0;
@@ -108,7 +107,7 @@ TEST(Gru, FollowsTheEquationsOver1000Frames) {
                 worst = std::max(worst, std::abs(g->state[i] - expected[static_cast<std::size_t>(i)]));
         }
         // A step adds the rounding of sums of up to 76 products that together are about 1.
-        EXPECT_LT(worst, 4e-6) << where;
+        EXPECT_LT(worst, 2e-6) << where;
         gru_free(g);
     }
     gru_free(nullptr);
@@ -153,19 +152,15 @@ TEST(Gru, GatesOneByOne) {
 
 TEST(PlainGru, MissingLayersAreReportedAndEverythingIsReleased) {
     for (int nCond : {0, 2}) {
-        const AllocationCounter counter;
         CapturedStdout captured;
         T_GRU* g = gru_init(shape(3, nCond, 4, "unit", "/nonexistent"));
-        const std::string text = captured.text();
         const std::string cond = nCond > 0 ? "WARNING: unit_cI not loaded!\n" : "";
-        EXPECT_EQ(text, "WARNING: unit_xI not loaded!\n" + cond + "WARNING: unit_R not loaded!\n");
+        EXPECT_EQ(captured.text(), "WARNING: unit_xI not loaded!\n" + cond + "WARNING: unit_R not loaded!\n");
         EXPECT_EQ(g->condW != nullptr, nCond > 0);
         for (int i = 0; i < 4; ++i) EXPECT_EQ(g->state[i], 0.0f);
-        const long held = counter.allocations() - counter.releases();
-        const long before = counter.releases();
+        const AllocationCounter counter;
         gru_free(g);
-        // The record, five arrays and two for every matrix; what else was allocated is the captured text.
-        EXPECT_EQ(counter.releases() - before, nCond > 0 ? 12 : 10) << held;
+        EXPECT_EQ(counter.releases(), nCond > 0 ? 12 : 10);  // the record, five arrays, two for every matrix
     }
 }
 
@@ -283,7 +278,6 @@ TEST(BidirectionalGru, ReadsFromBothEndsAndContinues) {
         conf.nHidden = H;
         conf.name = "pair";
         conf.file = folder.file("weights");
-        const AllocationCounter counter;
         T_BGRU* b = bgru_init(conf);
         Frames out(3, std::vector<float>(40, 7.0f));  // more and longer frames than wanted at first
         for (int frames : {1, 0, 2, 9, 4}) {

@@ -72,13 +72,13 @@ TEST(PlainValueEncodings, Circle) {
         float x;
         int n;
         float lo, hi, sharpness;
-        int largest;
+        int largest;  // level of the largest value; -1: not compared
     };
     const Row rows[] = {
-        {0.0f, 4, 0, 4, 0.05f, 0},      {4.0f, 4, 0, 4, 0.05f, 0},     {9.0f, 4, 0, 4, 0.05f, 0},
-        {-9.0f, 4, 0, 4, 0.05f, 0},     {3.6f, 4, 0, 4, 0.7f, 0},      {3.4f, 4, 0, 4, 0.7f, 3},
-        {1.0f, 12, -1, 1, 0.3f, 0},     {0.3f, 12, -1, 1, 0.3f, 8},    {370.0f, 36, 20, 380, 2.0f, 35},
-        {0.2f, 2, 0, 1, 0.01f, 0},      {-0.5f, 5, -2, 0, 0.0f, -1},
+        {0.0f, 4, 0, 4, 0.3f, 0},   {4.0f, 4, 0, 4, 0.3f, 0},    {9.0f, 4, 0, 4, 0.3f, 0},
+        {-9.0f, 4, 0, 4, 0.3f, 0},  {3.6f, 4, 0, 4, 0.7f, 0},    {3.4f, 4, 0, 4, 0.7f, 3},
+        {1.0f, 12, -1, 1, 0.3f, 0}, {0.3f, 12, -1, 1, 0.3f, 8},  {370.0f, 36, 20, 380, 2.0f, 35},
+        {0.2f, 2, 0, 1, 0.5f, 0},   {4.0f, 4, 0, 4, 0.05f, -1},  {-0.5f, 5, -2, 0, 0.0f, -1},
     };
     for (const Row& row : rows) {
         const std::string where = std::to_string(row.x) + " on " + std::to_string(row.n) + " levels";

@@ -174,8 +174,9 @@ TEST(WaveNet2Streaming, DelayLinesAreMadeOnceAndNothingElseIsAllocated) {
     for (const T_WN2_conf& conf : {encoderShape(), late, single}) {
         Random random(63);
         const NaiveWaveNet naive(conf, random, true);
-        const NetPointer net = build(naive, conf);
         std::vector<float> in = random.values(conf.nInputs);
+        const AllocationCounter life;
+        NetPointer net = build(naive, conf);
         wavenet2_step_noncausal(in.data(), net.get(), -1000, nullptr);
         if (conf.nLayers == 3) {
             const int sizes[] = {6 * 120, 2 * 120, 0};
@@ -186,6 +187,8 @@ TEST(WaveNet2Streaming, DelayLinesAreMadeOnceAndNothingElseIsAllocated) {
         const AllocationCounter counter;
         for (int t = 0; t < 20; ++t) wavenet2_step_noncausal(in.data(), net.get(), -1000, nullptr);
         EXPECT_EQ(counter.allocations(), 0);
+        net.reset();
+        EXPECT_EQ(life.allocations(), life.releases());
     }
 }
 
