@@ -15,6 +15,7 @@ namespace {
 
 constexpr char kCannotRead[] = "cannot read the recording";
 constexpr int kChunk = 4096;            // [frames] per read
+constexpr int kMostFramesPerByte = 64;  // of any compression; more is a wrong header
 constexpr float kLargestSample = 1e6f;  // far above any scale in use; powers of it still fit in a float
 
 using SoundFile = std::unique_ptr<SNDFILE, int (*)(SNDFILE*)>;
@@ -47,9 +48,13 @@ Recording readRecording(const std::string& path) {
     if (!file) fail(kCannotRead, path, "a known audio format", sf_strerror(nullptr));
     if (info.samplerate < 1) fail(kCannotRead, path, "a sample rate above 0", std::to_string(info.samplerate));
 
-    // The length in a header may be wrong, so the samples are counted as they come.
+    // The length in a header may be wrong, so the samples are counted as they come. It serves to ask for the memory
+    // once, with some room for the silence that an analysis puts around them.
     Recording recording;
     recording.rate = info.samplerate;
+    const std::uintmax_t plausible = std::filesystem::file_size(path) * kMostFramesPerByte;
+    if (info.frames > 0 && static_cast<std::uintmax_t>(info.frames) <= plausible)
+        recording.samples.reserve(static_cast<std::size_t>(info.frames) + static_cast<std::size_t>(info.samplerate) / 4);
     std::vector<float> chunk(static_cast<std::size_t>(kChunk) * static_cast<std::size_t>(info.channels));
     while (const sf_count_t frames = sf_readf_float(file.get(), chunk.data(), kChunk)) {
         for (sf_count_t i = 0; i < frames; ++i) {

@@ -43,8 +43,17 @@ CLI::App* addTrack(CLI::App& app, TrackOptions& options) {
     command->add_option("--threshold", options.threshold,
                         "Rows with a lower confidence count as not voiced (default: the model's own, else 0.5)");
     command
+        ->add_option_function<std::string>(
+            "--mode",
+            [&options](const std::string& name) {
+                options.mode = name == "live" ? TrackMode::live : TrackMode::offline;
+            },
+            "offline: the whole recording at once, every instant seen from both sides (default); "
+            "live: as a host streams it")
+        ->check(CLI::IsMember({"offline", "live"}));
+    command
         ->add_option("--block-size", options.blockSize,
-                     "Pass this many samples a call, as a host would: of each call only the last frame is seen")
+                     "Live, with this many samples a call, as a host would: of each call only the last frame is seen")
         ->check(CLI::PositiveNumber);
     return command;
 }

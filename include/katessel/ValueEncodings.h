@@ -12,8 +12,8 @@
 
 namespace KaTessel {
 
-// Triangles that reach as far as the neighbouring level: x, clamped to lo .. hi, shares 1 between the two levels it lies
-// between. hi above lo. Returns n values.
+// Triangles that reach as far as the neighbouring level: x, clamped to lo .. hi, shares 1 between the two levels around
+// it. hi must not be below lo. Returns n values.
 KATESSEL_API std::vector<float> linear_encoding(float x, int n, float lo, float hi);
 
 // Triangles twice as wide: on a level, x activates it with 1 and both neighbours with 0.5.

@@ -130,7 +130,7 @@ KATESSEL_API void wavenet2_step_noncausal(float* in, T_WN2* net, int frameIndex,
 //   in     nInputs values
 //   cond   nCond values; read only when the network has conditioning layers
 //   state  nState values; read only when the network has state layers
-// The skip mean is not taken when only the last layer has a skip output. Allocates nothing.
+// Allocates nothing.
 KATESSEL_API void wavenet2_step(float* in, float* cond, float* state, T_WN2* net);
 
 // The causal step over a sequence, with cond[i] for frame i (null: none; its last frame again when it is too short).

@@ -59,8 +59,7 @@ void wavenet2_step(float* in, float* cond, float* state, T_WN2* net) {
     std::fill_n(net->skipSum, net->nSkip, 0.0f);
     const int firstSkip = std::max(net->firstSkipLayer, 0);
     for (int l = firstSkip; l < L; ++l) vec.accumulate(net->skipSum, net->layers[l].skipOut, net->nSkip);
-    if (net->meanSkip && firstSkip != L - 1)
-        vec.scale(net->skipSum, 1.0f / static_cast<float>(L - firstSkip), net->nSkip);
+    if (net->meanSkip) vec.scale(net->skipSum, 1.0f / static_cast<float>(L - firstSkip), net->nSkip);
     addSkipBias(*net);
 }
 

@@ -211,8 +211,8 @@ TEST(PlainSplitPath, DirectoryNameAndExtension) {
             const auto buffer = [&](int i) { return i == omitted ? nullptr : buffers[i]; };
             _splitpath(row.path, buffer(0), 32, buffer(1), -1, buffer(2), 0, buffer(3), 32);
             for (int i = 0; i < 4; ++i) {
-                std::string whole(32, '~');
-                if (i != omitted) whole.replace(0, std::strlen(expected[i]) + 1, expected[i], std::strlen(expected[i]) + 1);
+                const std::string part = i != omitted ? std::string(expected[i]) + '\0' : "";
+                const std::string whole = part + std::string(32 - part.size(), '~');
                 EXPECT_EQ(std::string(buffers[i], 32), whole) << "part " << i << " without " << omitted;
             }
         }

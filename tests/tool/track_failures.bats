@@ -41,7 +41,7 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
 }
 
 @test "a rate that nothing can convert" {
-  fails_with 1 "slow.wav: expected a sample rate of 94" track slow.wav -o out.csv
+  fails_with 1 "slow.wav: expected a sample rate of 94" track slow.wav --mode live -o out.csv
 }
 
 @test "block sizes that the engine cannot take" {
