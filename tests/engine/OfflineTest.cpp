@@ -23,9 +23,9 @@ protected:
     std::string model() const { return folder.file("random.weights"); }
 
     void expectEqual(const std::vector<NaivePair>& expected, const GuardedBuffer& cents,
-                     const GuardedBuffer& confidence) {
+                     const GuardedBuffer& confidence, double centsTolerance) {
         for (std::size_t f = 0; f < expected.size(); ++f) {
-            ASSERT_NEAR(cents[static_cast<int>(f)], expected[f].octaves * 1200.0, kCentsTolerance) << "frame " << f;
+            ASSERT_NEAR(cents[static_cast<int>(f)], expected[f].octaves * 1200.0, centsTolerance) << "frame " << f;
             ASSERT_NEAR(confidence[static_cast<int>(f)], expected[f].confidence, kConfidenceTolerance);
         }
     }
@@ -49,7 +49,7 @@ TEST_F(Offline, EqualsTheNaiveChainAtEveryRateAndLength) {
         CTessel engine;
         ASSERT_EQ(engine.configure(row.rate, 0, 480, model().c_str()), 0);
         ASSERT_EQ(engine.doProcessOffline(sound.data(), row.samples, f0.data(), confidence.data(), 1), frames);
-        expectEqual(expected, f0, confidence);
+        expectEqual(expected, f0, confidence, kCentsTolerance);
         EXPECT_TRUE(f0.intact());
         EXPECT_TRUE(confidence.intact());
 
@@ -99,7 +99,8 @@ TEST_F(Offline, SeamsOfLongSignalsDoNotShow) {
             engine.bandStage(row.data());
             features.emplace_back(row.begin(), row.end());
         }
-        expectEqual(naive.offlineNetwork(features), f0, confidence);
+        // The features are equal up to a few units in the last place: only the network's rounding is left.
+        expectEqual(naive.offlineNetwork(features), f0, confidence, 0.01);
     }
 }
 
