@@ -8,6 +8,7 @@
 
 #include "dsp/Placement.h"
 #include "kernels/Kernels.h"
+#include "modelio/NewFloats.h"
 
 namespace KaTessel {
 namespace {
@@ -112,7 +113,7 @@ long MRSpectrum::DoMultiresolutionSpectrum(short* input, long length, char windo
                                            float** outMagnitude, float** outPhase, long* outLastBin, char outputMode,
                                            float** ioComplexSpectrum, float padFactor, bool centred,
                                            float sampleRate) {
-    const std::unique_ptr<float[]> samples(new float[length]);
+    const std::unique_ptr<float[]> samples(newFloats(length));
     std::copy_n(input, length, samples.get());
     return DoMultiresolutionSpectrum(samples.get(), length, windowType, floorDb, outMagnitude, outPhase, outLastBin,
                                      outputMode, ioComplexSpectrum, padFactor, centred, sampleRate);

@@ -6,6 +6,7 @@
 #include "katessel/CTessel.h"
 #include "katessel/FloatBuffer.h"
 #include "katessel/LayerWeights.h"
+#include "modelio/NewFloats.h"
 
 namespace KaTessel {
 namespace {
@@ -35,7 +36,7 @@ T_WN2_conf encoderShape(const std::string& modelPath) {
 void renew(float*& array, long n) {
     delete[] array;
     array = nullptr;
-    array = new float[n]();
+    array = newFloats(n);
 }
 
 void renewBuffer(float*& buffer, int n) {

@@ -54,7 +54,8 @@ struct Kernels {
     void (*scaledDecibels)(float* x, float floor, float scale, float offset, int n);
 
     // One kernel over neighbouring bins: for k = 0 .. bins - 1 and both halves h of a complex value,
-    // out[2k + h] = sum over t < pairFloats / 2 of kernel[2t + h] * spectrum[2(k + t) + h].
+    // out[2k + h] = sum over t < pairFloats / 2 of kernel[2t + h] * spectrum[2(k + t) + h]. Taps are real and stand
+    // twice: kernel[2t] and kernel[2t + 1] are equal.
     // pairFloats is a multiple of kMaxLanes; `spectrum` holds pairFloats + 2 * (bins - 1) floats.
     void (*convolvePairs)(float* out, const float* spectrum, const float* kernel, int pairFloats, int bins);
 

@@ -1,8 +1,10 @@
 #include "katessel/FloatBuffer.h"
 
+#include "modelio/NewFloats.h"
+
 namespace KaTessel {
 
-void init_buf(float*& p, int n) { p = new float[n](); }
+void init_buf(float*& p, int n) { p = newFloats(n); }
 
 void free_buf(float*& p) {
     delete[] p;

@@ -1,7 +1,7 @@
 // Reading a layer weight file into records.
 //
 // Every count in the file is checked against the bytes that are left before anything is allocated for it, so a
-// damaged file costs no more memory than its own size.
+// damaged file costs little more memory than its own size.
 #include <cstdint>
 #include <utility>
 
@@ -87,10 +87,9 @@ bool LayerFile::read(const std::string& path, std::string* why) {
     std::uint32_t count = 0;
     if (in.read(&count, sizeof count, "the layer count") && count > kMaxLayers)
         in.fail("claims " + std::to_string(count) + " layers, expected at most " + std::to_string(kMaxLayers));
-    if (in.good()) {
-        m_layers.resize(count);
-        for (std::uint32_t i = 0; i < count; ++i)
-            if (!readLayer(in, static_cast<int>(i), m_layers[i])) break;
+    for (std::uint32_t i = 0; i < count && in.good(); ++i) {
+        m_layers.emplace_back();
+        readLayer(in, static_cast<int>(i), m_layers.back());
     }
     if (in.good()) return true;
     release();

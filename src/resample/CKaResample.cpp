@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "modelio/NewFloats.h"
+
 namespace KaResample {
 namespace {
 
@@ -22,7 +24,7 @@ int CKaResample::configure(int newMaxBlock) {
     std::fill_n(history, kHistory, 0.0f);
     delete[] work;
     work = nullptr;
-    work = new float[static_cast<long>(maxBlock) * maxRatio + kHistory]();
+    work = KaTessel::newFloats(static_cast<long>(maxBlock) * maxRatio + kHistory);
     return 0;
 }
 

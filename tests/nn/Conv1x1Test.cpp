@@ -357,6 +357,15 @@ TEST(Conv1x1, SequencesLoadTheirLayer) {
     out[0] = {5.0f, 5.0f, 5.0f};
     EXPECT_EQ(run(out, "absent", -1, false), "WARNING: absent not loaded!\n");
     for (const std::vector<float>& frame : out) EXPECT_EQ(frame, std::vector<float>(3, 0.0f));
+    // An encoding would need more weights than this form loads.
+    const int extras[][4] = {{3, 0, 0, -1}, {-3, 0, 0, -1}, {0, 3, 0, -1}, {0, 0, 1, -1}, {0, 0, 0, 1}};
+    for (const auto& extra : extras) {
+        out.assign(4, std::vector<float>(3, 5.0f));
+        CapturedStdout captured;
+        conv1x1(in, out, path, "layer", 5, 3, -1, -1, false, nullptr, extra[0], extra[1], extra[2], extra[3]);
+        EXPECT_EQ(captured.text(), "ERROR: not implemented\n");
+        EXPECT_EQ(out[3], std::vector<float>(3, 5.0f));
+    }
     in.clear();
     run(out, "layer", -1, false);
     EXPECT_TRUE(out.empty());
