@@ -120,7 +120,7 @@ long MRSpectrum::DoMultiresolutionSpectrum(short* input, long length, char windo
 }
 
 // Bins -halfTaps .. half + (taps - 1 - halfTaps) of the spectrum as complex pairs. Bins beyond either end are the
-// mirrored ones, deliberately without conjugation; the two real end bins have imaginary part 0.
+// mirrored ones, deliberately without conjugation; both end bins are real.
 void MRSpectrum::extendSpectrum(const float* spectrum) {
     const int half = m_fftLen / 2;
     const auto mirrored = [&](int e) {

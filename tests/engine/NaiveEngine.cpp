@@ -134,50 +134,8 @@ std::vector<NaivePair> NaiveEngine::stream(const std::vector<float>& sound, int 
 }
 
 std::vector<NaivePair> NaiveEngine::offlineNetwork(const Signal& inputs) const {
-    const std::size_t frames = inputs.size();
-    // A convolution centred on its frame: inputs before the first are the first, and where an input after the last
-    // would be needed the result is nothing at all, not even the bias.
-    const auto centred = [frames](const Signal& x, const NaiveKernel& kernel, int dilation) {
-        Signal out;
-        const int reach = (kernel.taps - 1) / 2 * dilation, n = static_cast<int>(frames);
-        for (int t = 0; t < n; ++t) {
-            Frame sum(static_cast<std::size_t>(kernel.nOut), 0.0);
-            const int newest = n > reach ? t + reach : n - 1;
-            if (newest < n && (n > reach || t == 0)) {
-                for (int o = 0; o < kernel.nOut; ++o) {
-                    double& total = sum[static_cast<std::size_t>(o)];
-                    if (!kernel.bias.empty()) total = kernel.bias[static_cast<std::size_t>(o)];
-                    for (int k = 0; k < kernel.taps; ++k) {
-                        const Frame& from = x[static_cast<std::size_t>(std::max(newest - k * dilation, 0))];
-                        for (int i = 0; i < kernel.nIn; ++i)
-                            total += kernel.at(k, i, o) * from[static_cast<std::size_t>(i)];
-                    }
-                }
-            }
-            out.push_back(sum);
-        }
-        return out;
-    };
-    Signal stream = centred(inputs, m_network.initial, 1);
-    Signal skips(frames, Frame(120, 0.0));
-    for (const NaiveWaveNet::Layer& layer : m_network.layers) {
-        const Signal filter = centred(stream, layer.filter, layer.dilation);
-        const Signal gate = centred(stream, layer.gate, layer.dilation);
-        Signal gated(frames, Frame(70));
-        for (std::size_t t = 0; t < frames; ++t)
-            for (std::size_t i = 0; i < 70; ++i) {
-                gated[t][i] = std::tanh(filter[t][i]) / (1.0 + std::exp(-gate[t][i]));
-                stream[t][i] = (stream[t][i] + gated[t][i]) * std::sqrt(0.5);
-            }
-        const Signal skip = centred(gated, layer.skip, 1);
-        for (std::size_t t = 0; t < frames; ++t)
-            for (std::size_t i = 0; i < 120; ++i) skips[t][i] += skip[t][i];
-    }
     std::vector<NaivePair> pairs;
-    for (Frame& sum : skips) {
-        for (std::size_t i = 0; i < 120; ++i) sum[i] = sum[i] / 3.0 + m_network.skipBias[i];
-        pairs.push_back(heads(sum, 3.0586433));
-    }
+    for (const Frame& skip : m_network.process(inputs)) pairs.push_back(heads(skip, 3.0586433));
     return pairs;
 }
 
