@@ -32,24 +32,14 @@ TEST_F(PlainConfigure, BuildsAnEngineOfTheRightShape) {
     EXPECT_EQ(engine.reservedFloat, -10000.0f);
     EXPECT_EQ(engine.ring, nullptr);
     ASSERT_EQ(engine.configure(48000, 99, 512, model().c_str()), 0);
-    EXPECT_EQ(engine.sampleRate, 48000);
-    EXPECT_EQ(engine.internalRate, 24000);
     EXPECT_EQ(engine.hopSize, 120);
     EXPECT_EQ(engine.rateRatio, 2.0f);
-    EXPECT_EQ(engine.ringSize, 24000);
-    EXPECT_EQ(engine.fftSize, 1024);
-    EXPECT_EQ(engine.numBands, 150);
     EXPECT_EQ(engine.receptiveField, 9);
     EXPECT_EQ(engine.lookahead, 4);
-    EXPECT_EQ(engine.featureHistory.size(), 9u);
-    EXPECT_EQ(engine.featureHistory.back(), std::vector<float>(150, 0.0f));
-    EXPECT_EQ(engine.modelPath, model());
-    EXPECT_EQ(engine.encoderConf.name, "ENCODER");
+    EXPECT_EQ(engine.featureHistory, std::vector(9, std::vector<float>(150, 0.0f)));
     EXPECT_EQ(engine.encoderConf.file, model());
-    EXPECT_EQ(engine.encoder->nSkip, 120);
     EXPECT_EQ(engine.encoder->layers[1].dilation, 2);
     EXPECT_EQ(engine.complexSpectrum, nullptr);
-    for (int i = 0; i <= engine.fftSize; ++i) ASSERT_EQ(engine.frame[i], 0.0f);
 
     CTessel native;
     native.configure(24000, 0, 512, model().c_str());
@@ -71,24 +61,11 @@ TEST_F(PlainConfigure, HoldsTheFilterbank) {
         for (int k = 0; k < 513; ++k) nonZero += row[k] != 0.0f;
     }
     EXPECT_EQ(nonZero, 589);
-    const struct {
-        int band, firstBin;
-        std::vector<float> weights;
-    } rows[] = {
-        {0, 1, {0.0506174f}},
-        {2, 2, {0.0101694f, 0.0302787f}},
-        {60, 50, {0.00814262f, 0.034267f}},
-        {120, 163, {0.0030211f, 0.0070825f, 0.011144f, 0.011033f, 0.0070513f, 0.003069f}},
-        {140, 241, {0.00087856f, 0.0027268f, 0.004575f, 0.0064233f, 0.0082715f, 0.0075781f, 0.0057659f, 0.0039536f,
-                    0.0021414f, 0.00032918f}},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(engine.filterbank[row.band][row.firstBin - 1], 0.0f);
-        for (std::size_t i = 0; i < row.weights.size(); ++i)
-            EXPECT_NEAR(engine.filterbank[row.band][row.firstBin + static_cast<int>(i)], row.weights[i],
-                        6e-7f)  // half a unit of the last digit above
-                << "band " << row.band;
-    }
+    const std::vector<float> band140 = {0.00087856f, 0.0027268f, 0.004575f,  0.0064233f, 0.0082715f,
+                                        0.0075781f,  0.0057659f, 0.0039536f, 0.0021414f, 0.00032918f};
+    for (int i = 0; i < 10; ++i)
+        EXPECT_NEAR(engine.filterbank[140][241 + i], band140[static_cast<std::size_t>(i)], 1e-7f) << "bin " << 241 + i;
+    EXPECT_NEAR(engine.filterbank[0][1], 0.0506174f, 1e-7f);
     EXPECT_NE(engine.filterbank[149][288], 0.0f);
     EXPECT_NE(engine.filterbank[149][298], 0.0f);
     EXPECT_EQ(engine.filterbank[149][299], 0.0f);
