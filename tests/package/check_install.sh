@@ -12,7 +12,7 @@ mv "$scratch/first" "$scratch/root"  # an installation may be packed and moved
 root=$scratch/root
 
 echo "-- outside CMake project"
-CC=$cc CXX=$cxx cmake -S "$here/outside" -B "$scratch/outside" -DCMAKE_PREFIX_PATH="$root" >>"$scratch/log"
+CC=$cc CXX=$cxx cmake -G Ninja -S "$here/outside" -B "$scratch/outside" -DCMAKE_PREFIX_PATH="$root" >>"$scratch/log"
 cmake --build "$scratch/outside" >>"$scratch/log" || { cat "$scratch/log"; exit 1; }
 model=$(cat "$scratch/outside/model.txt")
 cmp "$model" "$source/models/default.weights"
