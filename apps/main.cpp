@@ -6,6 +6,7 @@
 
 #include "Bench.h"
 #include "Errors.h"
+#include "Eval.h"
 #include "InstructionChoice.h"
 #include "Track.h"
 #include "katessel/InstructionSet.h"
@@ -33,6 +34,23 @@ constexpr char kAboutBench[] =
     "Measures the live engine on generated sound, on one thread: microseconds per\n"
     "frame, times real time, and the share of each stage.";
 
+constexpr char kAboutEval[] =
+    "Scores tracks against known pitch: `.f0` files of \"seconds Hz\" every 5 ms, 0 where\n"
+    "there is none and -1 where nothing is scored. Given a folder, every recording in\n"
+    "and below it that has such a file beside it is tracked; given an .f0 file and a\n"
+    "track (time, frequency and perhaps confidence), that track is scored.\n"
+    "\n"
+    "RPA: voiced frames within 50, 25 and 10 cents, whatever their confidence; RCA: the\n"
+    "same in any octave. gross: of frames voiced in both, those more than 20 % off.\n"
+    "F1: of precision and recall of frames voiced in both and within 50 cents. cents:\n"
+    "median distance of frames voiced in both. calib.: mean distance of the confidence\n"
+    "from how often such frames are voiced.";
+
+// What --mode takes.
+const std::vector<std::string> kModes = {"offline", "live"};
+
+TrackMode modeNamed(const std::string& name) { return name == "live" ? TrackMode::live : TrackMode::offline; }
+
 CLI::App* addTrack(CLI::App& app, TrackOptions& options) {
     CLI::App* command = app.add_subcommand("track", "Write the pitch of a recording as CSV");
     command->footer(kAboutTrack);
@@ -44,17 +62,31 @@ CLI::App* addTrack(CLI::App& app, TrackOptions& options) {
                         "Rows with a lower confidence count as not voiced (default: the model's own, else 0.5)");
     command
         ->add_option_function<std::string>(
-            "--mode",
-            [&options](const std::string& name) {
-                options.mode = name == "live" ? TrackMode::live : TrackMode::offline;
-            },
+            "--mode", [&options](const std::string& name) { options.mode = modeNamed(name); },
             "offline: the whole recording at once, every instant seen from both sides (default); "
             "live: as a host streams it")
-        ->check(CLI::IsMember({"offline", "live"}));
+        ->check(CLI::IsMember(kModes));
     command
         ->add_option("--block-size", options.blockSize,
                      "Live, with this many samples a call, as a host would: of each call only the last frame is seen")
         ->check(CLI::PositiveNumber);
+    return command;
+}
+
+CLI::App* addEval(CLI::App& app, EvalOptions& options) {
+    CLI::App* command = app.add_subcommand("eval", "Score tracks against known pitch");
+    command->footer(kAboutEval);
+    command->add_option("--ref", options.references, "A folder of recordings, or an .f0 file and a track")
+        ->required()
+        ->expected(1, 2);
+    command->add_option("--model", options.model, "Weight file (default: the one that comes with the tool)");
+    command->add_option("--threshold", options.threshold,
+                        "Frames with a lower confidence count as not voiced (default: as for track)");
+    command->add_option_function<std::string>(
+               "--mode", [&options](const std::string& name) { options.mode = modeNamed(name); }, "As for track")
+        ->check(CLI::IsMember(kModes));
+    command->add_option("--csv", options.csv, "Write the figures as CSV, too");
+    command->add_option("--json", options.json, "Write the figures as JSON, too");
     return command;
 }
 
@@ -92,12 +124,16 @@ void run(int argc, char** argv) {
     app.require_subcommand(1);
     TrackOptions track;
     BenchOptions bench;
+    EvalOptions eval;
     const CLI::App* const trackCommand = addTrack(app, track);
+    const CLI::App* const evalCommand = addEval(app, eval);
     addBench(app, bench);
     if (!parse(app, argc, argv)) return;
     applyInstructionChoice();
     if (trackCommand->parsed())
         runTrack(track);
+    else if (evalCommand->parsed())
+        runEval(eval);
     else
         runBench(bench);
 }

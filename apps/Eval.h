@@ -1,0 +1,21 @@
+// `katessel eval`: how well tracks agree with recordings of known pitch.
+#ifndef KATESSEL_APPS_EVAL_H
+#define KATESSEL_APPS_EVAL_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Track.h"
+
+struct EvalOptions {
+    std::vector<std::string> references;  // one folder of recordings, or an .f0 file and a track
+    std::string model;                    // empty: the default model
+    std::optional<double> threshold;      // none: the model's own; for a track, 0: what it calls voiced
+    TrackMode mode = TrackMode::offline;
+    std::string csv, json;                // files for the same figures; empty: none
+};
+
+void runEval(const EvalOptions& options);
+
+#endif

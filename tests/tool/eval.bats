@@ -1,0 +1,69 @@
+# `katessel eval`: figures that can be worked out by hand, and the bundled recordings.
+load common
+
+# 50 voiced frames of 200 Hz, 40 without pitch, 10 not scored. Reported: 25 exact, 5 at 15 cents, 10 at 30 cents, 5 an
+# octave up, 5 not at all; 4 of the frames without pitch; all that are not scored.
+setup() {
+  enter_folder
+  awk 'BEGIN { for (i = 0; i < 100; ++i) printf "%.3f %d\n", i * 0.005, i < 50 ? 200 : i < 90 ? 0 : -1 }' > truth.f0
+  awk 'BEGIN { print "time,frequency,confidence"
+    for (i = 0; i < 100; ++i) {
+      f = 0
+      if (i < 50) f = i < 25 ? 200 : i < 30 ? 200 * 2 ^ (15 / 1200) : i < 40 ? 200 * 2 ^ (30 / 1200) : i < 45 ? 400 : 0
+      else if (i < 54 || i >= 90) f = 100
+      printf "%.3f,%.4f,%.2f\n", i * 0.005, f, (f > 0) ? 0.95 : 0.05 } }' > track.csv
+}
+
+# has FIGURE VALUE: the last line of figures.csv says so.
+has() {
+  awk -F, -v name="$1" -v value="$2" 'NR == 1 { for (i = 1; i <= NF; ++i) if ($i == name) column = i }
+    END { if (!column || $column != value) { print name ": " $column ", expected " value; exit 1 } }' figures.csv
+}
+
+@test "every figure of a track whose faults are known" {
+  katessel eval --ref truth.f0 track.csv --csv figures.csv --json figures.json > table.txt
+  has frames 90
+  has raw_pitch_accuracy_50 0.800
+  has raw_pitch_accuracy_25 0.600
+  has raw_pitch_accuracy_10 0.500
+  has raw_chroma_accuracy 0.900
+  has gross_error_rate 0.111
+  has voicing_recall 0.900
+  has voicing_false_alarm 0.100
+  has f1 0.808
+  has overall_accuracy 0.844
+  has calibration_error 0.050
+  grep -q '0.95  0.918         49 frames' table.txt
+  [ "$("$PYTHON" -c 'import json; print(round(json.load(open("figures.json"))[0]["f1"], 3))')" = 0.808 ]
+  # A threshold above every confidence: nothing is reported, the raw pitch stays.
+  katessel eval --ref truth.f0 track.csv --threshold 0.99 --csv figures.csv > table.txt
+  has voicing_recall 0.000
+  has raw_pitch_accuracy_50 0.800
+}
+
+@test "a shift in time shows, whatever separates the columns" {
+  awk 'BEGIN { for (i = 0; i < 400; ++i) printf "%.3f %.3f\n", i * 0.005, 150 * 2 ^ (sin(i / 20)) }' > truth.f0
+  awk 'BEGIN { for (i = 0; i < 400; ++i) printf "%.3f\t%.3f\n", i * 0.005, 150 * 2 ^ (sin((i - 2) / 20)) }' > track.tsv
+  katessel eval --ref truth.f0 track.tsv --csv figures.csv > table.txt
+  has offset_ms 10.0
+}
+
+@test "a folder: the default model hears both bundled recordings, in both modes" {
+  cp "$KATESSEL_SOURCE"/examples/audio/* .
+  for mode in offline live; do
+    katessel eval --ref . --mode $mode --csv figures.csv > table.txt
+    has recordings 2
+    awk -F, 'NR > 1 && !($4 > 0.93 && $5 > 0.97 && $13 < 9) { exit 1 }' figures.csv
+  done
+}
+
+@test "what cannot be scored is said" {
+  fails_with 2 "--ref" eval --ref truth.f0
+  fails_with 1 "recordings with .f0 files" eval --ref .
+  sed '3s/.*/0.010 high/' truth.f0 > bad.f0
+  fails_with 1 "bad.f0: expected 2 numbers in line 3" eval --ref bad.f0 track.csv
+  sed 3d truth.f0 > gap.f0
+  fails_with 1 "gap.f0: expected 0.01 s in line 3" eval --ref gap.f0 track.csv
+  sed '1s/frequency/cents/' track.csv > cents.csv
+  fails_with 1 "frequencies in Hz" eval --ref truth.f0 cents.csv
+}
