@@ -1,10 +1,10 @@
-// The multi-resolution spectrum by its definition, in double precision: transforms and window spectra are plain sums,
-// every bin is convolved by itself.
+// The multi-resolution spectrum by its definition, in double precision: every bin is convolved by itself.
 #pragma once
 
 #include <cmath>
 #include <complex>
 #include <cstdlib>
+#include <map>
 #include <vector>
 
 #include "dsp/ReferenceTransform.h"
@@ -35,9 +35,7 @@ public:
     int fftLen = 1;
     int half = 0;
     int taps = 0;
-    std::vector<int> binLengths;   // window length of every bin
-    std::vector<int> lengths;      // of every resolution
-    std::vector<int> resolutions;  // resolution of every bin
+    std::vector<int> binLengths;  // window length of every bin
 
     // Bins 0 .. half; those at the ends are real. The kernels stay as they were built when `centred` is not the same.
     Points spectrum(const std::vector<float>& frame, bool centred) const {
@@ -45,11 +43,11 @@ public:
         std::vector<double> windowed;
         for (std::size_t i = 0; i < frame.size(); ++i)
             windowed.push_back(static_cast<double>(frame[i]) * window[i]);
-        const Points x = halvedTransform(placed(windowed, centred), -1);
+        const Points x = definedTransform(placed(windowed, centred), -1);
 
         Points bins;
         for (int k = 0; k <= half; ++k) {
-            const Points& kernel = m_kernels[static_cast<std::size_t>(resolutions[static_cast<std::size_t>(k)])];
+            const Points& kernel = m_kernels.at(binLengths[static_cast<std::size_t>(k)]);
             std::complex<double> sum = 0.0;
             for (int t = 0; t < taps; ++t) {
                 int source = std::abs(k - (taps - 1) / 2 + t) % fftLen;
@@ -93,24 +91,20 @@ private:
             const int raw = k <= low    ? length
                             : k <= high ? static_cast<int>(static_cast<float>(length) + shorter)
                                         : length + change;
-            const int odd = raw % 2 == 0 ? raw + 1 : raw;
-            if (lengths.empty() || odd != lengths.back()) lengths.push_back(odd);
-            binLengths.push_back(odd);
-            resolutions.push_back(static_cast<int>(lengths.size()) - 1);
+            binLengths.push_back(raw % 2 == 0 ? raw + 1 : raw);
         }
     }
 
     void buildKernels() {
         const int middle = (taps - 1) / 2;
         const double scale = 1.0 / static_cast<double>(m_arguments.padFactor);
-        for (int length : lengths) {
+        for (int length : binLengths) {
+            Points& kernel = m_kernels[length];
+            if (!kernel.empty()) continue;
             const Points window = placed(referenceWindow(m_arguments.windowType, length), m_arguments.centred);
-            const Points w = definedTransform(window, -1, 0.0, middle + 2);
-            double alternating = 0.0;
-            for (std::size_t i = 0; i < window.size(); ++i) alternating += window[i].real() * (i % 2 == 0 ? 1 : -1);
-            Points kernel;
+            const Points w = definedTransform(window, -1);
             for (int t = 0; t < taps; ++t) {
-                const std::complex<double> value = w[static_cast<std::size_t>(std::abs(t - middle))];
+                const std::complex<double> value = w[static_cast<std::size_t>(std::abs(t - middle) % fftLen)];
                 if (m_arguments.windowType != 15)
                     kernel.push_back(value.real() * scale);
                 else if (t < middle)
@@ -118,14 +112,13 @@ private:
                 else if (t > middle)
                     kernel.push_back(std::conj(value) * scale);
                 else  // bin 0 shares its place with the value at half the rate, which lands in the imaginary part
-                    kernel.push_back(std::complex<double>(value.real(), -alternating) * scale);
+                    kernel.push_back(std::complex<double>(value.real(), -w[window.size() / 2].real()) * scale);
             }
-            m_kernels.push_back(kernel);
         }
     }
 
     SpectrumArguments m_arguments;
-    std::vector<Points> m_kernels;
+    std::map<int, Points> m_kernels;  // by window length
 };
 
 }  // namespace KaTessel::tests

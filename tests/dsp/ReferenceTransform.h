@@ -1,4 +1,4 @@
-// Fourier transforms in double precision, by definition, and the comparison with interleaved floats.
+// Fourier transforms in double precision and the comparison with interleaved floats.
 #pragma once
 
 #include <algorithm>
@@ -15,22 +15,9 @@ inline std::complex<double> unitCircle(double turns) {
     return std::polar(1.0, 2.0 * std::numbers::pi * turns);
 }
 
-// Sum over j of x[j] exp(sign i 2 pi j (k + shift) / N) for k = 0 .. bins - 1; shift 0 or 0.5.
-inline Points definedTransform(const Points& x, int sign, double shift = 0.0, int bins = -1) {
-    const long n = static_cast<long>(x.size());
-    Points circle(static_cast<std::size_t>(2 * n));
-    for (long k = 0; k < 2 * n; ++k) circle[static_cast<std::size_t>(k)] = unitCircle(sign * k / (2.0 * n));
-    Points sums(static_cast<std::size_t>(bins < 0 ? n : bins));
-    for (std::size_t k = 0; k < sums.size(); ++k) {
-        const long halfSteps = std::lround(2.0 * (static_cast<double>(k) + shift));
-        for (long j = 0; j < n; ++j)
-            sums[k] += x[static_cast<std::size_t>(j)] * circle[static_cast<std::size_t>(j * halfSteps % (2 * n))];
-    }
-    return sums;
-}
-
-// The same for long blocks of a power of two, from the transforms of the even and of the odd points.
-inline Points halvedTransform(Points x, int sign, double shift = 0.0) {
+// Sum over j of x[j] exp(sign i 2 pi j (k + shift) / N) for every k, N a power of two: from the transforms of the even
+// and of the odd points.
+inline Points definedTransform(Points x, int sign, double shift = 0.0) {
     const std::size_t n = x.size();
     if (shift != 0.0)
         for (std::size_t j = 0; j < n; ++j)
@@ -41,8 +28,8 @@ inline Points halvedTransform(Points x, int sign, double shift = 0.0) {
         even.push_back(x[j]);
         odd.push_back(x[j + 1]);
     }
-    even = halvedTransform(std::move(even), sign);
-    odd = halvedTransform(std::move(odd), sign);
+    even = definedTransform(std::move(even), sign);
+    odd = definedTransform(std::move(odd), sign);
     for (std::size_t k = 0; k < n / 2; ++k) {
         const auto turned = odd[k] * unitCircle(sign * static_cast<double>(k) / static_cast<double>(n));
         x[k] = even[k] + turned;
@@ -51,7 +38,7 @@ inline Points halvedTransform(Points x, int sign, double shift = 0.0) {
     return x;
 }
 
-inline Points realPoints(const float* a, int n) { return Points(a, a + n); }
+inline Points realPoints(const std::vector<float>& x) { return Points(x.begin(), x.end()); }
 
 // n floats as n / 2 complex points.
 inline Points interleavedPoints(const float* a, int n) {
@@ -60,14 +47,12 @@ inline Points interleavedPoints(const float* a, int n) {
     return points;
 }
 
-// `index` with its bits in reverse, of an array of `size` elements.
-inline int reversedBits(int index, int size) {
-    int reversed = 0;
-    for (int bit = 1; bit < size; bit *= 2) {
-        reversed = 2 * reversed + (index & 1);
-        index /= 2;
-    }
-    return reversed;
+// Bins 0 .. n / 2 of a spectrum in the analyser's layout.
+inline Points unpackedSpectrum(const float* a, int n) {
+    Points bins = interleavedPoints(a, n);
+    bins.emplace_back(a[1]);
+    bins[0] = a[0];
+    return bins;
 }
 
 // Largest distance from `expected`, in units of its root mean square.

@@ -1,6 +1,7 @@
 #include "support/AllocationCounter.h"
 
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <new>
 
@@ -10,19 +11,12 @@ std::atomic<long> allocationCount{0};
 std::atomic<long> releaseCount{0};
 std::atomic<std::size_t> largest{0};
 
-void* counted(std::size_t bytes, std::size_t alignment) {
+void* counted(std::size_t bytes, std::size_t alignment = alignof(std::max_align_t)) {
     ++allocationCount;
     std::size_t seen = largest;
     while (bytes > seen && !largest.compare_exchange_weak(seen, bytes)) {
     }
-    const std::size_t rounded = (bytes + alignment - 1) / alignment * alignment;
-    void* p = alignment > alignof(std::max_align_t) ? std::aligned_alloc(alignment, rounded)
-                                                    : std::malloc(bytes > 0 ? bytes : 1);
-    return p;
-}
-
-void* countedOrThrow(std::size_t bytes, std::size_t alignment = 1) {
-    void* p = counted(bytes, alignment);
+    void* p = std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
     if (p == nullptr) throw std::bad_alloc();
     return p;
 }
@@ -34,12 +28,12 @@ void release(void* p) {
 
 }  // namespace
 
-void* operator new(std::size_t n) { return countedOrThrow(n); }
-void* operator new[](std::size_t n) { return countedOrThrow(n); }
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return counted(n, 1); }
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return counted(n, 1); }
-void* operator new(std::size_t n, std::align_val_t a) { return countedOrThrow(n, static_cast<std::size_t>(a)); }
-void* operator new[](std::size_t n, std::align_val_t a) { return countedOrThrow(n, static_cast<std::size_t>(a)); }
+void* operator new(std::size_t n) { return counted(n); }
+void* operator new[](std::size_t n) { return counted(n); }
+void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return counted(n); }
+void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return counted(n); }
+void* operator new(std::size_t n, std::align_val_t a) { return counted(n, static_cast<std::size_t>(a)); }
+void* operator new[](std::size_t n, std::align_val_t a) { return counted(n, static_cast<std::size_t>(a)); }
 void operator delete(void* p) noexcept { release(p); }
 void operator delete[](void* p) noexcept { release(p); }
 void operator delete(void* p, std::size_t) noexcept { release(p); }

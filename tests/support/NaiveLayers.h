@@ -34,15 +34,15 @@ struct NaiveKernel {
 NaiveKernel randomKernel(Random& random, int taps, int nIn, int nOut, bool withBias);
 
 // out[o] = bias[o] + sum over taps k and inputs i of weight(k, i, o) * x[t - k * dilation][i]; frames before the first
-// are zeros.
-Frame convolveAt(const Signal& x, int t, const NaiveKernel& kernel, int dilation);
+// are zeros, or copies of it.
+Frame convolveAt(const Signal& x, int t, const NaiveKernel& kernel, int dilation, bool repeatsFirst = false);
 
 // The same over a whole signal, centred for odd kernels: with pad = half the span (for even kernels all of it), the
 // sum for t goes to frame max(t - pad, 0), where a later one replaces an earlier one; frames before the first are
 // copies of it, and the last pad frames stay zeros.
 Signal centredConvolution(const Signal& x, const NaiveKernel& kernel, int dilation);
 
-// A WaveNet-2 network: its weights, its streaming step and its offline form.
+// A WaveNet-2 network: its weights, its steps and its offline form.
 class NaiveWaveNet {
 public:
     // Random weights for a shape; conf.file is not used.
@@ -51,15 +51,24 @@ public:
     // Adds all layers under names that begin with conf.name.
     void addTo(WeightFileWriter& writer) const;
 
-    // Takes a frame, returns the skip sum.
-    Frame step(const std::vector<float>& in);
+    // What the causal step takes beside its input.
+    struct Conditions {
+        Frame cond, state;
+    };
+
+    // Takes a frame, returns the skip sum: of the step with look-ahead or, with conditions, of the causal one.
+    Frame step(const std::vector<float>& in, const Conditions* causal = nullptr);
 
     // A whole signal at once: every layer centred, the residual from the same frame, the mean over all layers.
     Signal process(const Signal& in) const;
 
+    struct Branch {
+        NaiveKernel input, cond, state;
+    };
     struct Layer {
         int dilation = 1;
-        NaiveKernel filter, gate, skip;
+        Branch filter, gate;
+        NaiveKernel skip, res1x1;
         Signal x, gated, skipOut;  // one entry per call
     };
     NaiveKernel initial;
@@ -68,6 +77,9 @@ public:
 
 private:
     Frame initialConvolution() const;
+    Frame branchAt(const Layer& layer, const Branch& branch, int t, const Conditions* conditions) const;
+    // Mean and bias.
+    Frame finish(Frame sum, int meanOver) const;
 
     T_WN2_conf m_conf;
     Signal m_inputs;

@@ -2,13 +2,17 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <random>
 #include <vector>
 
 namespace KaTessel::tests {
 
 // KATESSEL_TEST_SEED, else a fixed number.
-std::uint64_t seed();
+inline std::uint64_t seed() {
+    const char* given = std::getenv("KATESSEL_TEST_SEED");
+    return given != nullptr && *given != '\0' ? std::strtoull(given, nullptr, 10) : 20240611ull;
+}
 
 // An independent generator per `stream`, so that a test's numbers do not depend on the tests before it.
 class Random {

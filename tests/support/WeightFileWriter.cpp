@@ -2,30 +2,21 @@
 
 #include <cstring>
 #include <fstream>
+#include <numeric>
 #include <stdexcept>
 #include <utility>
 
 namespace KaTessel::tests {
-namespace {
-
-std::size_t elements(const std::vector<int>& dimensions) {
-    std::size_t n = 1;
-    for (int d : dimensions) n *= static_cast<std::size_t>(d);
-    return n;
-}
-
-}  // namespace
-
-StoredTensor countingTensor(std::vector<int> dimensions, float first) {
-    StoredTensor t{std::move(dimensions), {}};
-    t.values.resize(elements(t.dimensions));
-    for (std::size_t i = 0; i < t.values.size(); ++i) t.values[i] = first + static_cast<float>(i);
-    return t;
-}
 
 StoredTensor constantTensor(std::vector<int> dimensions, float value) {
-    StoredTensor t{std::move(dimensions), {}};
-    t.values.assign(elements(t.dimensions), value);
+    std::size_t n = 1;
+    for (int d : dimensions) n *= static_cast<std::size_t>(d);
+    return {std::move(dimensions), std::vector<float>(n, value)};
+}
+
+StoredTensor countingTensor(std::vector<int> dimensions, float first) {
+    StoredTensor t = constantTensor(std::move(dimensions), first);
+    std::iota(t.values.begin(), t.values.end(), first);
     return t;
 }
 
