@@ -20,7 +20,7 @@ public:
     CTessel(const CTessel&) = delete;
     CTessel& operator=(const CTessel&) = delete;
 
-    // The five functions of the C interface; see KTessel.h for arguments and results.
+    // The functions of the C interface; see KTessel.h for arguments and results.
     int configure(int sampleRate, int reserved, int maxBlockSize, char const* modelPath);
     int doProcess(float const* input, int numSamples, float* outF0, float* outConfidence, int centsMode);
     int doProcessOffline(float const* input, int numSamples, float* outF0, float* outConfidence, int centsMode);

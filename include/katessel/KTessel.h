@@ -6,8 +6,8 @@
  * KTessel_DoProcessOffline), and released with KTessel_Destroy.
  *
  * No function checks its arguments: a null or unconfigured handle, a null output or a negative count is
- * undefined behaviour. One engine serves one thread at a time; different engines are independent. When
- * memory runs out, the C++ exception std::bad_alloc leaves the call.
+ * undefined behaviour. One engine serves one thread at a time; different engines share only an accumulator of
+ * processor time (see docs/hosts.md). When memory runs out, the C++ exception std::bad_alloc leaves the call.
  */
 #ifndef KATESSEL_KTESSEL_H
 #define KATESSEL_KTESSEL_H
@@ -33,16 +33,17 @@ KTESSEL_API void KTessel_Destroy(void* handle);
  *   modelPath     layer weight file
  *
  * Returns 0, or -1 (and changes nothing) when there is no file at modelPath. A layer that the file lacks is
- * reported on standard output ("WARNING: NAME not loaded!") and computes as zeros; a layer of the wrong size
- * is reported there and ends the process with status 255.
+ * reported on standard output ("WARNING: NAME not loaded!") and computes as zeros: with nothing loaded every
+ * frame reads 239 Hz with confidence 1. A layer of the wrong size is reported there and ends the process with
+ * status 255. Check files that you do not know before.
  */
 KTESSEL_API int KTessel_Configure(int sampleRate, int reserved, int maxBlockSize, const char* modelPath, void* handle);
 
 /*
- * Takes one block of a live signal. Allocates at most one small feature vector per frame.
+ * Takes one block of a live signal. After the first frame allocates one small feature vector per frame.
  *
  *   input          numSamples mono samples at the configured rate, nominally -1 .. 1
- *   numSamples     0 .. maxBlockSize
+ *   numSamples     0 .. maxBlockSize, and at most 0.95 s: the engine remembers one second
  *   outF0          one value: frequency [Hz], 0 when unvoiced; or, with centsMode, the pitch in cents above
  *                  440 Hz (without a mark for unvoiced frames)
  *   outConfidence  one value, 0 or more: about the probability that the frame is voiced
@@ -64,7 +65,7 @@ KTESSEL_API int KTessel_DoProcess(const float* input, int numSamples, float* out
  *   centsMode      0 for Hz, anything else for cents
  *
  * Frame f is centred on the instant f * 5 ms. Both arrays need room for
- * KTessel_GetNumOutputFramesForInputSamples(numSamples, handle) values.
+ * KTessel_GetNumOutputFramesForInputSamples(numSamples, handle) values, and one more for signals of hours.
  * Returns the number of frames written to each array: whole 5 ms hops in the signal.
  */
 KTESSEL_API int KTessel_DoProcessOffline(const float* input, int numSamples, float* outF0, float* outConfidence,

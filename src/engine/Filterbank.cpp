@@ -11,15 +11,14 @@ namespace {
 
 }  // namespace
 
-float** makeFilterbank() {
-    float** rows = new float*[kBands]();
+void makeFilterbank(float**& filterbank) {
+    filterbank = new float*[kBands]();  // at once where its owner releases it, should a row fail
     const float* weights = kBandWeights;
     for (int b = 0; b < kBands; ++b) {
-        rows[b] = new float[kBins]();
-        std::copy_n(weights, kBandBinCount[b], rows[b] + kBandFirstBin[b]);
+        filterbank[b] = new float[kBins]();
+        std::copy_n(weights, kBandBinCount[b], filterbank[b] + kBandFirstBin[b]);
         weights += kBandBinCount[b];
     }
-    return rows;
 }
 
 void freeFilterbank(float**& filterbank, int bands) {

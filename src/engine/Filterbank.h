@@ -7,8 +7,8 @@
 
 namespace KaTessel {
 
-// Rows of kBins weights, one per band, made with array new; release with freeFilterbank.
-float** makeFilterbank();
+// Makes rows of kBins weights, one per band, in `filterbank`, which must be null; release with freeFilterbank.
+void makeFilterbank(float**& filterbank);
 
 // Releases every row and the table of `bands` rows and sets it to null.
 void freeFilterbank(float**& filterbank, int bands);

@@ -1,5 +1,5 @@
-// The stages of one analysis frame: spectrum, bands, network, heads. Streaming and offline processing share the first
-// two, so that they hear the same features.
+// The stages of one analysis frame: spectrum, bands, network, heads. Offline processing computes the first two for
+// several frames at once, in FeatureBatch.
 #include <math.h>
 
 #include "engine/Constants.h"

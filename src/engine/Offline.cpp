@@ -19,7 +19,7 @@
 namespace KaTessel {
 namespace {
 
-constexpr int kSegmentFrames = 504;  // a multiple of every product's tile
+constexpr int kSegmentFrames = 496;  // 504 with the context: whole tiles of the matrix products
 
 // The two heads over blocks of frames.
 class SequenceHeads {
@@ -53,6 +53,8 @@ float offlinePitch(float octaves, int centsMode) {
 
 int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, float* outConfidence,
                               int centsMode) {
+    // Whoever used the analyser in between may have left it with other windows.
+    spectrum.PrepareMR(kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
     const int hop = static_cast<int>(internalRate * 0.005 + 0.5);
     SignalReader signal(input, numSamples, sampleRate == internalRate ? 1.0f : rateRatio, resampler);
     const int frames = static_cast<int>(static_cast<double>(static_cast<float>(signal.length())) * 200.0 / internalRate);

@@ -15,7 +15,7 @@ inline float streamingOctaves(float pitch) { return (1.0f + pitch) * 2.187756f -
 // First output below which a streaming frame is unvoiced, about 1.4 Hz.
 constexpr float kStreamingUnvoiced = -3.4073477f;
 
-// The offline form has an offset and a threshold of its own: deliberate, its frames are aligned differently.
+// Deliberate: each form keeps an offset of its own, and models are trained for both.
 inline float offlineOctaves(float pitch) { return (pitch + 1.0f) * 2.187756f - 3.0586433f; }
 
 // Octaves below which an offline frame is unvoiced: the same frequency as above.

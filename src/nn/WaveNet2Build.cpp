@@ -1,6 +1,7 @@
 // Building and releasing a WaveNet-2 network.
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 
 #include "katessel/FloatBuffer.h"
 #include "katessel/LayerWeights.h"
@@ -65,7 +66,8 @@ T_WN2_conf& T_WN2_conf::operator=(const T_WN2_conf&) = default;
 T_WN2_conf::~T_WN2_conf() = default;
 
 T_WN2* wavenet2_init(T_WN2_conf conf) {
-    T_WN2* net = new T_WN2;
+    // Released when anything below throws.
+    std::unique_ptr<T_WN2, void (*)(T_WN2*)> net(new T_WN2, &wavenet2_free);
     copyShape(*net, conf);
     const int R = conf.nResidual;
     for (float** buffer :
@@ -92,12 +94,12 @@ T_WN2* wavenet2_init(T_WN2_conf conf) {
         dilation = (l + 1) % conf.dilationCycle == 0 ? 1 : 2 * dilation;
     }
     init_and_load_b(conf.file, conf.name + "_skip_biases", net->skipBias, conf.nSkip);
-    return net;
+    return net.release();
 }
 
 void wavenet2_free(T_WN2* net) {
     if (net == nullptr) return;
-    for (int l = 0; l < net->nLayers; ++l) releaseLayer(net->layers[l]);
+    for (int l = 0; net->layers != nullptr && l < net->nLayers; ++l) releaseLayer(net->layers[l]);
     delete[] net->layers;
     for (float** buffer : {&net->initialW, &net->initialB, &net->initialHist, &net->skipBias, &net->resIn,
                            &net->tanhOut, &net->sigmoidOut, &net->gated, &net->resOut, &net->res1x1Out, &net->skipSum})

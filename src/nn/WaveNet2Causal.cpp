@@ -70,7 +70,7 @@ void wavenet2_process_causal(std::vector<std::vector<float>> in, std::vector<std
     for (std::size_t i = 0; i < in.size(); ++i) {
         float* condFrame = hasCond ? (*cond)[std::min(i, cond->size() - 1)].data() : nullptr;
         wavenet2_step(in[i].data(), condFrame, nullptr, net);
-        // Zeros, not skipSum: callers of this form want the state that it leaves.
+        // Deliberate: zeros, not skipSum.
         out.emplace_back(static_cast<std::size_t>(net->nSkip), 0.0f);
     }
 }

@@ -83,7 +83,7 @@ void wavenet2_process(Frames in, Frames* out, Frames cond, std::string name, std
     if (causal)
         wavenet2_process_causal(in, &cond, *out, net);
     else
-        // The result goes to the driver's copy of `cond`: deliberate, callers have never received it here.
+        // Deliberate: the result goes to the driver's copy of `cond` and is not handed out.
         wavenet2_process_noncausal(in, out, cond, net, false);
     wavenet2_free(net);
 }

@@ -42,8 +42,8 @@ int CKaResample::doProcess(const float* in, int numIn, float* out, float ratio, 
     std::copy_n(history, kHistory, work);
     std::copy_n(in, copied, work + kHistory);
     std::fill_n(work + kHistory + copied, consumed - copied, 0.0f);
-    // Every block starts at a whole input position; the phase reached at the end of the block before is dropped. Hosts
-    // and the time axis of a track rely on that.
+    // Every block starts at a whole input position; the phase reached at the end of the block before is dropped:
+    // deliberate, see docs/hosts.md.
     interp.render1(work, kFirstPosition, static_cast<double>(ratio), out, numOut);
     std::copy_n(work + consumed, kHistory, history);
     return 0;

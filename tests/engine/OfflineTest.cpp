@@ -104,6 +104,27 @@ TEST_F(Offline, SeamsOfLongSignalsDoNotShow) {
     }
 }
 
+// The analyser is public: an application may have used it for something else.
+TEST_F(Offline, BringsItsOwnWindows) {
+    const std::vector<float> sound = voiceWithNoise(random, 4800, 24000);
+    CTessel engine;
+    engine.configure(24000, 0, 120, model().c_str());
+    std::vector<float> before(40), after(40), confidence(40), other(2049, 0.1f);
+    engine.doProcessOffline(sound.data(), 4800, before.data(), confidence.data(), 1);
+    for (long length : {2049L, 257L}) {
+        float* spectrum = nullptr;
+        long lastBin = 0;
+        engine.spectrum.DoMultiresolutionSpectrum(other.data(), length, 10, 0.0f, nullptr, nullptr, &lastBin, 3, &spectrum,
+                                                  1.0f, true, 12000.0f);
+        delete[] spectrum;
+        engine.doProcessOffline(sound.data(), 4800, after.data(), confidence.data(), 1);
+        EXPECT_EQ(before, after) << length;
+    }
+    engine.spectrum.FreeMR();
+    engine.doProcessOffline(sound.data(), 4800, after.data(), confidence.data(), 1);
+    EXPECT_EQ(before, after);
+}
+
 TEST_F(Offline, DoesNotDisturbAStream) {
     const std::vector<float> sound = voiceWithNoise(random, 4800, 48000);
     const auto stream = [&](bool interrupted) {
