@@ -1,7 +1,5 @@
 // Arbitrary bytes as a frame file and as a statistics file. Frames that were read are dumped again: behind the period
 // that must give the bytes they came from.
-#include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -10,10 +8,6 @@
 #include "katessel/FrameMatrix.h"
 
 namespace {
-
-void require(bool condition) {
-    if (!condition) std::abort();
-}
 
 void requireDumpOf(const std::vector<std::vector<float>>& frames, const std::uint8_t* data, std::size_t size) {
     KaTessel::write_data(scratchFile("-dump"), frames, 0, 0);
@@ -28,7 +22,6 @@ void requireDumpOf(const std::vector<std::vector<float>>& frames, const std::uin
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    silenceStdout();
     writeScratchFile(data, size);
     std::vector<std::vector<float>> frames;
     float period = 0.0f;

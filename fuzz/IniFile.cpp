@@ -1,6 +1,4 @@
 // Arbitrary bytes as a parameter file: every key looked up as every type, every token taken apart.
-#include <cstdint>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -10,19 +8,18 @@
 
 namespace {
 
-void require(bool condition) {
-    if (!condition) std::abort();
-}
-
-template <typename Value>
+template <typename... Values>
 void lookUp(const std::vector<KaTessel::TINISECTION>& sections, const std::string& section, const std::string& key) {
-    Value value{};
-    try {
-        const bool found = KaTessel::ini_read_param(sections, section, key, value);
-        require(found || value == Value{});
-    } catch (const std::runtime_error&) {
-        require(value == Value{});
-    }
+    const auto lookUpOne = [&](auto value) {
+        const auto before = value;
+        bool found = false;
+        try {
+            found = KaTessel::ini_read_param(sections, section, key, value);
+        } catch (const std::runtime_error&) {
+        }
+        require(found || value == before);
+    };
+    (lookUpOne(Values{}), ...);
 }
 
 void takeApart(const std::string& text) {
@@ -45,14 +42,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const KaTessel::TINISECTION& section : sections)
         for (const std::vector<std::string>& entry : section.entries) {
             for (const std::string& token : entry) takeApart(token);
-            if (entry.empty()) continue;
-            lookUp<std::string>(sections, section.name, entry[0]);
-            lookUp<float>(sections, section.name, entry[0]);
-            lookUp<int>(sections, section.name, entry[0]);
-            lookUp<bool>(sections, section.name, entry[0]);
-            lookUp<std::vector<std::string>>(sections, section.name, entry[0]);
-            lookUp<std::vector<float>>(sections, section.name, entry[0]);
-            lookUp<std::vector<int>>(sections, section.name, entry[0]);
+            if (!entry.empty())
+                lookUp<std::string, float, int, bool, std::vector<std::string>, std::vector<float>, std::vector<int>>(
+                    sections, section.name, entry[0]);
         }
     return 0;
 }

@@ -1,9 +1,9 @@
 // Parameter files: what each kind of line becomes, look-ups of every type, and taking strings apart.
-#include <cstring>
-#include <limits>
 #include <locale>
 #include <stdexcept>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "gtest/gtest.h"
@@ -39,26 +39,17 @@ std::string outline(const std::vector<TINISECTION>& sections) {
 }
 
 TEST(PlainIniFile, EveryKindOfLine) {
-    struct Row {
-        const char *text, *outline;
-    };
-    const Row rows[] = {
-        {"", ""},
-        {"key value\n# [not a section]\n", ""},  // nothing before the first section counts
-        {"lost 1\n[a]\nkept 2", "a: kept 2"},    // the last line needs no end
-        {" \t [encoder] \t\r\n\tnlayers \t 10 \r\n", "encoder: nlayers 10"},
-        {"[a]b]\nx 1\n", "a: x 1"},
-        {"]x[b c]] 1\n", "b c:"},
-        {"[a]\nshape [2]\nx 1\n", "a:; 2: x 1"},
-        {"[a]\n[b\nb]\n]b[\n", "a: [b | b] | ]b["},
-        {"[]\nx 1\n", ": x 1"},
-        {"[ a ]\n", " a :"},
-        {"[a]\n\n \t\r\n#x 1\n  # [b] 2\nkey # value\n", "a: key # value"},
-        {"[a]\nalone\nx = 3\nx\v1\f2\n", "a: alone | x = 3 | x 1 2"},
-        {"[a]\nx 1\n[b]\n[a]\nx 2\n", "a: x 1; b:; a: x 2"},
-        {"[a]\rx 1\n[b]\n", "a:; b:"},  // a carriage return alone ends no line
-    };
-    for (const Row& row : rows) EXPECT_EQ(outline(sectionsOf(row.text)), row.outline) << row.text;
+    for (const auto& [text, expected] : {
+             std::pair("lost 1\n[a]\nkept 2", "a: kept 2"),  // the last line needs no end
+             {" \t [encoder] \t\r\n\tnlayers \t 10 \r\n", "encoder: nlayers 10"},
+             {"]x[b c]] 1\nshape [2]\nx 1\n", "b c:; 2: x 1"},
+             {"[a]\n[b\nb]\n]b[\n", "a: [b | b] | ]b["},
+             {"[]\nx 1\n[ a ]\n", ": x 1;  a :"},
+             {"[a]\n\n \t\r\n#x 1\n  # [b] 2\nkey # value\n", "a: key # value"},
+             {"[a]\nalone\nx = 3\nx\v1\f2\n", "a: alone | x = 3 | x 1 2"},
+             {"[a]\nx 1\n[b]\n[a]\nx 2\n", "a: x 1; b:; a: x 2"},
+         })
+        EXPECT_EQ(outline(sectionsOf(text)), expected) << text;
 }
 
 TEST(PlainIniFile, LoadingAppendsOrLeavesAlone) {
@@ -66,10 +57,9 @@ TEST(PlainIniFile, LoadingAppendsOrLeavesAlone) {
     saveBytes(folder.file("ini"), "[b]\nx 1\n");
     std::vector<TINISECTION> sections = {{"a", {}}};
     EXPECT_TRUE(loadIni(folder.file("ini"), sections));
-    EXPECT_EQ(outline(sections), "a:; b: x 1");
-    for (const std::string& path : {folder.file("absent"), folder.path(), std::string()}) {
+    for (const std::string& path : {folder.file("absent"), folder.path()}) {
         CapturedStdout captured;
-        EXPECT_FALSE(loadIni(path, sections)) << path;
+        EXPECT_FALSE(loadIni(path, sections));
         EXPECT_EQ(captured.text(), "error reading file " + path + "\n");
         EXPECT_EQ(outline(sections), "a:; b: x 1") << path;
     }
@@ -79,144 +69,78 @@ TEST(PlainIniFile, LookUpsFindTheLastValueOfTheFirstSection) {
     const std::vector<TINISECTION> sections = sectionsOf(
         "[empty]\n[a]\nalone\nx 1\nx 2 3\nX 4\ngone 5\ngone\n[a]\nother 6\n[blank]\n\f\nx 7\n[last]\nx 8\n\f\n");
     EXPECT_EQ(ini_findsection(sections, "a"), 1);
-    EXPECT_EQ(ini_findsection(sections, "A"), -1);
-    EXPECT_EQ(ini_findsection({}, "a"), -1);
-    EXPECT_EQ(ini_section_readparam(sections[1], "x"), "2");
-    EXPECT_EQ(ini_section_readparam(sections[1], "xx"), "");
-    struct Row {
-        const char *section, *key, *value;  // no value: not found
-    };
-    const Row rows[] = {
-        {"a", "x", "2"},          {"a", "X", "4"},     {"a", "alone", nullptr}, {"a", "gone", nullptr},
-        {"a", "other", nullptr},  {"a", "3", nullptr}, {"", "x", nullptr},      {"empty", "x", nullptr},
-        {"blank", "x", nullptr},  // its first line is white space, but no blank line
-        {"last", "x", "8"},
-    };
-    for (const Row& row : rows) {
-        std::string value = "before";
-        EXPECT_EQ(ini_read_param(sections, row.section, row.key, value), row.value != nullptr) << row.key;
-        EXPECT_EQ(value, row.value != nullptr ? row.value : "before") << row.section << ", " << row.key;
+    // Without a value: not found. The first line of "blank" is white space, but no blank line.
+    for (const auto& [section, key, value] :
+         {std::tuple("a", "x", "2"), {"a", "X", "4"}, {"last", "x", "8"}, {"a", "alone", ""}, {"a", "gone", ""},
+          {"a", "other", ""}, {"A", "x", ""}, {"empty", "x", ""}, {"blank", "x", ""}}) {
+        std::string got;
+        EXPECT_EQ(ini_read_param(sections, section, key, got), *value != '\0') << section << ", " << key;
+        EXPECT_EQ(got, value) << section << ", " << key;
     }
 }
 
-// Reads `text` as the type of `before`; the message when that throws, which must leave the value alone.
+// Reads `text` into `value`, which must become `expected`; `message` is what that throws.
 template <typename Value>
-std::string readAs(const std::string& text, const Value& before, Value& value) {
-    const std::vector<TINISECTION> sections = {{"a", {{"key", text}}}};
-    value = before;
-    EXPECT_FALSE(ini_read_param(sections, "a", "absent", value));
-    EXPECT_FALSE(ini_read_param(sections, "b", "key", value));
-    EXPECT_EQ(value, before);
+void expectReads(const std::string& text, Value value, const Value& expected, const std::string& message = "") {
+    std::string thrown;
     try {
-        EXPECT_TRUE(ini_read_param(sections, "a", "key", value));
+        ini_read_param({{"a", {{"key", text}}}}, "a", "key", value);
     } catch (const std::runtime_error& error) {
-        EXPECT_EQ(value, before) << text;
-        return error.what();
+        thrown = error.what();
     }
-    return "";
-}
-
-template <typename Value>
-void expectReads(const std::string& text, const Value& before, const Value& expected) {
-    Value value;
-    EXPECT_EQ(readAs(text, before, value), "") << text;
     EXPECT_EQ(value, expected) << text;
+    EXPECT_EQ(thrown, message) << text;
 }
 
 template <typename Value>
-void expectThrows(const std::string& text, const Value& before, const std::string& part, const char* type) {
-    Value value;
-    EXPECT_EQ(readAs(text, before, value), "Could not convert string \"" + part + "\" to " + type + ".");
+void expectThrows(const std::string& text, const Value& before, const std::string& part, const std::string& type) {
+    expectReads(text, before, before, "Could not convert string \"" + part + "\" to " + type + ".");
 }
 
 TEST(PlainIniFile, ValuesOfEveryType) {
-    const float lowest = std::numeric_limits<float>::lowest();
-    for (const auto& [text, value] : {std::pair("1.5x", 1.5f), {"-2", -2.0f}, {"1e-3", 1e-3f}, {".5", 0.5f},
-                                      {"-3.40282347e38", lowest}, {"0x10", 0.0f}})
+    for (const auto& [text, value] : {std::pair("1.5x", 1.5f), {"-2", -2.0f}, {"1e-3", 1e-3f}, {".5", 0.5f}})
         expectReads(text, 7.0f, value);
-    for (const char* text : {"x1.5", "1e39", "-", "nan", "e5"}) expectThrows(text, 7.0f, text, "float");
-    for (const auto& [text, value] : {std::pair("12", 12), {"-3.9", -3}, {"+4,5", 4}, {"-2147483648", INT32_MIN}})
-        expectReads(text, 7, value);
-    for (const char* text : {"ten", "2147483648", "-2147483649", ".5"}) expectThrows(text, 7, text, "integer");
-    for (const char* text : {"true", "TRUE", "tRuE"}) expectReads(text, false, true);
-    for (const char* text : {"1", "yes", "true,", "tru", "false"}) expectReads(text, true, false);
+    for (const char* text : {"x1.5", "1e39", "nan"}) expectThrows(text, 7.0f, text, "float");
+    for (const auto& [text, value] : {std::pair("12", 12), {"-3.9", -3}, {"+4,5", 4}}) expectReads(text, 7, value);
+    for (const char* text : {"ten", "2147483648", ".5"}) expectThrows(text, 7, text, "integer");
+    for (const char* text : {"true", "tRuE"}) expectReads(text, false, true);
+    for (const char* text : {"1", "yes", "true,", "tru"}) expectReads(text, true, false);
 
     expectReads("1,2,4,8", std::vector<int>{7}, {1, 2, 4, 8});
-    expectReads("1.5,x,-2", Strings{"before", "and"}, {"1.5", "x", "-2"});
-    expectReads(",a,,", Strings{}, {"", "a", "", ""});
+    expectReads(",1.5,x,", Strings{"before"}, {"", "1.5", "x", ""});
     expectReads("1.5,-2", std::vector<float>(5), {1.5f, -2.0f});
-    expectThrows("1,,3", std::vector<int>{7}, "", "integer");
     expectThrows("1,2,", std::vector<float>{7.0f}, "", "float");
     expectThrows("1,two,three", std::vector<int>{7}, "two", "integer");
 }
 
-// A program that writes 1.000,5 still reads files written with a point; one that takes the byte 0xa0 for a blank, as
-// Latin-1 does, still keeps the letter of UTF-8 that ends in it.
+// A program that writes 1,5 still reads files written with a point.
 TEST(PlainIniFile, TheProgramsLanguageDoesNotMatter) {
-    struct CommaAndGroups : std::numpunct<char> {
+    struct Comma : std::numpunct<char> {
         char do_decimal_point() const override { return ','; }
-        char do_thousands_sep() const override { return '.'; }
-        std::string do_grouping() const override { return "\3"; }
     };
-    std::vector<std::ctype_base::mask> classes(std::ctype<char>::classic_table(),
-                                               std::ctype<char>::classic_table() + std::ctype<char>::table_size);
-    classes[0xa0] = std::ctype_base::space;
-    const std::locale numbers(std::locale::classic(), new CommaAndGroups);
-    const std::locale before = std::locale::global(std::locale(numbers, new std::ctype<char>(classes.data())));
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Comma));
     expectReads("1.5", 7.0f, 1.5f);
-    expectReads("1.000", 7, 1);
-    EXPECT_EQ(split("voil\xc3\xa0 1"), (Strings{"voil\xc3\xa0", "1"}));
     std::locale::global(before);
 }
 
 TEST(PlainIniFile, Splitting) {
     EXPECT_EQ(split(" a\tb\n\r c\v\fd "), (Strings{"a", "b", "c", "d"}));
-    EXPECT_EQ(split(" \n"), Strings{});
-    struct Row {
-        const char *text, *delimiter;
-        int maximum;
-        Strings parts;
-    };
-    const Row rows[] = {
-        {"a,b,,c", ",", -1, {"a", "b", "", "c"}}, {",", ",", -1, {"", ""}},    {"", ",", -1, {""}},
-        {"a, b,c", ", ", -1, {"a", "b,c"}},       {"aaa", "aa", -1, {"", "a"}}, {"abc", "abcd", -5, {"abc"}},
-        {"a,b,c", ",", 2, {"a", "b"}},            {"a,b,c", ",", 1, {"a"}},    {"a,b,c", ",", 3, {"a", "b", "c"}},
-        {"a,b,c", ",", 9, {"a", "b", "c"}},       {"a,b,c", ",", 0, {}},       {"a,b", "", -1, {"a,b"}},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(split(row.text, row.delimiter, row.maximum), row.parts) << row.text << ", " << row.maximum;
+    for (const auto& [text, delimiter, maximum, parts] :
+         {std::tuple("a,b,,c", ",", -1, Strings{"a", "b", "", "c"}), {",", ",", -1, {"", ""}}, {"", ",", -1, {""}},
+          {"a, b,c", ", ", -1, {"a", "b,c"}}, {"aaa", "aa", -1, {"", "a"}}, {"a,b", "", -1, {"a,b"}},
+          {"a,b,c", ",", 2, {"a", "b"}}, {"a,b", ",", 9, {"a", "b"}}, {"a,b", ",", 0, {}}})
+        EXPECT_EQ(split(text, delimiter, maximum), parts) << text << ", " << maximum;
 }
 
 TEST(PlainSplitPath, DirectoryNameAndExtension) {
-    struct Row {
-        const char *path, *dir, *name, *ext;
-    };
-    const Row rows[] = {
-        {"/models/v1.2/a.tar.gz", "/models/v1.2/", "a.tar", ".gz"},
-        {"v1.2/model", "v1.2/", "model", ""},
-        {"model.weights", "", "model", ".weights"},
-        {"model.", "", "model", "."},
-        {"a/.hidden", "a/", "", ".hidden"},
-        {"a/b/", "a/b/", "", ""},
-        {"..", "", ".", "."},
-        {"", "", "", ""},
-        {nullptr, "", "", ""},
-    };
-    for (const Row& row : rows) {
-        char buffers[4][32];
-        const char* expected[4] = {"", row.dir, row.name, row.ext};
-        // With all four buffers, then without each of them in turn; -1 as a size is as good as any.
-        for (int omitted = -1; omitted < 4; ++omitted) {
-            std::memset(buffers, '~', sizeof buffers);
-            const auto buffer = [&](int i) { return i == omitted ? nullptr : buffers[i]; };
-            _splitpath(row.path, buffer(0), 32, buffer(1), -1, buffer(2), 0, buffer(3), 32);
-            for (int i = 0; i < 4; ++i) {
-                const std::string part = i != omitted ? std::string(expected[i]) + '\0' : "";
-                const std::string whole = part + std::string(32 - part.size(), '~');
-                EXPECT_EQ(std::string(buffers[i], 32), whole) << "part " << i << " without " << omitted;
-            }
-        }
+    for (const Strings& parts : {Strings{"/models/v1.2/", "a.tar", ".gz"}, {"v1.2/", "model", ""}, {"", "model", "."},
+                                 {"a/", "", ".hidden"}, {"a/b/", "", ""}, {"", "", ""}}) {
+        const std::string path = parts[0] + parts[1] + parts[2];
+        char drive[32] = "~", dir[32] = "~", name[32] = "~", ext[32] = "~";
+        _splitpath(path.c_str(), drive, 0, dir, -1, name, 0, ext, 32);  // the sizes are not looked at
+        EXPECT_EQ(Strings({drive, dir, name, ext}), Strings({"", parts[0], parts[1], parts[2]}));
     }
+    _splitpath(nullptr, nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0);
 }
 
 }  // namespace
