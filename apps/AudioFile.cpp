@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <system_error>
 
 #include "Errors.h"
 
@@ -23,6 +24,7 @@ using SoundFile = std::unique_ptr<SNDFILE, int (*)(SNDFILE*)>;
 // What libsndfile itself reports less clearly. Opening tells more than asking for permissions would.
 void checkReadable(const std::string& path) {
     if (std::filesystem::is_directory(path)) fail(kCannotRead, path, "an audio file", "a folder");
+    if (std::filesystem::is_fifo(path)) fail(kCannotRead, path, "an audio file", "a pipe");
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
     if (!file) fail(kCannotRead, path, "an audio file", std::strerror(errno));
 }
@@ -52,8 +54,9 @@ Recording readRecording(const std::string& path) {
     // once, with some room for the silence that an analysis puts around them.
     Recording recording;
     recording.rate = info.samplerate;
-    const std::uintmax_t plausible = std::filesystem::file_size(path) * kMostFramesPerByte;
-    if (info.frames > 0 && static_cast<std::uintmax_t>(info.frames) <= plausible)
+    std::error_code unknownSize;
+    const std::uintmax_t plausible = std::filesystem::file_size(path, unknownSize) * kMostFramesPerByte;
+    if (!unknownSize && info.frames > 0 && static_cast<std::uintmax_t>(info.frames) <= plausible)
         recording.samples.reserve(static_cast<std::size_t>(info.frames) + static_cast<std::size_t>(info.samplerate) / 4);
     std::vector<float> chunk(static_cast<std::size_t>(kChunk) * static_cast<std::size_t>(info.channels));
     while (const sf_count_t frames = sf_readf_float(file.get(), chunk.data(), kChunk)) {

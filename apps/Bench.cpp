@@ -122,6 +122,7 @@ void printStage(const char* name, const std::vector<double>& times) {
 }  // namespace
 
 void runBench(const BenchOptions& options) {
+    if (!std::isfinite(options.seconds)) failUsage("wrong length", "--seconds", "a number", shortNumber(options.seconds));
     const std::string model = modelPath(options.model);
     checkModel(model);
     const StreamPlan plan = planFor(options.rate);

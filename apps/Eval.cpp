@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <utility>
 
 #include "AudioFile.h"
@@ -24,16 +25,20 @@ namespace {
 
 constexpr char kCannotEvaluate[] = "cannot evaluate";
 
+// What may lie beside an .f0 file and is no recording.
+const std::set<std::string> kNoSound = {".f0", ".csv", ".tsv", ".json", ".txt", ".md", ".png", ".svg"};
+
 // Recordings below a folder that have an .f0 file beside them, by folder.
 std::map<std::string, std::vector<fs::path>> findRecordings(const fs::path& root) {
+    const std::string rootName = fs::canonical(root).filename().string();
     std::map<std::string, std::vector<fs::path>> byFolder;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
         const fs::path& path = entry.path();
-        if (!entry.is_regular_file() || path.extension() == ".f0" || path.extension() == ".csv") continue;
+        if (!entry.is_regular_file() || kNoSound.count(path.extension().string()) != 0) continue;
         fs::path truth = path;
         if (!fs::is_regular_file(truth.replace_extension(".f0"))) continue;
         const std::string folder = path.parent_path().lexically_relative(root).string();
-        byFolder[folder == "." ? root.filename().string() : folder].push_back(path);
+        byFolder[folder == "." ? rootName : folder].push_back(path);
     }
     for (auto& [folder, paths] : byFolder) std::sort(paths.begin(), paths.end());
     return byFolder;
@@ -46,13 +51,23 @@ std::vector<RawFrame> rawFrames(const PitchTrack& track) {
     return frames;
 }
 
+// Somebody's track of a recording: under `tracks`, with the recording's path below `root` and the extension .csv.
+PitchTrack foreignTrack(const fs::path& path, const fs::path& root, const fs::path& tracks, std::size_t frames) {
+    fs::path track = tracks / path.lexically_relative(root);
+    return onGrid(readTrack(track.replace_extension(".csv").string()), frames);
+}
+
 Scores scoreRecording(const fs::path& path, const EvalOptions& options, const std::string& model, double threshold) {
     fs::path truth = path;
     const std::vector<float> frequencies = readReference(truth.replace_extension(".f0").string());
-    Recording recording = readRecording(path.string());
-    const PitchTrack track = options.mode == TrackMode::live
-                                 ? streamTrack(recording, path.string(), model)
-                                 : offlineTrack(std::move(recording), path.string(), model);
+    PitchTrack track;
+    if (!options.tracks.empty()) {
+        track = foreignTrack(path, options.references[0], options.tracks, frequencies.size());
+    } else {
+        Recording recording = readRecording(path.string());
+        track = options.mode == TrackMode::live ? streamTrack(recording, path.string(), model)
+                                                : offlineTrack(std::move(recording), path.string(), model);
+    }
     Scores scores;
     scores.add(frequencies, rawFrames(track), threshold);
     return scores;
@@ -62,9 +77,13 @@ std::vector<ScoredGroup> scoreFolder(const EvalOptions& options, const std::stri
     const auto byFolder = findRecordings(folder);
     if (byFolder.empty())
         fail(kCannotEvaluate, folder, "recordings with .f0 files beside them", "none");
-    const std::string model = modelPath(options.model);
-    checkModel(model);
-    const double threshold = options.threshold ? *options.threshold : defaultThreshold(model);
+    std::string model;
+    double threshold = options.threshold.value_or(0.0);
+    if (options.tracks.empty()) {
+        model = modelPath(options.model);
+        checkModel(model);
+        if (!options.threshold) threshold = defaultThreshold(model);
+    }
     std::vector<ScoredGroup> groups;
     ScoredGroup all{"all", 0, {}};
     for (const auto& [name, paths] : byFolder) {
@@ -91,9 +110,15 @@ std::vector<ScoredGroup> scoreTrack(const EvalOptions& options) {
 void runEval(const EvalOptions& options) {
     if (options.threshold && !(*options.threshold >= 0.0 && std::isfinite(*options.threshold)))
         failUsage("wrong threshold", "--threshold", "a number from 0 up", shortNumber(*options.threshold));
-    std::vector<OutputFile> outputs;
-    for (const std::string& path : {options.csv, options.json})
-        if (!path.empty()) outputs.emplace_back(path);
+    for (const std::string& path : {options.csv, options.json}) {
+        const OutputFile output(path);
+        for (const std::string& input : options.references)
+            if (output.isSameAs(input)) failUsage("cannot write", path, "a file of its own", "one that is read");
+    }
+    if (!options.csv.empty() && options.csv == options.json)
+        failUsage("cannot write", options.csv, "one file each for --csv and --json", "the same for both");
+    if (!fs::exists(options.references[0]))
+        fail(kCannotEvaluate, options.references[0], "a folder or an .f0 file", "nothing there");
     const bool isFolder = fs::is_directory(options.references[0]);
     if (options.references.size() != (isFolder ? 1u : 2u))
         failUsage("wrong usage", "--ref", "one folder, or an .f0 file and a track",

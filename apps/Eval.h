@@ -10,6 +10,7 @@
 
 struct EvalOptions {
     std::vector<std::string> references;  // one folder of recordings, or an .f0 file and a track
+    std::string tracks;                   // folder of tracks to score instead of tracking; empty: none
     std::string model;                    // empty: the default model
     std::optional<double> threshold;      // none: the model's own; for a track, 0: what it calls voiced
     TrackMode mode = TrackMode::offline;

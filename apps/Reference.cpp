@@ -58,6 +58,8 @@ std::vector<float> readReference(const std::string& path) {
         if (std::fabs(numbers[0] - expected) > 0.1 * kFrameSeconds)
             fail(kCannotRead, path, shortNumber(expected) + " s in line " + std::to_string(line),
                  shortNumber(numbers[0]) + " s");
+        if (!std::isfinite(numbers[1]) || (numbers[1] < 0.0 && numbers[1] != -1.0))
+            fail(kCannotRead, path, "a frequency, 0 or -1 in line " + std::to_string(line), shortNumber(numbers[1]));
         frequencies.push_back(static_cast<float>(numbers[1]));
     });
     return frequencies;

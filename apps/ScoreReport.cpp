@@ -36,6 +36,15 @@ std::string formatted(const Figure& figure, const Scores& scores, const char* mi
     return text;
 }
 
+// As a CSV field.
+std::string quoted(const std::string& text) {
+    if (text.find_first_of(",\"\n") == std::string::npos) return text;
+    std::string all = "\"";
+    for (char c : text) all.append(c == '"' ? 2 : 1, c);
+    all.push_back('"');
+    return all;
+}
+
 std::string padded(const std::string& text, int width) {
     char cell[256];
     std::snprintf(cell, sizeof cell, "%*s", width, text.c_str());
@@ -71,7 +80,7 @@ std::string scoreCsv(const std::vector<ScoredGroup>& groups) {
     for (const Figure& figure : kFigures) text.append(",").append(figure.key);
     text += "\n";
     for (const ScoredGroup& group : groups) {
-        text.append(group.name).append(",").append(std::to_string(group.recordings));
+        text.append(quoted(group.name)).append(",").append(std::to_string(group.recordings));
         text.append(",").append(std::to_string(group.scores.frames()));
         for (const Figure& figure : kFigures) text.append(",").append(formatted(figure, group.scores, ""));
         text += "\n";

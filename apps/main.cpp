@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <limits>
 #include <string>
 
 #include "Bench.h"
@@ -68,8 +69,9 @@ CLI::App* addTrack(CLI::App& app, TrackOptions& options) {
         ->check(CLI::IsMember(kModes));
     command
         ->add_option("--block-size", options.blockSize,
-                     "Live, with this many samples a call, as a host would: of each call only the last frame is seen")
-        ->check(CLI::PositiveNumber);
+                     "This many samples a call, as a host would: of each call only the last frame is seen "
+                     "(implies --mode live)")
+        ->check(CLI::Range(1, std::numeric_limits<int>::max()).description("POSITIVE"));
     return command;
 }
 
@@ -79,6 +81,9 @@ CLI::App* addEval(CLI::App& app, EvalOptions& options) {
     command->add_option("--ref", options.references, "A folder of recordings, or an .f0 file and a track")
         ->required()
         ->expected(1, 2);
+    command->add_option("--tracks", options.tracks,
+                        "With a folder: score the tracks under this one, FOLDER/CLIP.csv for each recording, instead "
+                        "of tracking");
     command->add_option("--model", options.model, "Weight file (default: the one that comes with the tool)");
     command->add_option("--threshold", options.threshold,
                         "Frames with a lower confidence count as not voiced (default: as for track)");
@@ -143,6 +148,8 @@ void run(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         run(argc, argv);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+            fail("cannot write", "standard output", "room for the result", "none");
         return 0;
     } catch (const ToolError& error) {
         printError(error.what());

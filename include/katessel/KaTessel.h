@@ -1,4 +1,4 @@
-// The whole C++ side of the library: the engine CTessel and the toolkit that it is built from.
+// Everything: the C interface, the engine CTessel and the toolkit that it is built from.
 #ifndef KATESSEL_KATESSEL_H
 #define KATESSEL_KATESSEL_H
 
@@ -14,6 +14,7 @@
 #include "katessel/IniFile.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/Interpolator.h"
+#include "katessel/KTessel.h"
 #include "katessel/LayerWeights.h"
 #include "katessel/MRSpectrum.h"
 #include "katessel/ValueEncodings.h"

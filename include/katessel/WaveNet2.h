@@ -128,8 +128,8 @@ KATESSEL_API void wavenet2_step_noncausal(float* in, T_WN2* net, int frameIndex,
 // Causal step: no look-ahead; a layer combines its input of now with those of 1 .. kernel - 1 dilations ago, and
 // net->skipSum belongs to the current frame. Must not be mixed with the streaming step on one network.
 //   in     nInputs values
-//   cond   nCond values; read only when the network has conditioning layers
-//   state  nState values; read only when the network has state layers
+//   cond   nCond values; read only when the network has conditioning layers; null: as if it had none
+//   state  nState values; read only when the network has state layers; null: as if it had none
 // Allocates nothing.
 KATESSEL_API void wavenet2_step(float* in, float* cond, float* state, T_WN2* net);
 

@@ -39,7 +39,7 @@ bool readTensor(BinaryReader& in, const T_FileLayerWeights& layer, int index, T_
             return in.fail(at(layer, index) + "dimension " + std::to_string(tensor.dimensions[d]) +
                            ", expected 1 or more");
         count *= tensor.dimensions[d];
-        if (count * static_cast<std::int64_t>(sizeof(float)) > in.bytesLeft())
+        if (count > INT32_MAX || count * static_cast<std::int64_t>(sizeof(float)) > in.bytesLeft())
             return in.fail(at(layer, index) + "more values than the file holds");
     }
     tensor.values = new float[static_cast<std::size_t>(count)];

@@ -1,5 +1,6 @@
 // The pair of recurrent units that reads a sequence from both ends.
 #include <algorithm>
+#include <memory>
 
 #include "katessel/FloatBuffer.h"
 #include "katessel/Gru.h"
@@ -23,7 +24,7 @@ T_GRU* buildUnit(const T_BGRU_conf& conf, const char* suffix, float* initialStat
 }  // namespace
 
 T_BGRU* bgru_init(T_BGRU_conf conf) {
-    T_BGRU* b = new T_BGRU;
+    std::unique_ptr<T_BGRU, void (*)(T_BGRU*)> b(new T_BGRU, &bgru_free);  // released when anything below throws
     b->nInputs = conf.nInputs;
     b->nCond = conf.nCond;
     b->nHidden = conf.nHidden;
@@ -31,7 +32,7 @@ T_BGRU* bgru_init(T_BGRU_conf conf) {
     init_and_load_var(conf.file, conf.name + "_b_h", b->backwardInitial, conf.nHidden);
     b->forward = buildUnit(conf, "_f", b->forwardInitial);
     b->backward = buildUnit(conf, "_b", b->backwardInitial);
-    return b;
+    return b.release();
 }
 
 void bgru_process(std::vector<std::vector<float>>* in, std::vector<std::vector<float>>* cond,
@@ -60,9 +61,8 @@ void bgru_process(std::vector<std::vector<float>> in, std::vector<std::vector<fl
     conf.nHidden = nHidden;
     conf.name = name;
     conf.file = file;
-    T_BGRU* b = bgru_init(conf);
-    bgru_process(&in, cond, out, b);
-    bgru_free(b);
+    const std::unique_ptr<T_BGRU, void (*)(T_BGRU*)> b(bgru_init(conf), &bgru_free);
+    bgru_process(&in, cond, out, b.get());
 }
 
 void bgru_free(T_BGRU* b) {

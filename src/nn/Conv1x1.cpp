@@ -1,7 +1,8 @@
 #include "katessel/Conv1x1.h"
 
+#include <memory>
+
 #include "kernels/Kernels.h"
-#include "katessel/FloatBuffer.h"
 #include "katessel/LayerWeights.h"
 #include "modelio/Messages.h"
 #include "nn/InputEncodings.h"
@@ -69,14 +70,13 @@ void conv1x1(std::vector<std::vector<float>> in, std::vector<std::vector<float>>
     float* W = nullptr;
     float* b = nullptr;
     init_and_load_wb(path, layerName, W, b, nIn, nOut);
+    const std::unique_ptr<float[]> weights(W), bias(b);
     out.resize(in.size(), std::vector<float>(static_cast<std::size_t>(nOut), 0.0f));
     const bool needsMore = oneHotLevels != 0 || coarseLevels > 0 || dual8bitMode > 0 || rowOffset > 0;
     if (needsMore) printMessage("ERROR: not implemented\n");
     for (std::size_t t = 0; t < in.size() && !needsMore; ++t)
         conv1x1(in[t].data(), out[t].data(), W, b, nIn, nOut, inStart, inEnd, accumulate, mask, oneHotLevels,
                 coarseLevels, dual8bitMode, rowOffset);
-    free_buf(W);
-    free_buf(b);
 }
 
 }  // namespace KaTessel

@@ -1,5 +1,6 @@
 #include "katessel/FeedForwardStack.h"
 
+#include <memory>
 #include <utility>
 
 #include "katessel/Conv1x1.h"
@@ -9,16 +10,27 @@
 #include "nn/WaveNet2Parts.h"
 
 namespace KaTessel {
+namespace {
+
+struct Release {
+    void operator()(T_FF_CONV1D* layer) const {
+        FF_CONV1D_free(layer);
+        delete layer;
+    }
+};
+using Layer = std::unique_ptr<T_FF_CONV1D, Release>;
+
+}  // namespace
 
 T_FF_CONV1D* FF_CONV1D_init(T_FF_CONV1D_conf conf) {
-    T_FF_CONV1D* layer = new T_FF_CONV1D;
+    Layer layer(new T_FF_CONV1D);
     layer->kernel = conf.kernel;
     layer->nIn = conf.nIn;
     layer->nOut = conf.nOut;
     init_and_load_wb(conf.file, conf.name, layer->weights, layer->bias, conf.nIn * conf.kernel, conf.nOut);
     layer->historySize = (conf.kernel - 1) * conf.nIn;
     init_buf(layer->history, layer->historySize);
-    return layer;
+    return layer.release();
 }
 
 T_FF_CONV1D* FF_CONV1D_init(std::string file, std::string name, int nIn, int nOut, int kernel) {
@@ -63,10 +75,8 @@ void FF_CONV1D_process(std::vector<std::vector<float>> in, std::vector<std::vect
         conv1x1(std::move(in), out, file, name, nIn, nOut, -1, -1, false, nullptr, 0, 0, 0, -1);
         return;
     }
-    T_FF_CONV1D* layer = FF_CONV1D_init(file, name, nIn, nOut, kernel);
-    FF_CONV1D_process(std::move(in), out, layer, causal);
-    FF_CONV1D_free(layer);
-    delete layer;
+    const Layer layer(FF_CONV1D_init(file, name, nIn, nOut, kernel));
+    FF_CONV1D_process(std::move(in), out, layer.get(), causal);
 }
 
 T_CONV1D* conv1d_init(T_CONV1D_conf /*conf*/) { return new T_CONV1D; }

@@ -17,7 +17,7 @@ void FrameBlock::assign(const std::vector<std::vector<float>>& sequence, int cha
     const int n = static_cast<int>(sequence.size());
     reset(n, channels, lead);
     for (int t = 0; t < n; ++t) {
-        const int at = ((t + start) % n + n) % n;
+        const int at = ((t + start % n) % n + n) % n;
         const std::vector<float>& from = sequence[static_cast<std::size_t>(at)];
         std::copy_n(from.begin(), std::min(static_cast<int>(from.size()), channels), frame(t));
     }

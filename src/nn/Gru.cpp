@@ -1,6 +1,7 @@
 #include "katessel/Gru.h"
 
 #include <algorithm>
+#include <memory>
 #include <random>
 
 #include "kernels/Kernels.h"
@@ -25,7 +26,7 @@ void product(float* out, float* W, float* b, float* in, int nIn, int nOut, bool 
 }  // namespace
 
 T_GRU* gru_init(T_GRU_conf conf) {
-    T_GRU* g = new T_GRU;
+    std::unique_ptr<T_GRU, void (*)(T_GRU*)> g(new T_GRU, &gru_free);  // released when anything below throws
     const int H = conf.nHidden;
     g->nInputs = conf.nInputs;
     g->nCond = conf.nCond;
@@ -43,7 +44,7 @@ T_GRU* gru_init(T_GRU_conf conf) {
     init_and_load_wb(conf.file, conf.name + "_xI", g->inputW, g->inputB, conf.nInputs, 3 * H);
     if (conf.nCond > 0) init_and_load_wb(conf.file, conf.name + "_cI", g->condW, g->condB, conf.nCond, 3 * H);
     init_and_load_wb(conf.file, conf.name + "_R", g->recurrentW, g->recurrentB, H, 3 * H);
-    return g;
+    return g.release();
 }
 
 void gru_step(float* x, float* c, T_GRU* g) {

@@ -17,8 +17,8 @@ void branch(float* out, float* W, float* b, float* condW, float* condB, float* s
             float* state, T_WN2& net, T_WN2_layer& layer) {
     const int R = net.nResidual;
     WN2_conv1D(net.resIn, layer.hist, layer.histIndex, layer.histSize, layer.dilation, out, net.kernel, W, b, R, R);
-    if (net.nCond > 0) product(cond, out, condW, condB, net.nCond, R, true);
-    if (net.nState > 0) product(state, out, stateW, stateB, net.nState, R, true);
+    if (net.nCond > 0 && cond != nullptr) product(cond, out, condW, condB, net.nCond, R, true);
+    if (net.nState > 0 && state != nullptr) product(state, out, stateW, stateB, net.nState, R, true);
 }
 
 void residual(T_WN2& net, T_WN2_layer& layer, bool isLast) {

@@ -1,4 +1,5 @@
 // The offline and the circular form behind their interface of sequences, and the one-shot driver.
+#include <memory>
 #include <string>
 
 #include "katessel/FrameMatrix.h"
@@ -79,13 +80,12 @@ void wavenet2_process(Frames in, Frames* out, Frames cond, std::string name, std
     conf.firstSkipLayer = firstSkipLayer;
     conf.tanhResidual = tanhResidual;
     conf.tanhInitial = tanhInitial;
-    T_WN2* net = wavenet2_init(conf);
+    const std::unique_ptr<T_WN2, void (*)(T_WN2*)> net(wavenet2_init(conf), &wavenet2_free);
     if (causal)
-        wavenet2_process_causal(in, &cond, *out, net);
+        wavenet2_process_causal(in, &cond, *out, net.get());
     else
         // Deliberate: the result goes to the driver's copy of `cond` and is not handed out.
-        wavenet2_process_noncausal(in, out, cond, net, false);
-    wavenet2_free(net);
+        wavenet2_process_noncausal(in, out, cond, net.get(), false);
 }
 
 }  // namespace KaTessel

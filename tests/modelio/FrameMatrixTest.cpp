@@ -36,15 +36,9 @@ Bytes frameFile(long long count, long long size, const Values& values) {
     return Bytes().int32(0x3ba3d70a).int32(count).int32(size).floats(values);
 }
 
-// Ten frames {0, 0.5}, {1, 1.5}, ..
-Frames ramp() {
-    Frames frames;
-    for (int t = 0; t < 10; ++t) frames.push_back({static_cast<float>(t), static_cast<float>(t) + 0.5f});
-    return frames;
-}
-
 TEST_F(PlainFrameMatrix, DumpedFrames) {
-    const Frames ten = ramp();
+    Frames ten;
+    for (int t = 0; t < 10; ++t) ten.push_back({static_cast<float>(t), static_cast<float>(t) + 0.5f});
     // One frame remains: the start gives way first, then the end.
     for (const auto& [skipAtStart, skipAtEnd, first, last] :
          {std::tuple(2, 3, 2, 6), {7, 20, 7, 7}, {20, 0, 9, 9}, {-3, -2, 0, 9}, {INT_MAX, INT_MAX, 9, 9}}) {
@@ -110,7 +104,7 @@ bool loads(const std::string& path) {
 }
 
 TEST_F(PlainFrameMatrix, BrokenContextsChangeNothing) {
-    write_data(path, ramp(), 2, 3);
+    write_data(path, Frames(10, {1, 2}), 2, 3);
     EXPECT_FALSE(loads(path));  // a trimmed dump
     EXPECT_FALSE(loads(folder.file("absent")));
     EXPECT_FALSE(loads(folder.path()));

@@ -16,10 +16,9 @@ class PlainLayerFile : public testing::Test {
 protected:
     const TemporaryFolder folder;
     const std::string path = folder.file("weights");
-    // Three layers: one with two tensors, one without any, one of rank 4.
+    // One layer with two tensors and one of rank 4.
     const std::string whole = WeightFileWriter()
                                   .add("first", {countingTensor({2, 3}, 1.0f), countingTensor({3}, -3.0f)})
-                                  .add("no tensors", {})
                                   .add("Rank 4", {countingTensor({2, 1, 2, 2}, 0.5f)})
                                   .bytes();
 };
