@@ -41,10 +41,6 @@ void interpolatedProduct(const float* in, float* out, const float* W, const floa
 
 void conv1x1(float* in, float* out, float* W, float* b, int nIn, int nOut, int inStart, int inEnd, bool accumulate,
              bool* mask, int oneHotLevels, int coarseLevels, int dual8bitMode, int rowOffset) {
-    if (mask != nullptr) {
-        printMessage("ERROR: not implemented\n");
-        return;
-    }
     EncodedInput encoded = {in, nIn};
     if (dual8bitMode == 1) {
         encoded = encodeDual8bitOneHot(in, nIn);
@@ -55,11 +51,17 @@ void conv1x1(float* in, float* out, float* W, float* b, int nIn, int nOut, int i
         return;
     } else if (coarseLevels >= 1) {
         encoded = encodeCoarse(in, nIn, coarseLevels);
+    } else if (oneHotLevels > 0 && mask != nullptr) {
+        warnOfLargeOneHot(oneHotLevels * nIn);
     } else if (oneHotLevels > 0) {
         interpolatedProduct(in, out, W, b, nIn, nOut, accumulate, oneHotLevels);
         return;
     } else if (oneHotLevels < 0) {
         encoded = encodeOneHotWithResidual(in, nIn, -oneHotLevels);
+    }
+    if (mask != nullptr) {
+        printMessage("ERROR: not implemented\n");
+        return;
     }
     plainProduct(encoded.values, out, W, b, encoded.count, nOut, inStart, inEnd, accumulate, rowOffset);
 }
@@ -70,7 +72,7 @@ void conv1x1(std::vector<std::vector<float>> in, std::vector<std::vector<float>>
     float* W = nullptr;
     float* b = nullptr;
     init_and_load_wb(path, layerName, W, b, nIn, nOut);
-    const std::unique_ptr<float[]> weights(W), bias(b);
+    const std::unique_ptr<float[]> ownedW(W), ownedB(b);
     out.resize(in.size(), std::vector<float>(static_cast<std::size_t>(nOut), 0.0f));
     const bool needsMore = oneHotLevels != 0 || coarseLevels > 0 || dual8bitMode > 0 || rowOffset > 0;
     if (needsMore) printMessage("ERROR: not implemented\n");

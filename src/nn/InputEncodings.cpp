@@ -39,10 +39,14 @@ Bytes quantise(float x) {
 
 }  // namespace
 
+void warnOfLargeOneHot(int count) {
+    if (count > kOneHotValues) printMessage("WARNING: one_hot_encoding buffer not large enough\n");
+}
+
 EncodedInput encodeOneHotWithResidual(const float* in, int nIn, int levels) {
     static thread_local std::vector<float> scratch;
     const int count = (levels + 1) * nIn;
-    if (count > kOneHotValues) printMessage("WARNING: one_hot_encoding buffer not large enough\n");
+    warnOfLargeOneHot(count);
     const EncodedInput encoded = zeros(scratch, kOneHotValues, count);
     for (int i = 0; i < nIn; ++i) {
         const float x = in[i] + 1.0f;

@@ -210,6 +210,16 @@ TEST(Conv1x1, WorkedExamples) {
 }
 
 TEST(Conv1x1, UnimplementedRequestsPrintAndWriteNothing) {
+    {
+        // A mask is refused after the encoding, with whatever that has to say.
+        CapturedStdout captured;
+        bool mask = true;
+        float out = 5.0f;
+        std::vector<float> in(3, 0.0f);
+        conv1x1(in.data(), &out, nullptr, nullptr, 3, 1, -1, -1, false, &mask, 1366, 0, 0, -1);
+        EXPECT_EQ(captured.text(), "WARNING: one_hot_encoding buffer not large enough\nERROR: not implemented\n");
+        EXPECT_EQ(out, 5.0f);
+    }
     for (const bool masked : {true, false}) {
         float in[3] = {0.1f, 0.2f, 0.3f}, weights[3] = {1.0f, 1.0f, 1.0f}, out = 7.0f;
         bool mask = true;
