@@ -5,6 +5,7 @@
 #include <iterator>
 #include <numbers>
 
+#include "nn/Networks.h"
 #include "support/WeightFileWriter.h"
 
 namespace KaTessel::tests {
@@ -15,16 +16,8 @@ namespace {
 constexpr int kBands = 150, kBins = 513, kHop = 120, kFrame = 1024;
 
 T_WN2_conf encoderShape() {
-    T_WN2_conf conf;
+    T_WN2_conf conf = kEncoder.conf();
     conf.name = "ENCODER";
-    conf.nInputs = kBands;
-    conf.initialKernel = 1;
-    conf.kernel = 3;
-    conf.dilationCycle = 2;
-    conf.nLayers = 3;
-    conf.nResidual = 70;
-    conf.nSkip = 120;
-    conf.meanSkip = true;
     return conf;
 }
 
