@@ -73,7 +73,18 @@ Scores scoreRecording(const fs::path& path, const EvalOptions& options, const st
     return scores;
 }
 
-std::vector<ScoredGroup> scoreFolder(const EvalOptions& options, const std::string& folder) {
+std::vector<ScoredGroup> scoreTrack(const EvalOptions& options) {
+    const std::vector<float> truth = readReference(options.references[0]);
+    const PitchTrack track = onGrid(readTrack(options.references[1]), truth.size());
+    ScoredGroup group{options.references[1], 1, {}};
+    group.scores.add(truth, rawFrames(track), options.threshold.value_or(0.0));
+    return {group};
+}
+
+}  // namespace
+
+std::vector<ScoredGroup> scoreFolder(const EvalOptions& options) {
+    const std::string& folder = options.references[0];
     const auto byFolder = findRecordings(folder);
     if (byFolder.empty())
         fail(kCannotEvaluate, folder, "recordings with .f0 files beside them", "none");
@@ -97,16 +108,6 @@ std::vector<ScoredGroup> scoreFolder(const EvalOptions& options, const std::stri
     return groups;
 }
 
-std::vector<ScoredGroup> scoreTrack(const EvalOptions& options) {
-    const std::vector<float> truth = readReference(options.references[0]);
-    const PitchTrack track = onGrid(readTrack(options.references[1]), truth.size());
-    ScoredGroup group{options.references[1], 1, {}};
-    group.scores.add(truth, rawFrames(track), options.threshold.value_or(0.0));
-    return {group};
-}
-
-}  // namespace
-
 void runEval(const EvalOptions& options) {
     if (options.threshold && !(*options.threshold >= 0.0 && std::isfinite(*options.threshold)))
         failUsage("wrong threshold", "--threshold", "a number from 0 up", shortNumber(*options.threshold));
@@ -125,7 +126,7 @@ void runEval(const EvalOptions& options) {
                   std::to_string(options.references.size()) + " arguments, the first " +
                       (isFolder ? "a folder" : "no folder"));
 
-    const std::vector<ScoredGroup> groups = isFolder ? scoreFolder(options, options.references[0]) : scoreTrack(options);
+    const std::vector<ScoredGroup> groups = isFolder ? scoreFolder(options) : scoreTrack(options);
     std::fputs(scoreTable(groups).c_str(), stdout);
     if (!options.csv.empty()) OutputFile(options.csv).write(scoreCsv(groups));
     if (!options.json.empty()) OutputFile(options.json).write(scoreJson(groups));

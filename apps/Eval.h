@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ScoreReport.h"
 #include "Track.h"
 
 struct EvalOptions {
@@ -16,6 +17,9 @@ struct EvalOptions {
     TrackMode mode = TrackMode::offline;
     std::string csv, json;                // files for the same figures; empty: none
 };
+
+// Scores every recording in and below the folder that `options` name, by folder and, last, all together.
+std::vector<ScoredGroup> scoreFolder(const EvalOptions& options);
 
 void runEval(const EvalOptions& options);
 

@@ -1,0 +1,115 @@
+#include "Corpus.h"
+
+#include <samplerate.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+
+#include "AudioFile.h"
+#include "Errors.h"
+#include "RateConversion.h"
+#include "Reference.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kMargin = 64;  // [samples] of the converter's own reach, on both sides
+
+bool isSound(const fs::path& path) {
+    const std::string extension = path.extension().string();
+    return extension == ".ogg" || extension == ".wav" || extension == ".flac" || extension == ".aiff" || extension == ".opus";
+}
+
+float medianOfVoiced(const std::vector<float>& pitch) {
+    std::vector<float> voiced;
+    std::copy_if(pitch.begin(), pitch.end(), std::back_inserter(voiced), [](float hz) { return hz > 0.0f; });
+    if (voiced.empty()) return 0.0f;
+    const auto middle = voiced.begin() + static_cast<std::ptrdiff_t>(voiced.size() / 2);
+    std::nth_element(voiced.begin(), middle, voiced.end());
+    return *middle;
+}
+
+Clip readClip(const fs::path& path, const fs::path& truth) {
+    Recording recording = readRecording(path.string());
+    if (recording.rate != kRate) recording = convertRate(recording, kRate, path.string());
+    Clip clip;
+    clip.samples = std::move(recording.samples);
+    if (truth.empty())
+        clip.pitch.assign(clip.samples.size() / kHop + 1, kUnvoiced);
+    else
+        clip.pitch = readReference(truth.string());
+    clip.medianPitch = medianOfVoiced(clip.pitch);
+    return clip;
+}
+
+// The pitch between two frames of a clip: `place` counts in frames.
+float pitchAt(const std::vector<float>& pitch, double place) {
+    const double floor = std::floor(place);
+    const auto at = [&](double index) {
+        return index >= 0.0 && index < static_cast<double>(pitch.size()) ? pitch[static_cast<std::size_t>(index)] : kUnvoiced;
+    };
+    const float before = at(floor), after = at(floor + 1.0);
+    const double part = place - floor;
+    if (before > 0.0f && after > 0.0f) return static_cast<float>(before * std::pow(after / before, part));
+    // Where voicing begins or ends between the two, the nearer one tells, and half-way nobody can.
+    if (before != after && std::fabs(part - 0.5) < 0.2) return kUnknown;
+    return part < 0.5 ? before : after;
+}
+
+}  // namespace
+
+Corpus::Corpus(const std::string& folder, bool labelled) {
+    if (!fs::is_directory(folder)) fail("cannot train", folder, "a folder of recordings", "none");
+    std::vector<fs::path> paths;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
+        fs::path truth = entry.path();
+        if (isSound(entry.path()) && (!labelled || fs::is_regular_file(truth.replace_extension(".f0"))))
+            paths.push_back(entry.path());
+    }
+    if (paths.empty())
+        fail("cannot train", folder, labelled ? "recordings with .f0 files beside them" : "recordings", "none");
+    std::sort(paths.begin(), paths.end());
+    for (const fs::path& path : paths) {
+        fs::path truth = path;
+        m_clips.push_back(readClip(path, labelled ? truth.replace_extension(".f0") : fs::path()));
+        m_ends.push_back(seconds() + static_cast<double>(m_clips.back().samples.size()) / kRate);
+    }
+}
+
+double Corpus::seconds() const { return m_ends.empty() ? 0.0 : m_ends.back(); }
+
+const Clip& Corpus::draw(Random& random) const {
+    const auto end = std::upper_bound(m_ends.begin(), m_ends.end() - 1, random.uniform(0.0, seconds()));
+    return m_clips[static_cast<std::size_t>(end - m_ends.begin())];
+}
+
+LabelledSound excerpt(const Clip& clip, double start, double speed, int frames) {
+    LabelledSound sound;
+    sound.pitch.resize(static_cast<std::size_t>(frames));
+    for (int i = 0; i < frames; ++i) {
+        const float pitch = pitchAt(clip.pitch, (start + speed * (kCentre + kHop * i)) / kHop);
+        sound.pitch[static_cast<std::size_t>(i)] = pitch > 0.0f ? pitch * static_cast<float>(speed) : pitch;
+    }
+
+    // Sample n of the result is the clip's sample start + n * speed. The converter begins at a whole sample.
+    const int wanted = samplesFor(frames);
+    const long first = std::lround(start) - std::lround(kMargin * speed);
+    Samples source(static_cast<std::size_t>(std::ceil(speed * (wanted + 2 * kMargin))) + 2, 0.0f);
+    for (std::size_t i = 0; i < source.size(); ++i) {
+        const long at = first + static_cast<long>(i);
+        if (at >= 0 && at < static_cast<long>(clip.samples.size())) source[i] = clip.samples[static_cast<std::size_t>(at)];
+    }
+    Samples converted(static_cast<std::size_t>(wanted + 2 * kMargin), 0.0f);
+    SRC_DATA data = {};
+    data.data_in = source.data();
+    data.input_frames = static_cast<long>(source.size());
+    data.data_out = converted.data();
+    data.output_frames = static_cast<long>(converted.size());
+    data.src_ratio = 1.0 / speed;
+    if (src_simple(&data, SRC_SINC_FASTEST, 1) != 0)
+        fail("cannot change the speed", "an excerpt", "a factor from 1/256 to 256", shortNumber(speed));
+    sound.samples.assign(converted.begin() + kMargin, converted.begin() + kMargin + wanted);
+    return sound;
+}

@@ -1,0 +1,62 @@
+#include "Loss.h"
+
+#include "Sound.h"
+
+namespace {
+
+using torch::Tensor;
+
+// The engine's scale: octaves above 440 Hz = (1 + y0) * kOctaves - offset, with an offset per form.
+constexpr double kOctaves = 2.187756;
+constexpr double kStreamingOffset = 3.0666435, kOfflineOffset = 3.0586433, kOfflineShare = 0.7;
+constexpr double kOffset = kOfflineShare * kOfflineOffset + (1.0 - kOfflineShare) * kStreamingOffset;
+
+constexpr double kUnvoicedOctaves = -8.8;  // frames without pitch are pushed below; the engine's bound is -8.33
+
+constexpr double kClassCents = 30.0, kLowestClass = 45.0;  // [cents] and [Hz]
+
+// Pitch and distance weights: found by trial.
+constexpr double kFarWeight = 0.3, kNearWeight = 0.5, kUnvoicedWeight = 0.7, kConfidenceWeight = 5.0;
+
+// Squared distance from 0 or 1, free of charge beyond them: the confidence that minimises its mean is the part of such
+// frames that is voiced.
+Tensor confidenceLoss(const Tensor& confidence, const Tensor& voiced) {
+    const Tensor low = torch::relu(1.0 - confidence) * voiced, high = torch::relu(confidence) * (1.0 - voiced);
+    const Tensor beyond = torch::relu(confidence - 1.1) + torch::relu(-0.1 - confidence);  // but not far beyond
+    return low * low + high * high + 0.02 * beyond * beyond;
+}
+
+// Cross entropy with the truth shared out between the two nearest classes.
+Tensor classLoss(const Tensor& logarithms, const Tensor& pitch, const Tensor& voiced) {
+    const Tensor place = (torch::log2(torch::clamp_min(pitch, 1.0) / kLowestClass) * (1200.0 / kClassCents)).clamp(0.0, kClasses - 2.001);
+    const Tensor lower = place.floor(), part = place - lower;
+    const Tensor index = torch::where(voiced > 0.5, lower, torch::full_like(lower, kClasses - 1)).to(torch::kLong);
+    const Tensor next = torch::where(voiced > 0.5, lower + 1.0, torch::full_like(lower, kClasses - 1)).to(torch::kLong);
+    const Tensor first = logarithms.gather(1, index.unsqueeze(1)).squeeze(1), second = logarithms.gather(1, next.unsqueeze(1)).squeeze(1);
+    return -((1.0 - part) * first + part * second);
+}
+
+}  // namespace
+
+LossParts formLoss(const Network& network, const FormOutput& form, const Truth& truth, const LossWeights& weights) {
+    const Tensor voiced = (truth.pitch > 0.0).to(torch::kFloat32), known = (truth.pitch >= 0.0).to(torch::kFloat32);
+    const Tensor silent = known - voiced;
+    const Tensor octaves = (form.heads.select(1, 0) + 1.0) * kOctaves - kOffset;
+    const Tensor cents = 1200.0 * (octaves - torch::log2(torch::clamp_min(truth.pitch, 1.0) / 440.0));
+
+    // Near the truth like a Cauchy distribution's, which lets a frame that is an octave off go instead of bending all
+    // others; far from it linear, so that it finds the way back.
+    const Tensor far = torch::smooth_l1_loss(cents / 100.0, torch::zeros_like(cents), torch::Reduction::None);
+    const Tensor near = torch::log1p(torch::square(cents / weights.pitchWidth));
+    LossParts parts;
+    parts.pitch = (voiced * truth.weight * (kFarWeight * far + kNearWeight * near)).mean();
+    parts.unvoiced = kUnvoicedWeight * (silent * torch::relu(octaves - kUnvoicedOctaves)).mean();
+    const Tensor confidence = (0.04 - form.heads.select(1, 1)) * 25.0;
+    parts.confidence = kConfidenceWeight * (known * confidenceLoss(confidence, voiced)).mean();
+    parts.total = parts.pitch + parts.unvoiced + parts.confidence;
+    if (weights.classes > 0.0) {
+        parts.classes = weights.classes * (known * classLoss(network.classes(form.hidden), truth.pitch, voiced)).mean();
+        parts.total = parts.total + parts.classes;
+    }
+    return parts;
+}

@@ -1,0 +1,157 @@
+#include "Network.h"
+
+#include <cmath>
+#include <utility>
+
+#include "FeatureExtractor.h"
+
+namespace {
+
+using torch::Tensor;
+
+// out[t] = bias + sum over k of x[t + (kTaps - 1 - k) * dilation] W[k], as one product per tap and without copies of x.
+class DilatedProduct : public torch::autograd::Function<DilatedProduct> {
+public:
+    static Tensor forward(torch::autograd::AutogradContext* context, const Tensor& x, const Tensor& weights, const Tensor& bias,
+                          int64_t dilation) {
+        context->save_for_backward({x, weights});
+        context->saved_data["dilation"] = dilation;
+        const int64_t frames = x.size(0) - (kTaps - 1) * dilation;
+        Tensor out;
+        for (int64_t k = 0; k < kTaps; ++k) {
+            const Tensor rows = tap(x, k, dilation, frames);
+            if (k == 0)
+                out = torch::addmm(bias, rows, weights[k]);
+            else
+                out.addmm_(rows, weights[k]);
+        }
+        return out.view({frames, x.size(1), weights.size(2)});
+    }
+
+    static torch::autograd::variable_list backward(torch::autograd::AutogradContext* context,
+                                                   torch::autograd::variable_list gradients) {
+        const auto saved = context->get_saved_variables();
+        const Tensor &x = saved[0], &weights = saved[1];
+        const int64_t dilation = context->saved_data["dilation"].toInt();
+        const Tensor g = gradients[0].contiguous();
+        const int64_t frames = g.size(0);
+        const Tensor rows = g.view({-1, g.size(2)});
+        Tensor gx = torch::zeros_like(x), gw = torch::empty_like(weights);
+        for (int64_t k = 0; k < kTaps; ++k) {
+            tap(gx, k, dilation, frames).addmm_(rows, weights[k].t());
+            Tensor part = gw[k];
+            torch::mm_out(part, tap(x, k, dilation, frames).t(), rows);
+        }
+        return {gx, gw, rows.sum(0), Tensor()};
+    }
+
+private:
+    static Tensor tap(const Tensor& x, int64_t k, int64_t dilation, int64_t frames) {
+        return x.narrow(0, (kTaps - 1 - k) * dilation, frames).view({-1, x.size(2)});
+    }
+};
+
+Tensor gated(const Tensor& gates) {
+    return torch::tanh(gates.narrow(2, 0, kResidual)) * torch::sigmoid(gates.narrow(2, kResidual, kResidual));
+}
+
+Tensor draw(std::vector<int64_t> shape, double deviation) { return torch::randn(shape) * deviation; }
+
+// Frames `first` to `first + count` of a stretch.
+Tensor part(const Tensor& x, int64_t first, int64_t count) { return x.narrow(0, first, count); }
+
+}  // namespace
+
+Network::Network(std::uint64_t seed, Tensor mean, Tensor scale) : m_mean(std::move(mean)), m_scale(std::move(scale)) {
+    torch::manual_seed(seed);
+    const double residual = 1.0 / std::sqrt(kTaps * kResidual);
+    m_parameters.resize(parameter::count);
+    const auto set = [&](int index, Tensor value) { m_parameters[static_cast<std::size_t>(index)] = value.requires_grad_(true); };
+    set(parameter::initialWeights, draw({kFeatures, kResidual}, 1.0 / std::sqrt(kFeatures)));
+    set(parameter::initialBias, torch::zeros({kResidual}));
+    for (int l = 0; l < kLayers; ++l) {
+        set(parameter::gates(l), draw({kTaps, kResidual, 2 * kResidual}, residual));
+        set(parameter::gatesBias(l), torch::zeros({2 * kResidual}));
+        set(parameter::skip(l), draw({kResidual, kSkip}, 3.0 / std::sqrt(kResidual)));
+        set(parameter::skipLayerBias(l), torch::zeros({kSkip}));
+    }
+    set(parameter::skipBias, torch::zeros({kSkip}));
+    set(parameter::hidden, draw({kSkip, kSkip}, std::sqrt(2.0 / kSkip)));
+    set(parameter::hiddenBias, torch::zeros({kSkip}));
+    set(parameter::output, draw({kSkip, kOutputs}, 0.1 / std::sqrt(kSkip)));
+    set(parameter::outputBias, torch::zeros({kOutputs}));
+    set(parameter::classWeights, draw({kSkip, kClasses}, 1.0 / std::sqrt(kSkip)));
+    set(parameter::classBias, torch::zeros({kClasses}));
+}
+
+void Network::forward(const Tensor& features, FormOutput& streaming, FormOutput& offline) const {
+    const int64_t frames = features.size(0), batch = features.size(1), results = frames - kReach;
+    const double half = std::sqrt(0.5);
+    const Tensor normal = (features - m_mean) * m_scale;
+    const Tensor initial = torch::addmm(weight(parameter::initialBias), normal.view({-1, kFeatures}),
+                                        weight(parameter::initialWeights)).view({frames, batch, kResidual});
+    const auto gate = [&](const Tensor& x, int layer) {
+        return gated(DilatedProduct::apply(x, weight(parameter::gates(layer)), weight(parameter::gatesBias(layer)),
+                                           kDilations[layer]));
+    };
+    const auto skip = [&](const Tensor& x, int64_t begin, int64_t count, int layer) {
+        return torch::mm(part(x, begin, count).reshape({-1, kResidual}), weight(parameter::skip(layer))).view({count, batch, kSkip});
+    };
+    Tensor bias = weight(parameter::skipBias);
+    for (int l = 0; l < kLayers; ++l) bias = bias + weight(parameter::skipLayerBias(l)) / kLayers;
+
+    // Element u of a layer's output belongs, streaming, to its newest frame, `reach so far` after u, and offline to the
+    // middle one. The lines that delay the streaming skip outputs hold 6 and 2 frames and are read after 5 and 1.
+    const Tensor first = gate(initial, 0);
+    const int64_t n0 = frames - 2, n1 = frames - 6;
+    const Tensor input[2] = {(first + part(initial, 0, n0)) * half, (first + part(initial, 1, n0)) * half};
+    const Tensor second[2] = {gate(input[0], 1), gate(input[1], 1)};
+    const Tensor third[2] = {gate((second[0] + part(input[0], 0, n1)) * half, 2),
+                             gate((second[1] + part(input[1], 2, n1)) * half, 2)};
+    const Tensor firstSkip = skip(first, 1, results + 2, 0);
+    const auto sum = [&](int form) {
+        const Tensor all = part(firstSkip, form == 0 ? 0 : 2, results) + skip(second[form], 1, results, 1) + skip(third[form], 0, results, 2);
+        return all.view({-1, kSkip}) / kLayers + bias;
+    };
+    streaming = heads(sum(0));
+    offline = heads(sum(1));
+}
+
+FormOutput Network::heads(const Tensor& skip) const {
+    constexpr double kSlope = 0.2;
+    FormOutput form;
+    form.hidden = torch::leaky_relu(torch::addmm(weight(parameter::hiddenBias), torch::leaky_relu(skip, kSlope),
+                                                 weight(parameter::hidden)), kSlope);
+    form.heads = torch::addmm(weight(parameter::outputBias), form.hidden, weight(parameter::output));
+    return form;
+}
+
+Tensor Network::classes(const Tensor& hidden) const {
+    return torch::log_softmax(torch::addmm(weight(parameter::classBias), hidden, weight(parameter::classWeights)), 1);
+}
+
+const std::vector<std::string>& Network::names() {
+    static const std::vector<std::string> all = [] {
+        std::vector<std::string> names = {"initial", "initial bias"};
+        for (int l = 0; l < kLayers; ++l)
+            for (const char* part : {"gates", "gates bias", "skip", "skip bias"}) names.push_back(std::to_string(l).append(" ").append(part));
+        for (const char* last : {"skip sum bias", "hidden", "hidden bias", "output", "output bias", "classes", "classes bias"})
+            names.emplace_back(last);
+        return names;
+    }();
+    return all;
+}
+
+Network Network::clone() const {
+    Network copy;
+    for (const Tensor& value : m_parameters) copy.m_parameters.push_back(value.detach().clone().requires_grad_(true));
+    copy.m_mean = m_mean;
+    copy.m_scale = m_scale;
+    return copy;
+}
+
+void Network::to(const torch::Device& device) {
+    for (Tensor& value : m_parameters) value = value.detach().to(device).requires_grad_(true);
+    m_mean = m_mean.to(device);
+    m_scale = m_scale.to(device);
+}

@@ -1,0 +1,78 @@
+// The engine's network as tensors that can be trained.
+//
+// One set of weights, two forms. The streaming and the offline call share the initial convolution and the first layer's
+// gates; from the first residual on they differ (the streaming one adds the oldest frame of a layer's reach, the offline
+// one the middle) and so do the frames of the skip outputs that meet in the sum. Both are computed here in one pass, so
+// that one loss trains the weights for both.
+#ifndef KATESSEL_TRAINING_NETWORK_H
+#define KATESSEL_TRAINING_NETWORK_H
+
+#include <torch/torch.h>
+
+#include <string>
+#include <vector>
+
+// Sizes of the engine's encoder.
+constexpr int kResidual = 70, kSkip = 120, kTaps = 3, kLayers = 3, kOutputs = 2;
+constexpr int kDilations[kLayers] = {1, 2, 1};
+constexpr int kReach = 8;  // [frames] more than outputs that a stretch of features needs
+constexpr int kAhead = 4;  // output w of a stretch describes its frame w + kAhead
+
+constexpr int kClasses = 196;  // of the auxiliary output: 30 cents each from 45 Hz on, and the last one "no pitch"
+
+// The result of one form for a stretch.
+struct FormOutput {
+    torch::Tensor hidden;  // frames x kSkip: what the last layer sees
+    torch::Tensor heads;   // frames x 2: pitch and voicing, before scaling
+};
+
+class Network {
+public:
+    // Small random weights; the features are normalised with `mean` and `scale`, kFeatures values each.
+    Network(std::uint64_t seed, torch::Tensor mean, torch::Tensor scale);
+
+    // features: frames x batch x kFeatures, frames first. Gives (frames - kReach) * batch rows per form.
+    void forward(const torch::Tensor& features, FormOutput& streaming, FormOutput& offline) const;
+
+    // Auxiliary classes of hidden rows: logarithms of probabilities, rows x kClasses.
+    torch::Tensor classes(const torch::Tensor& hidden) const;
+
+    // Everything that is trained, in a fixed order, and its names.
+    std::vector<torch::Tensor>& parameters() { return m_parameters; }
+    const std::vector<torch::Tensor>& parameters() const { return m_parameters; }
+    static const std::vector<std::string>& names();
+
+    const torch::Tensor& mean() const { return m_mean; }
+    const torch::Tensor& scale() const { return m_scale; }
+
+    // Another set of the same weights, for a thread or an average of its own.
+    Network clone() const;
+
+    // The same on another device.
+    void to(const torch::Device& device);
+
+private:
+    Network() = default;
+
+    const torch::Tensor& weight(int index) const { return m_parameters[static_cast<std::size_t>(index)]; }
+    FormOutput heads(const torch::Tensor& skip) const;
+
+    std::vector<torch::Tensor> m_parameters;
+    torch::Tensor m_mean, m_scale;
+};
+
+// Where each parameter stands in Network::parameters().
+namespace parameter {
+constexpr int initialWeights = 0, initialBias = 1;
+constexpr int gates(int layer) { return 2 + 4 * layer; }      // kTaps x kResidual x 2 kResidual: tanh, sigmoid; newest tap first
+constexpr int gatesBias(int layer) { return 3 + 4 * layer; }
+constexpr int skip(int layer) { return 4 + 4 * layer; }
+constexpr int skipLayerBias(int layer) { return 5 + 4 * layer; }
+constexpr int skipBias = 2 + 4 * kLayers;
+constexpr int hidden = skipBias + 1, hiddenBias = hidden + 1;
+constexpr int output = hiddenBias + 1, outputBias = output + 1;
+constexpr int classWeights = outputBias + 1, classBias = classWeights + 1;
+constexpr int count = classBias + 1;
+}  // namespace parameter
+
+#endif
