@@ -15,8 +15,9 @@ constexpr double kUnvoicedOctaves = -8.8;  // frames without pitch are pushed be
 
 constexpr double kClassCents = 30.0, kLowestClass = 45.0;  // [cents] and [Hz]
 
-// Pitch and distance weights: found by trial.
-constexpr double kFarWeight = 0.3, kNearWeight = 0.5, kUnvoicedWeight = 0.7, kConfidenceWeight = 5.0;
+// Found by trial.
+constexpr double kFarWeight = 0.3, kNearWeight = 0.5, kConfidenceWeight = 5.0;
+constexpr double kUnvoicedWeight = 0.25, kUndecidedWeight = 0.35, kUndecidedOctaves = 0.5;
 
 // Squared distance from 0 or 1, free of charge beyond them: the confidence that minimises its mean is the part of such
 // frames that is voiced.
@@ -24,6 +25,13 @@ Tensor confidenceLoss(const Tensor& confidence, const Tensor& voiced) {
     const Tensor low = torch::relu(1.0 - confidence) * voiced, high = torch::relu(confidence) * (1.0 - voiced);
     const Tensor beyond = torch::relu(confidence - 1.1) + torch::relu(-0.1 - confidence);  // but not far beyond
     return low * low + high * high + 0.02 * beyond * beyond;
+}
+
+// The way that a frame without pitch still has to go down. The logarithm makes it go all the way or stay: the values
+// between, which are neither a pitch nor none, cost the most for what they gain.
+Tensor unvoicedLoss(const Tensor& octaves) {
+    const Tensor way = torch::relu(octaves - kUnvoicedOctaves);
+    return kUnvoicedWeight * way + kUndecidedWeight * torch::log1p(way / kUndecidedOctaves);
 }
 
 // Cross entropy with the truth shared out between the two nearest classes.
@@ -50,7 +58,7 @@ LossParts formLoss(const Network& network, const FormOutput& form, const Truth& 
     const Tensor near = torch::log1p(torch::square(cents / weights.pitchWidth));
     LossParts parts;
     parts.pitch = (voiced * truth.weight * (kFarWeight * far + kNearWeight * near)).mean();
-    parts.unvoiced = kUnvoicedWeight * (silent * torch::relu(octaves - kUnvoicedOctaves)).mean();
+    parts.unvoiced = (silent * unvoicedLoss(octaves)).mean();
     const Tensor confidence = (0.04 - form.heads.select(1, 1)) * 25.0;
     parts.confidence = kConfidenceWeight * (known * confidenceLoss(confidence, voiced)).mean();
     parts.total = parts.pitch + parts.unvoiced + parts.confidence;

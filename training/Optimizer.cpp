@@ -8,6 +8,8 @@ namespace {
 using torch::Tensor;
 
 constexpr double kMeanDecay = 0.9, kSquareDecay = 0.99, kTiny = 1e-8, kMomentum = 0.95;
+constexpr int64_t kFewOutputs = 8;     // a layer with fewer: the heads
+constexpr double kHeadRate = 0.1;      // a step of all weights of a head at the full rate would move the pitch by semitones
 
 // The nearest matrix with orthonormal rows or columns, roughly: a quintic iteration on the singular values.
 Tensor orthogonalised(Tensor x) {
@@ -33,12 +35,12 @@ void Optimizer::step(std::vector<Tensor>& parameters, const std::vector<Tensor>&
     ++steps;
     for (std::size_t i = 0; i < parameters.size(); ++i) {
         if (!gradients[i].defined()) continue;
-        // Neither the features' own scale nor the few rows of an output are a matrix in Muon's sense.
-        const bool matrix = m_kind == OptimizerKind::muon && parameters[i].dim() >= 2 && parameters[i].size(-1) > 8;
+        const bool head = parameters[i].size(-1) < kFewOutputs;
+        const bool matrix = m_kind == OptimizerKind::muon && parameters[i].dim() >= 2 && !head;
         if (matrix)
             muon(parameters[i], gradients[i], m_state[2 * i], rate);
         else
-            adam(parameters[i], gradients[i], m_state[2 * i], m_state[2 * i + 1], rate);
+            adam(parameters[i], gradients[i], m_state[2 * i], m_state[2 * i + 1], head ? kHeadRate * rate : rate);
     }
 }
 

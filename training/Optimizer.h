@@ -15,7 +15,6 @@ class Optimizer {
 public:
     Optimizer(OptimizerKind kind, const std::vector<torch::Tensor>& parameters);
 
-    //   matrix  for each parameter, whether Muon may treat it as one
     void step(std::vector<torch::Tensor>& parameters, const std::vector<torch::Tensor>& gradients, double rate);
 
     // All state, for a checkpoint.

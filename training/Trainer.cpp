@@ -14,9 +14,9 @@ namespace {
 
 using torch::Tensor;
 
-constexpr double kWarmUp = 300.0;      // [steps]
+constexpr double kWarmUp = 300.0, kWarmUpShare = 0.1;  // [steps], but not more than this part of the run
 constexpr double kLastRate = 0.005;    // of the highest
-constexpr double kClassesUntil = 0.7;  // part of the run after which the auxiliary classes have done their work
+constexpr double kClassesUntil = 0.85;  // part of the run after which the auxiliary classes have done their work
 constexpr double kFirstWidth = 60.0;   // [cents]
 constexpr char kScratchModel[] = "features.weights";
 
@@ -74,7 +74,8 @@ void Trainer::onAllThreads(const std::function<void(std::size_t)>& work) {
 
 double Trainer::rate() const {
     const double decay = kLastRate + (1.0 - kLastRate) * 0.5 * (1.0 + std::cos(M_PI * std::min(1.0, progress())));
-    return m_options.rate * decay * std::min(1.0, (static_cast<double>(steps()) + 1.0) / kWarmUp);
+    const double warmUp = std::min(kWarmUp, kWarmUpShare * static_cast<double>(m_options.steps));
+    return m_options.rate * decay * std::min(1.0, (static_cast<double>(steps()) + 1.0) / warmUp);
 }
 
 LossWeights Trainer::lossWeights() const {

@@ -19,17 +19,17 @@ struct TrainingOptions {
     std::string recordings, noises, scored;  // folders; empty: generated sound alone; no scores
     std::string out;                         // folder of checkpoints, logs and weights
     std::string start;                       // a checkpoint whose weights to start from, with a schedule of its own
-    std::int64_t steps = 40000;
+    std::int64_t steps = 26000;
     int threads = 2;
     int batch = 160;         // stretches per thread and step
     int stretch = 40;        // [frames] of which kReach are context
     int pool = 2500;         // scenes per thread
-    int fresh = 6;           // new scenes per thread and step
+    int fresh = 4;           // new scenes per thread and step
     double rate = 2e-3;      // learning rate at its highest
     double width = 15.0;     // [cents] of the pitch loss at the end
     double average = 0.999;  // decay of the averaged weights
     std::uint64_t seed = 1;
-    OptimizerKind optimizer = OptimizerKind::muon;
+    OptimizerKind optimizer = OptimizerKind::adam;
     int checkpointSeconds = 300;
     std::string device = "cpu";
 };

@@ -56,8 +56,8 @@ TrainingOptions parse(CLI::App& app, int argc, char** argv) {
     app.add_option("--seed", options.seed, "Seed of all random choices")->capture_default_str();
     app.add_option("--checkpoint-seconds", options.checkpointSeconds, "Between two checkpoints")->check(CLI::PositiveNumber)->capture_default_str();
     app.add_option_function<std::string>(
-           "--optimizer", [&](const std::string& name) { options.optimizer = name == "adam" ? OptimizerKind::adam : OptimizerKind::muon; },
-           "adam or muon (default)")
+           "--optimizer", [&](const std::string& name) { options.optimizer = name == "muon" ? OptimizerKind::muon : OptimizerKind::adam; },
+           "adam (default) or muon")
         ->check(CLI::IsMember(std::vector<std::string>{"adam", "muon"}));
     if (torch::cuda::is_available()) options.device = "cuda";
     app.add_option("--device", options.device, "cpu or cuda")->capture_default_str();

@@ -1,0 +1,117 @@
+// A short run learns; an interrupted one goes on as if nothing had happened.
+#include "Trainer.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "WeightExport.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class PlainTrainer : public testing::Test {
+protected:
+    PlainTrainer() { m_options.out = (m_folder / "run").string(); }
+    ~PlainTrainer() override { fs::remove_all(m_folder); }
+
+    const fs::path m_folder = fs::temp_directory_path() / ("trainer" + std::to_string(getpid()));
+    TrainingOptions m_options;
+};
+
+// Of fresh scenes, offline: the part of voiced frames within a whole tone, and of all frames right in voicing.
+struct Hearing {
+    double pitch, voicing;
+};
+Hearing hear(const Network& network, const std::string& folder) {
+    const torch::NoGradGuard noGradients;
+    const std::string weights = folder + "/hearing.weights";
+    exportWeights(network, weights);
+    const ExamplePool pool({}, weights, 999, 60, 0);
+    Random random(5);
+    const Batch batch = pool.draw(200, 60, random);
+    FormOutput streaming, offline;
+    network.forward(batch.features, streaming, offline);
+    const torch::Tensor octaves = (offline.heads.select(1, 0) + 1.0) * 2.187756 - 3.0586433;
+    const torch::Tensor voiced = batch.truth.pitch > 0.0, known = batch.truth.pitch >= 0.0;
+    const torch::Tensor near = torch::abs(octaves - torch::log2(batch.truth.pitch.clamp_min(1.0) / 440.0)) < 1.0 / 6.0;
+    const torch::Tensor heard = (0.04 - offline.heads.select(1, 1)) * 25.0 > 0.5;
+    return {(near & voiced).sum().item<double>() / voiced.sum().item<double>(),
+            ((heard == voiced) & known).sum().item<double>() / known.sum().item<double>()};
+}
+
+TEST_F(PlainTrainer, ShortRunOnGeneratedSoundLowersTheLossAndHears) {
+    m_options.steps = 250;
+    m_options.threads = 1;
+    m_options.batch = 64;
+    m_options.rate = 5e-3;
+    m_options.pool = 200;
+    m_options.fresh = 1;
+    Trainer trainer(m_options, {});
+    double first = 0.0, last = 0.0;
+    for (int i = 0; i < m_options.steps; ++i) {
+        const double loss = trainer.step().total;
+        if (i < 10) first += loss / 10;
+        if (i >= m_options.steps - 10) last += loss / 10;
+    }
+    EXPECT_LT(last, 0.5 * first);
+    const Hearing hearing = hear(trainer.averaged(), m_options.out);
+    EXPECT_GT(hearing.voicing, 0.75);
+    EXPECT_GT(hearing.pitch, 0.3);
+}
+
+// Where voicing begins and ends, sound does: of all shifts between a batch's truth and its features, the right one makes
+// their levels agree best.
+TEST_F(PlainTrainer, TruthStandsBesideTheFramesThatItDescribes) {
+    fs::create_directories(m_options.out);
+    const std::string weights = m_options.out + "/any.weights";
+    exportWeights(Network(1, torch::zeros({kFeatures}), torch::ones({kFeatures})), weights);
+    const ExamplePool pool({}, weights, 11, 150, 0);
+    Random random(2);
+    constexpr int kStretch = 120, kScenes = 300;
+    const Batch batch = pool.draw(kStretch, kScenes, random);
+    const int results = kStretch - kReach;
+    const torch::Tensor voiced = (batch.truth.pitch.view({results, kScenes}) > 0.0).to(torch::kFloat32);
+    // Changes from frame to frame, each scene's own level taken out.
+    const auto slope = [](const torch::Tensor& x) { return x.slice(0, 2) - x.slice(0, 0, -2); };
+    const torch::Tensor level = batch.features.slice(2, 0, 80).mean(2);
+    int best = -1;
+    double most = -1e300;
+    for (int shift = 0; shift <= kReach; ++shift) {
+        const double agreement = (slope(voiced) * slope(level.slice(0, shift, shift + results))).sum().item<double>();
+        if (agreement > most) {
+            most = agreement;
+            best = shift;
+        }
+    }
+    EXPECT_EQ(best, kAhead);
+}
+
+TEST_F(PlainTrainer, InterruptedRunGoesOnExactly) {
+    m_options.steps = 12;
+    m_options.threads = 2;
+    m_options.batch = 4;
+    m_options.pool = 6;
+    m_options.fresh = 1;
+    Trainer whole(m_options, {});
+    for (int i = 0; i < 8; ++i) whole.step();
+    {
+        TrainingOptions other = m_options;
+        other.out = (m_folder / "interrupted").string();
+        Trainer part(other, {});
+        for (int i = 0; i < 5; ++i) part.step();
+        part.save();
+        part.step();  // lost
+    }
+    TrainingOptions other = m_options;
+    other.out = (m_folder / "interrupted").string();
+    Trainer rest(other, {});
+    ASSERT_EQ(rest.steps(), 5);
+    for (int i = 0; i < 3; ++i) rest.step();
+    for (std::size_t i = 0; i < whole.network().parameters().size(); ++i) {
+        EXPECT_TRUE(torch::equal(whole.network().parameters()[i], rest.network().parameters()[i])) << Network::names()[i];
+        EXPECT_TRUE(torch::equal(whole.averaged().parameters()[i], rest.averaged().parameters()[i])) << Network::names()[i];
+    }
+}
+
+}  // namespace
