@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace {
 
@@ -28,14 +29,15 @@ std::vector<float> pitchWeights(const std::vector<float>& pitch) {
 
 }  // namespace
 
-ExamplePool::ExamplePool(const Sources& sources, const std::string& model, std::uint64_t seed, int capacity, std::int64_t next)
-    : m_sources(sources), m_extractor(model), m_seed(seed), m_next(next - capacity), m_examples(static_cast<std::size_t>(capacity)) {
+ExamplePool::ExamplePool(SceneMaker makeScene, const std::string& model, std::uint64_t seed, int capacity, std::int64_t next)
+    : m_makeScene(std::move(makeScene)), m_extractor(model), m_seed(seed), m_next(next - capacity),
+      m_examples(static_cast<std::size_t>(capacity)) {
     refresh(capacity);
 }
 
 void ExamplePool::render(Example& example, std::int64_t number) {
     Random random(m_seed + static_cast<std::uint64_t>(number) * 1000003ull);
-    const LabelledSound sound = drawScene(m_sources, kSceneFrames, random);
+    const LabelledSound sound = m_makeScene(kSceneFrames, random);
     example.features.resize(static_cast<std::size_t>(kSceneFrames) * kFeatures);
     m_extractor.extract(sound.samples, kSceneFrames, example.features.data());
     example.pitch = sound.pitch;

@@ -5,12 +5,14 @@
 #include <torch/torch.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "FeatureExtractor.h"
 #include "Loss.h"
-#include "Scene.h"
+#include "Random.h"
+#include "Sound.h"
 
 constexpr int kSceneFrames = 240;
 
@@ -19,12 +21,15 @@ struct Batch {
     Truth truth;             // (frames - kReach) * batch
 };
 
+// Draws one scene of so many frames.
+using SceneMaker = std::function<LabelledSound(int frames, Random& random)>;
+
 // Scenes are numbered; number n is always the same one. The pool holds the latest `capacity` of them, and each is seen
 // several times, in other stretches and at other levels, before a new one takes its place.
 class ExamplePool {
 public:
     //   next  the number of the first scene that the next refresh() renders: the `capacity` before it are rendered at once
-    ExamplePool(const Sources& sources, const std::string& model, std::uint64_t seed, int capacity, std::int64_t next);
+    ExamplePool(SceneMaker makeScene, const std::string& model, std::uint64_t seed, int capacity, std::int64_t next);
 
     void refresh(int scenes);
 
@@ -42,7 +47,7 @@ private:
 
     void render(Example& example, std::int64_t number);
 
-    Sources m_sources;
+    SceneMaker m_makeScene;
     FeatureExtractor m_extractor;
     std::uint64_t m_seed;
     std::int64_t m_next;

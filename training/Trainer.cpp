@@ -51,7 +51,9 @@ void Trainer::buildPools(const std::string& model) {
     onAllThreads([&](std::size_t worker) {
         // Every worker renders scenes of its own: numbers never meet, however long the run.
         const std::uint64_t seed = m_options.seed * 0x100000001b3ull + (static_cast<std::uint64_t>(worker) << 40);
-        m_workers[worker].pool = std::make_unique<ExamplePool>(m_sources, model, seed, m_options.pool, steps() * m_options.fresh);
+        m_workers[worker].pool = std::make_unique<ExamplePool>(
+            [this](int frames, Random& random) { return drawScene(m_sources, frames, random); }, model, seed, m_options.pool,
+            steps() * m_options.fresh);
     });
 }
 

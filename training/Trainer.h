@@ -14,6 +14,7 @@
 #include "Loss.h"
 #include "Network.h"
 #include "Optimizer.h"
+#include "Scene.h"
 
 struct TrainingOptions {
     std::string recordings, noises, scored;  // folders; empty: generated sound alone; no scores

@@ -1,0 +1,121 @@
+"""Tracking whole recordings and live sound."""
+import json
+import os
+from typing import NamedTuple, Optional, Union
+
+import numpy as np
+import numpy.typing as npt
+
+from . import core
+from .samples import mono, whole_rate
+
+Path = Union[str, "os.PathLike[str]"]
+
+_THRESHOLD_WITHOUT_CARD = 0.5
+
+
+class Track(NamedTuple):
+    """One value in each array for every 5 ms."""
+
+    time: npt.NDArray[np.float64]
+    """[s] of the sound itself: 0, 0.005, .. for a whole recording; all latency is taken out."""
+    frequency: npt.NDArray[np.float32]
+    """[Hz]; 0 where the sound is not voiced."""
+    confidence: npt.NDArray[np.float32]
+    """0 or more: about the probability that the sound is voiced."""
+
+
+def _card_threshold(model: str) -> float:
+    """What the model's card says, the JSON file beside it; without one 0.5."""
+    card = os.path.splitext(model)[0] + ".json"
+    try:
+        with open(card, encoding="utf-8") as file:
+            threshold = json.load(file).get("default_threshold", _THRESHOLD_WITHOUT_CARD)
+    except FileNotFoundError:
+        return _THRESHOLD_WITHOUT_CARD
+    except (AttributeError, ValueError) as error:
+        raise core.ModelError(f"bad model card: {card}: expected a JSON object, found {error}") from None
+    if isinstance(threshold, bool) or not isinstance(threshold, (int, float)):
+        raise core.ModelError(f"bad model card: {card}: expected default_threshold to be a number, found {threshold!r}")
+    return float(threshold)
+
+
+class Stream:
+    """The pitch of a live sound.
+
+    `process` takes blocks of any length and returns what they completed, often nothing and never anything late: a
+    value comes with the sample that lies `latency` - 1 behind the instant that it describes. Several threads may share
+    a stream; they wait for each other.
+
+    sr         sample rate [Hz], katessel.LOWEST_RATE to katessel.HIGHEST_RATE
+    model      weight file; None: the one that comes with the package
+    threshold  confidence below which the frequency is 0; None: the model's own
+    """
+
+    def __init__(self, sr: float, *, model: Optional[Path] = None, threshold: Optional[float] = None) -> None:
+        path = core.default_model() if model is None else os.fspath(model)
+        if threshold is not None and not 0.0 <= threshold < float("inf"):
+            raise ValueError(f"bad threshold: expected a number from 0 up, found {threshold!r}")
+        rate = whole_rate(sr)
+        if not core.LOWEST_RATE <= rate <= core.HIGHEST_RATE:
+            raise ValueError(f"bad rate: expected {core.LOWEST_RATE} to {core.HIGHEST_RATE} Hz, found {rate}")
+        self._engine = core.Engine(rate, path)
+        self._threshold = _card_threshold(path) if threshold is None else float(threshold)
+
+    @property
+    def rate(self) -> int:
+        """[Hz]"""
+        return self._engine.rate
+
+    @property
+    def latency(self) -> int:
+        """How much sound a value waits for [samples]."""
+        return self._engine.latency
+
+    @property
+    def threshold(self) -> float:
+        """The confidence below which the frequency is 0."""
+        return self._threshold
+
+    def process(self, block: npt.ArrayLike) -> Track:
+        """Takes the next samples, (n,) or (n, channels), and returns the values that they completed."""
+        return self._voiced(Track(*self._engine.process(mono(block))))
+
+    def finish(self) -> Track:
+        """Returns the values that still waited for what comes after the sound's end. The stream is then as new."""
+        return self._voiced(Track(*self._engine.finish()))
+
+    def reset(self) -> None:
+        """Forgets the sound: the next sample is that of instant 0."""
+        self._engine.reset()
+
+    def analyse(self, x: npt.ArrayLike) -> Track:
+        """Tracks a whole recording with this engine; the live sound is not disturbed."""
+        return self._voiced(Track(*self._engine.analyse(mono(x))))
+
+    def _voiced(self, track: Track) -> Track:
+        track.frequency[track.confidence < self._threshold] = 0.0
+        return track
+
+
+def track(x: npt.ArrayLike, sr: float, *, mode: str = "offline", model: Optional[Path] = None,
+          threshold: Optional[float] = None) -> Track:
+    """The pitch of a whole recording.
+
+    x          samples, (n,) or (n, channels): float32 or float64, nominally -1 .. 1, or int16 or int32. Channels are
+               averaged.
+    sr         sample rate [Hz]
+    mode       "offline": every instant seen from both sides; "live": as a stream hears it
+    model      weight file; None: the one that comes with the package
+    threshold  confidence below which the frequency is 0; None: the model's own
+
+    Row i describes the instant i * 5 ms. Other Python threads run while it works.
+    """
+    if mode not in ("offline", "live"):
+        raise ValueError(f"bad mode: expected 'offline' or 'live', found {mode!r}")
+    stream = Stream(sr, model=model, threshold=threshold)
+    if mode == "offline":
+        return stream.analyse(x)
+    begin, end = stream.process(x), stream.finish()
+    return Track(np.concatenate([begin.time, end.time]), np.concatenate([begin.frequency, end.frequency]),
+                 np.concatenate([begin.confidence, end.confidence]))

@@ -1,0 +1,47 @@
+"""Builds the wheel: CMake makes the whole package, as it also installs it.
+
+KATESSEL_BUILD_FOLDER names a configured build folder to take it from; without one it is built anew, with the options in
+CMAKE_ARGS.
+"""
+import os
+import pathlib
+import re
+import shlex
+import shutil
+import subprocess
+import sys
+
+from setuptools import Extension, setup
+from setuptools.command.build_ext import build_ext
+
+HERE = pathlib.Path(__file__).resolve().parent
+SOURCE = HERE.parent.parent
+
+
+def version() -> str:
+    return re.search(r"project\(KaTessel VERSION ([0-9.]+)", (SOURCE / "CMakeLists.txt").read_text()).group(1)
+
+
+def configure(build: pathlib.Path) -> None:
+    off = [f"-DKATESSEL_BUILD_{part}=OFF" for part in ("TOOL", "TESTS", "BENCHMARKS", "VAMP")]
+    generator = ["-G", "Ninja"] if shutil.which("ninja") else []
+    subprocess.run(["cmake", *generator, "-S", SOURCE, "-B", build, "-DCMAKE_BUILD_TYPE=Release", *off,
+                    f"-DKATESSEL_PYTHON={sys.executable}", *shlex.split(os.environ.get("CMAKE_ARGS", ""))], check=True)
+
+
+class BuildWithCMake(build_ext):
+    def build_extension(self, ext: Extension) -> None:
+        given = os.environ.get("KATESSEL_BUILD_FOLDER")
+        build = pathlib.Path(given or self.build_temp).resolve()
+        if not given:
+            configure(build)
+        subprocess.run(["cmake", "--build", build, "--target", "katessel_python", "-j", str(os.cpu_count() or 1)],
+                       check=True)
+        target = pathlib.Path(self.get_ext_fullpath(ext.name)).resolve().parent
+        target.mkdir(parents=True, exist_ok=True)
+        for file in (build / "bindings" / "python" / "katessel").iterdir():
+            if file.is_file():
+                shutil.copy(file, target)
+
+
+setup(version=version(), ext_modules=[Extension("katessel.core", [])], cmdclass={"build_ext": BuildWithCMake})

@@ -1,0 +1,164 @@
+#include "PitchPlugin.h"
+
+#include <algorithm>
+#include <cmath>
+#include <exception>
+#include <iostream>
+#include <limits>
+#include <stdexcept>
+
+namespace {
+
+constexpr char kThreshold[] = "threshold";
+constexpr float kRowsPerSecond = 200.0f;
+constexpr std::size_t kSilence = 1024;  // [samples] at a time
+
+enum Output { kFrequency, kConfidence, kNotes };
+
+void complain(const std::string& what) { std::cerr << "katessel: " << what << std::endl; }
+
+Vamp::Plugin::OutputDescriptor output(const char* identifier, const char* name, const char* unit,
+                                      const char* description) {
+    Vamp::Plugin::OutputDescriptor descriptor;
+    descriptor.identifier = identifier;
+    descriptor.name = name;
+    descriptor.unit = unit;
+    descriptor.description = description;
+    descriptor.hasFixedBinCount = true;
+    descriptor.binCount = 1;
+    descriptor.sampleType = Vamp::Plugin::OutputDescriptor::VariableSampleRate;
+    descriptor.sampleRate = kRowsPerSecond;
+    return descriptor;
+}
+
+// "A4", the nearest note of equal temperament at 440 Hz.
+std::string noteName(float frequency) {
+    static const char* const names[] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
+    const int midi = std::max(static_cast<int>(std::lround(69.0 + 12.0 * std::log2(frequency / 440.0))), 0);
+    return names[midi % 12] + std::to_string(midi / 12 - 1);
+}
+
+}  // namespace
+
+PitchPlugin::PitchPlugin(float inputSampleRate)
+    : Plugin(inputSampleRate), m_threshold(KATESSEL_DEFAULT_THRESHOLD), m_silence(kSilence, 0.0f) {}
+
+std::string PitchPlugin::getDescription() const {
+    return "Fundamental frequency of a voice or an instrument every 5 ms, how sure it is, and notes";
+}
+
+PitchPlugin::ParameterList PitchPlugin::getParameterDescriptors() const {
+    ParameterDescriptor threshold;
+    threshold.identifier = kThreshold;
+    threshold.name = "Threshold";
+    threshold.description = "Confidence from which on the sound counts as voiced";
+    threshold.minValue = 0.0f;
+    threshold.maxValue = 1.0f;
+    threshold.defaultValue = KATESSEL_DEFAULT_THRESHOLD;
+    return {threshold};
+}
+
+float PitchPlugin::getParameter(std::string identifier) const {
+    return identifier == kThreshold ? m_threshold : 0.0f;
+}
+
+void PitchPlugin::setParameter(std::string identifier, float value) {
+    if (identifier == kThreshold) m_threshold = std::clamp(value, 0.0f, 1.0f);
+}
+
+PitchPlugin::OutputList PitchPlugin::getOutputDescriptors() const {
+    OutputDescriptor frequency =
+        output("f0", "Frequency", "Hz", "Fundamental frequency every 5 ms where the sound is voiced");
+    OutputDescriptor confidence = output("confidence", "Confidence", "",
+                                         "About the probability that the sound is voiced, every 5 ms");
+    confidence.sampleType = OutputDescriptor::FixedSampleRate;
+    OutputDescriptor notes = output("notes", "Notes", "Hz", "Stretches that stay on one pitch");
+    notes.hasDuration = true;
+    return {frequency, confidence, notes};
+}
+
+bool PitchPlugin::initialise(std::size_t channels, std::size_t stepSize, std::size_t blockSize) {
+    m_tracker.reset();
+    if (channels != 1 || stepSize == 0 || blockSize == 0) return false;
+    m_step = stepSize;
+    m_block = blockSize;
+    try {
+        m_tracker.emplace(static_cast<int>(std::lround(m_inputSampleRate)));
+        reset();
+    } catch (const std::exception& error) {
+        complain(error.what());
+        m_tracker.reset();
+    }
+    return m_tracker.has_value();
+}
+
+void PitchPlugin::reset() {
+    if (m_tracker) m_tracker->reset();
+    m_notes = NoteFinder();
+    m_origin.reset();
+    m_rest.clear();
+    m_warned = false;
+}
+
+PitchPlugin::FeatureSet PitchPlugin::process(const float* const* inputBuffers, Vamp::RealTime timestamp) {
+    FeatureSet features;
+    if (!m_tracker) return features;
+    if (!m_origin) m_origin = timestamp;
+    const float* const block = inputBuffers[0];
+    const std::size_t fresh = std::min(m_step, m_block);
+    feed(block, fresh, features);
+    for (std::size_t missing = m_step - fresh; missing > 0;) {
+        const std::size_t count = std::min(missing, kSilence);
+        feed(m_silence.data(), count, features);
+        missing -= count;
+    }
+    m_rest.assign(block + fresh, block + m_block);
+    return features;
+}
+
+PitchPlugin::FeatureSet PitchPlugin::getRemainingFeatures() {
+    FeatureSet features;
+    if (!m_tracker || !m_origin) return features;
+    feed(m_rest.data(), m_rest.size(), features);
+    m_tracker->finish([&](const KaTessel::Pitch& pitch) { add(pitch, features); });
+    add(m_notes.finish(), features);
+    reset();
+    return features;
+}
+
+// Nothing may be thrown through the host: a block with a sample that is no number counts as silence.
+void PitchPlugin::feed(const float* samples, std::size_t count, FeatureSet& features) {
+    const auto take = [&](const KaTessel::Pitch& pitch) { add(pitch, features); };
+    try {
+        m_tracker->process(samples, count, take);
+    } catch (const std::invalid_argument& error) {
+        if (!m_warned) complain(std::string(error.what()).append("; its block counts as silence"));
+        m_warned = true;
+        m_tracker->process(std::vector<float>(count, 0.0f), take);
+    }
+}
+
+void PitchPlugin::add(const KaTessel::Pitch& pitch, FeatureSet& features) {
+    const bool voiced = pitch.voiced(m_threshold);
+    if (voiced) features[kFrequency].push_back(at(pitch.time, pitch.frequency));
+    features[kConfidence].push_back(at(pitch.time, pitch.confidence));
+    add(m_notes.add(pitch.time, voiced ? pitch.frequency : 0.0f), features);
+}
+
+void PitchPlugin::add(const std::optional<Note>& note, FeatureSet& features) const {
+    if (!note) return;
+    Feature feature = at(note->start, note->frequency);
+    feature.hasDuration = true;
+    feature.duration = Vamp::RealTime::fromSeconds(note->duration);
+    feature.label = noteName(note->frequency);
+    features[kNotes].push_back(feature);
+}
+
+// `time` [s] counts from the first block on.
+PitchPlugin::Feature PitchPlugin::at(double time, float value) const {
+    Feature feature;
+    feature.hasTimestamp = true;
+    feature.timestamp = *m_origin + Vamp::RealTime::fromSeconds(time);
+    feature.values = {value};
+    return feature;
+}
