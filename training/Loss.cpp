@@ -16,8 +16,8 @@ constexpr double kUnvoicedOctaves = -8.8;  // frames without pitch are pushed be
 constexpr double kClassCents = 30.0, kLowestClass = 45.0;  // [cents] and [Hz]
 
 // Found by trial.
-constexpr double kFarWeight = 0.3, kNearWeight = 0.5, kConfidenceWeight = 5.0;
-constexpr double kUnvoicedWeight = 0.25, kUndecidedWeight = 0.35, kUndecidedOctaves = 0.5;
+constexpr double kFarWeight = 0.5, kFarSemitones = 4.0, kNearWeight = 0.5, kConfidenceWeight = 5.0;
+constexpr double kUnvoicedWeight = 0.2, kUndecidedWeight = 0.4, kUndecidedOctaves = 0.5;
 
 // Squared distance from 0 or 1, free of charge beyond them: the confidence that minimises its mean is the part of such
 // frames that is voiced.
@@ -53,8 +53,10 @@ LossParts formLoss(const Network& network, const FormOutput& form, const Truth& 
     const Tensor cents = 1200.0 * (octaves - torch::log2(torch::clamp_min(truth.pitch, 1.0) / 440.0));
 
     // Near the truth like a Cauchy distribution's, which lets a frame that is an octave off go instead of bending all
-    // others; far from it linear, so that it finds the way back.
-    const Tensor far = torch::smooth_l1_loss(cents / 100.0, torch::zeros_like(cents), torch::Reduction::None);
+    // others; far from it nearly linear over some semitones, so that it finds the way back, but not so dear that a frame which is
+    // hardly voiced may never be called unvoiced.
+    const Tensor semitones = torch::smooth_l1_loss(cents / 100.0, torch::zeros_like(cents), torch::Reduction::None);
+    const Tensor far = kFarSemitones * torch::log1p(semitones / kFarSemitones);
     const Tensor near = torch::log1p(torch::square(cents / weights.pitchWidth));
     LossParts parts;
     parts.pitch = (voiced * truth.weight * (kFarWeight * far + kNearWeight * near)).mean();

@@ -82,9 +82,10 @@ double Trainer::rate() const {
 
 LossWeights Trainer::lossWeights() const {
     LossWeights weights;
-    const double narrowing = std::min(1.0, progress() / 0.5);
+    const bool refining = !m_options.start.empty();
+    const double narrowing = refining ? 1.0 : std::min(1.0, progress() / 0.5);
     weights.pitchWidth = kFirstWidth * std::pow(m_options.width / kFirstWidth, narrowing);
-    if (progress() > kClassesUntil) weights.classes = 0.0;
+    if (refining || progress() > kClassesUntil) weights.classes = 0.0;
     return weights;
 }
 

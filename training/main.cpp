@@ -44,7 +44,7 @@ TrainingOptions parse(CLI::App& app, int argc, char** argv) {
     app.add_option("--noises", options.noises, "Folder of recordings without pitch");
     app.add_option("--scored", options.scored, "Folder of other recordings, to score the weights on now and then");
     app.add_option("-o,--out", options.out, "Folder for everything that is written")->required();
-    app.add_option("--start", options.start, "Start from the averaged weights of this checkpoint");
+    app.add_option("--start", options.start, "Refine the averaged weights of this checkpoint, without the auxiliary classes");
     app.add_option("--steps", options.steps, "Length of the run")->check(CLI::PositiveNumber)->capture_default_str();
     app.add_option("--threads", options.threads, "Workers, one core each")->check(CLI::Range(1, 256))->capture_default_str();
     app.add_option("--batch", options.batch, "Stretches of 40 frames per worker and step")->check(CLI::PositiveNumber)->capture_default_str();
@@ -90,7 +90,10 @@ public:
         });
     }
 
-    // Writes down what has been scored.
+    // Writes down what has been scored, if anything has.
+    void poll() {
+        if (m_running.valid() && m_running.wait_for(std::chrono::seconds(0)) == std::future_status::ready) finish();
+    }
     void finish() {
         if (m_running.valid()) m_log.scores(m_step, "offline", m_running.get());
     }
@@ -131,6 +134,7 @@ void train(const TrainingOptions& options) {
             log.losses(trainer.steps(), {sum.total / n, sum.pitch / n, sum.unvoiced / n, sum.confidence / n, sum.classes / n});
             sum = {};
             counted = 0;
+            scores.poll();
         }
         if (std::chrono::steady_clock::now() - saved < std::chrono::seconds(options.checkpointSeconds)) continue;
         saved = std::chrono::steady_clock::now();
