@@ -1,73 +1,84 @@
 #include "AudioFile.h"
 
-#include <sndfile.h>
-
-#include <cerrno>
+#include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
-#include <memory>
-#include <system_error>
 
 #include "Errors.h"
+#include "SoundSource.h"
 
 namespace {
 
-constexpr char kCannotRead[] = "cannot read the recording";
 constexpr int kChunk = 4096;            // [frames] per read
-constexpr int kMostFramesPerByte = 64;  // of any compression; more is a wrong header
 constexpr float kLargestSample = 1e6f;  // far above any scale in use; powers of it still fit in a float
 
-using SoundFile = std::unique_ptr<SNDFILE, int (*)(SNDFILE*)>;
+// One sample of all channels' samples of an instant.
+class ChannelChoice {
+public:
+    ChannelChoice(const std::string& path, const std::optional<int>& channel, int channels)
+        : m_channels(channels), m_chosen(channel.value_or(0) - 1) {
+        if (m_chosen >= channels)
+            fail(kCannotRead, path, "channel " + std::to_string(*channel),
+                 std::to_string(channels) + (channels == 1 ? " channel" : " channels"));
+    }
 
-// What libsndfile itself reports less clearly. Opening tells more than asking for permissions would.
-void checkReadable(const std::string& path) {
-    if (std::filesystem::is_directory(path)) fail(kCannotRead, path, "an audio file", "a folder");
-    if (std::filesystem::is_fifo(path)) fail(kCannotRead, path, "an audio file", "a pipe");
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
-    if (!file) fail(kCannotRead, path, "an audio file", std::strerror(errno));
-}
+    float operator()(const float* frame) const {
+        if (m_chosen >= 0) return frame[m_chosen];
+        float sum = 0.0f;
+        for (int c = 0; c < m_channels; ++c) sum += frame[c];
+        return sum / static_cast<float>(m_channels);
+    }
 
-float mixFrame(const float* frame, int channels) {
-    float sum = 0.0f;
-    for (int c = 0; c < channels; ++c) sum += frame[c];
-    return sum / static_cast<float>(channels);
-}
+private:
+    int m_channels;
+    int m_chosen;  // from 0 on; -1: the average
+};
 
-void checkSample(float sample, const std::string& path, std::size_t index, int rate) {
+void checkSample(float sample, const std::string& path, std::int64_t index, int rate) {
     if (std::fabs(sample) <= kLargestSample) return;
     fail(kCannotRead, path, "samples within +-" + shortNumber(kLargestSample),
          shortNumber(sample) + " at " + shortNumber(static_cast<double>(index) / rate) + " s");
 }
 
+// The frame at an instant [s]; far beyond any recording for the end of time.
+std::int64_t frameAt(double seconds, int rate) {
+    return static_cast<std::int64_t>(std::min(std::round(seconds * rate), 1e18));
+}
+
+// Skips `frames` frames, or up to the end.
+void skip(SoundSource& source, std::int64_t frames, std::vector<float>& chunk) {
+    if (frames == 0 || source.seek(frames)) return;
+    while (frames > 0) {
+        const int read = source.read(chunk.data(), static_cast<int>(std::min<std::int64_t>(frames, kChunk)));
+        if (read == 0) return;
+        frames -= read;
+    }
+}
+
 }  // namespace
 
-Recording readRecording(const std::string& path) {
-    checkReadable(path);
-    SF_INFO info = {};
-    const SoundFile file(sf_open(path.c_str(), SFM_READ, &info), &sf_close);
-    if (!file) fail(kCannotRead, path, "a known audio format", sf_strerror(nullptr));
-    if (info.samplerate < 1) fail(kCannotRead, path, "a sample rate above 0", std::to_string(info.samplerate));
+Recording readRecording(const std::string& path, const SoundSelection& selection) {
+    const std::unique_ptr<SoundSource> source = openSound(path, selection.raw);
+    const int channels = source->channels();
+    const ChannelChoice sampleOf(path, selection.channel, channels);
+    Recording recording;
+    recording.rate = source->rate();
+    const std::int64_t from = frameAt(selection.from, recording.rate), to = frameAt(selection.to, recording.rate);
 
     // The length in a header may be wrong, so the samples are counted as they come. It serves to ask for the memory
     // once, with some room for the silence that an analysis puts around them.
-    Recording recording;
-    recording.rate = info.samplerate;
-    std::error_code unknownSize;
-    const std::uintmax_t plausible = std::filesystem::file_size(path, unknownSize) * kMostFramesPerByte;
-    if (!unknownSize && info.frames > 0 && static_cast<std::uintmax_t>(info.frames) <= plausible)
-        recording.samples.reserve(static_cast<std::size_t>(info.frames) + static_cast<std::size_t>(info.samplerate) / 4);
-    std::vector<float> chunk(static_cast<std::size_t>(kChunk) * static_cast<std::size_t>(info.channels));
-    while (const sf_count_t frames = sf_readf_float(file.get(), chunk.data(), kChunk)) {
-        for (sf_count_t i = 0; i < frames; ++i) {
-            const float sample = mixFrame(chunk.data() + i * info.channels, info.channels);
-            checkSample(sample, path, recording.samples.size(), recording.rate);
+    const std::int64_t expected = std::min(source->expectedFrames(), to) - from;
+    if (expected > 0) recording.samples.reserve(static_cast<std::size_t>(expected + recording.rate / 4));
+    std::vector<float> chunk(static_cast<std::size_t>(kChunk) * static_cast<std::size_t>(channels));
+    skip(*source, from, chunk);
+    for (std::int64_t at = from; at < to;) {
+        const int frames = source->read(chunk.data(), static_cast<int>(std::min<std::int64_t>(to - at, kChunk)));
+        if (frames == 0) break;
+        for (int i = 0; i < frames; ++i, ++at) {
+            const float sample = sampleOf(chunk.data() + static_cast<std::ptrdiff_t>(i) * channels);
+            checkSample(sample, path, at, recording.rate);
             recording.samples.push_back(sample);
         }
     }
-    if (sf_error(file.get()) != SF_ERR_NO_ERROR)
-        fail(kCannotRead, path, "sound up to its end", sf_strerror(file.get()));
-    if (recording.samples.empty()) fail(kCannotRead, path, "at least 1 sample", "0 samples");
+    if (recording.samples.empty() && from == 0) fail(kCannotRead, path, "at least 1 sample", "0 samples");
     return recording;
 }

@@ -12,6 +12,10 @@
 void addTrackCommand(CLI::App& app);
 void addEvalCommand(CLI::App& app);
 void addBenchCommand(CLI::App& app);
+void addPlotCommand(CLI::App& app);  // only with cairo
+void addModelCommand(CLI::App& app);
+void addSynthCommand(CLI::App& app);
+void addLiveCommand(CLI::App& app);  // only with JACK
 
 // Runs `work` once the whole command line is read and says that this command is the chosen one, with the vector
 // instructions that the environment asks for.

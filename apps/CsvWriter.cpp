@@ -13,17 +13,25 @@ void formatPitch(double pitch, char (&text)[32]) {
         std::snprintf(text, sizeof text, "%.3f", pitch);
 }
 
-}  // namespace
-
-std::string csvText(const PitchTrack& track, PitchUnit unit) {
-    const bool cents = unit == PitchUnit::cents;
-    std::string text = cents ? "time,cents,confidence\n" : "time,frequency,confidence\n";
-    for (const PitchRow& row : track) {
-        char pitch[32];
-        formatPitch(cents ? centsAbove440(row.frequency) : row.frequency, pitch);
-        char line[96];
-        std::snprintf(line, sizeof line, "%.3f,%s,%.6f\n", row.time, pitch, static_cast<double>(row.confidence));
-        text += line;
+std::string columns(const TrackDocument& document, char separator) {
+    std::string text;
+    for (const char* name : {"time", pitchColumn(document.unit), "confidence"}) {
+        if (!text.empty()) text += separator;
+        text += name;
     }
+    text += '\n';
+    forEachRow(document, [&](double time, double value, double confidence) {
+        char pitch[32];
+        formatPitch(value, pitch);
+        char line[96];
+        std::snprintf(line, sizeof line, "%.3f%c%s%c%.6f\n", time, separator, pitch, separator, confidence);
+        text += line;
+    });
     return text;
 }
+
+}  // namespace
+
+std::string csvText(const TrackDocument& document) { return columns(document, ','); }
+
+std::string tsvText(const TrackDocument& document) { return columns(document, '\t'); }

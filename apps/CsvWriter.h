@@ -1,15 +1,13 @@
-// The text form of a track.
+// A track as text in columns, separated by commas or tabs.
 #ifndef KATESSEL_APPS_CSVWRITER_H
 #define KATESSEL_APPS_CSVWRITER_H
 
 #include <string>
 
-#include "PitchTrack.h"
+#include "TrackDocument.h"
 
-enum class PitchUnit { hertz, cents };
-
-// A header line and one line a row: time [s], pitch, confidence. Pitch in Hz is 0 for unvoiced rows, in cents
-// above 440 Hz it is `nan`.
-std::string csvText(const PitchTrack& track, PitchUnit unit);
+// A header line and one line a row: time [s], pitch, confidence. A pitch that is not a number is `nan`.
+std::string csvText(const TrackDocument& document);
+std::string tsvText(const TrackDocument& document);
 
 #endif

@@ -2,22 +2,18 @@
 
 #include <cstdio>
 
-namespace {
-
-std::string compose(const std::string& what, const std::string& where, const std::string& expected,
-                    const std::string& found) {
+std::string errorMessage(const std::string& what, const std::string& where, const std::string& expected,
+                         const std::string& found) {
     return what + ": " + where + ": expected " + expected + ", found " + found;
 }
 
-}  // namespace
-
 void fail(const std::string& what, const std::string& where, const std::string& expected, const std::string& found) {
-    throw ToolError(compose(what, where, expected, found), kStatusFailure);
+    throw ToolError(errorMessage(what, where, expected, found), kStatusFailure);
 }
 
 void failUsage(const std::string& what, const std::string& where, const std::string& expected,
                const std::string& found) {
-    throw ToolError(compose(what, where, expected, found), kStatusUsage);
+    throw ToolError(errorMessage(what, where, expected, found), kStatusUsage);
 }
 
 void printError(const std::string& message) {

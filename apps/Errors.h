@@ -18,7 +18,11 @@ private:
     int m_status;
 };
 
-// Throws "WHAT: WHERE: expected EXPECTED, found FOUND".
+// "WHAT: WHERE: expected EXPECTED, found FOUND".
+std::string errorMessage(const std::string& what, const std::string& where, const std::string& expected,
+                         const std::string& found);
+
+// Throws that message.
 [[noreturn]] void fail(const std::string& what, const std::string& where, const std::string& expected,
                        const std::string& found);
 [[noreturn]] void failUsage(const std::string& what, const std::string& where, const std::string& expected,

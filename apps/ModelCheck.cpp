@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
+#include <set>
 
 #include "Errors.h"
-#include "katessel/LayerWeights.h"
 
 namespace {
 
@@ -44,20 +43,6 @@ std::vector<Needed> neededLayers() {
 
 using Shape = std::vector<int>;
 
-Shape shapeOf(const KaTessel::T_FileTensor& tensor) {
-    return Shape(tensor.dimensions, tensor.dimensions + tensor.rank);
-}
-
-std::string text(const Shape& shape) {
-    std::string all = "[";
-    for (const int dimension : shape) {
-        if (all.size() > 1) all += ',';
-        all += std::to_string(dimension);
-    }
-    all += ']';
-    return all;
-}
-
 // The shape without the ones that it begins with; a last one stays.
 Shape trimmed(Shape shape) {
     const auto first = std::find_if(shape.begin(), shape.end() - 1, [](int dimension) { return dimension != 1; });
@@ -68,68 +53,147 @@ bool isGain(const Shape& shape, int outputs) {
     return shape.size() >= 3 && trimmed(shape) == Shape{outputs};
 }
 
-// One layer of one file, and what it is compared with.
+bool isTrueGain(const WeightLayer& layer, std::size_t position, int outputs) {
+    return position < layer.tensors.size() && isGain(layer.tensors[position].shape, outputs);
+}
+
+// The first thing about a layer's tensors that the engine could not take.
 class LayerCheck {
 public:
-    LayerCheck(const std::string& path, const Needed& needed, const KaTessel::T_FileLayerWeights& layer)
-        : m_path(path), m_needed(needed), m_layer(layer) {}
+    LayerCheck(const Needed& needed, const WeightLayer& layer) : m_needed(needed), m_layer(layer) {}
 
-    void run() const {
-        int position = 0;
+    std::vector<WeightFault> run() {
+        std::size_t position = 0;
         if (m_needed.inputs > 0) checkWeights(position++);
         const bool biasNeeded = m_needed.inputs == 0 || m_needed.biasRequired;
-        if (biasNeeded || (position < m_layer.tensorCount && !nextIsGain(position))) checkBias(position++);
+        if (biasNeeded || (position < m_layer.tensors.size() && !nextIsGain(position))) checkBias(position++);
         if (m_needed.inputs > 0 && nextIsGain(position)) ++position;
-        if (position < m_layer.tensorCount)
-            failAt("nothing after tensor " + std::to_string(position - 1), text(shapeOf(m_layer.tensors[position])));
-        for (int t = 0; t < m_layer.tensorCount; ++t) checkValues(t);
+        if (position < m_layer.tensors.size())
+            report(position, "nothing after tensor " + std::to_string(position - 1), shapeText(shapeAt(position)));
+        if (m_faults.size() > 1) m_faults.resize(1);  // the others follow from the first
+        return m_faults;
     }
 
 private:
-    [[noreturn]] void failAt(const std::string& expected, const std::string& found) const {
-        fail(kBadModel, m_path, "layer " + m_needed.name + " with " + expected, found);
+    const Shape& shapeAt(std::size_t position) const { return m_layer.tensors[position].shape; }
+
+    void report(std::size_t position, const std::string& expected, const std::string& found) {
+        const bool there = position < m_layer.tensors.size();
+        m_faults.push_back({there ? m_layer.tensors[position].offset : m_layer.offset,
+                            "layer " + m_needed.name + " with " + expected, there ? found : "no tensor"});
     }
 
-    void checkWeights(int position) const {
-        const Shape full = {m_needed.taps, m_needed.inputs, m_needed.outputs};
-        if (position >= m_layer.tensorCount) failAt("weights " + text(trimmed(full)), "no tensor");
-        const Shape shape = shapeOf(m_layer.tensors[position]);
-        if (trimmed(shape) != trimmed(full)) failAt("weights " + text(trimmed(full)), text(shape));
+    void checkWeights(std::size_t position) {
+        const Shape expected = trimmed({m_needed.taps, m_needed.inputs, m_needed.outputs});
+        if (position >= m_layer.tensors.size() || trimmed(shapeAt(position)) != expected)
+            report(position, "weights " + shapeText(expected), foundAt(position));
     }
 
-    void checkBias(int position) const {
+    void checkBias(std::size_t position) {
         const Shape expected = {m_needed.outputs};
-        if (position >= m_layer.tensorCount) failAt("bias " + text(expected), "no tensor");
-        const Shape shape = shapeOf(m_layer.tensors[position]);
-        if (shape != expected) failAt("bias " + text(expected), text(shape));
+        if (position >= m_layer.tensors.size() || shapeAt(position) != expected)
+            report(position, "bias " + shapeText(expected), foundAt(position));
     }
 
-    bool nextIsGain(int position) const {
-        return position < m_layer.tensorCount && isGain(shapeOf(m_layer.tensors[position]), m_needed.outputs);
+    std::string foundAt(std::size_t position) const {
+        return position < m_layer.tensors.size() ? shapeText(shapeAt(position)) : std::string();
     }
 
-    void checkValues(int position) const {
-        const KaTessel::T_FileTensor& tensor = m_layer.tensors[position];
-        const float* const begin = tensor.values;
-        const float* const end = begin + tensor.count;
-        const float* const bad = std::find_if_not(begin, end, [](float value) { return std::isfinite(value); });
-        if (bad != end) failAt("finite values", shortNumber(*bad) + " in tensor " + std::to_string(position));
-    }
+    bool nextIsGain(std::size_t position) const { return isTrueGain(m_layer, position, m_needed.outputs); }
 
-    const std::string& m_path;
     const Needed& m_needed;
-    const KaTessel::T_FileLayerWeights& m_layer;
+    const WeightLayer& m_layer;
+    std::vector<WeightFault> m_faults;
 };
+
+// One fault for every tensor that holds a value that is not finite.
+std::vector<WeightFault> valueFaults(const WeightLayer& layer) {
+    std::vector<WeightFault> faults;
+    for (std::size_t t = 0; t < layer.tensors.size(); ++t) {
+        const std::vector<float>& values = layer.tensors[t].values;
+        const auto isBad = [](float value) { return !std::isfinite(value); };
+        const auto bad = std::find_if(values.begin(), values.end(), isBad);
+        if (bad == values.end()) continue;
+        const auto index = bad - values.begin();
+        const auto others = std::count_if(bad, values.end(), isBad) - 1;
+        std::string found = shortNumber(*bad);
+        found.append(" in tensor ").append(std::to_string(t)).append(", value ").append(std::to_string(index));
+        if (others > 0) found.append(" and ").append(std::to_string(others)).append(" more");
+        const auto offset = layer.tensors[t].valuesOffset + index * static_cast<std::ptrdiff_t>(sizeof(float));
+        faults.push_back({offset, "layer " + layer.name + " with finite values", found});
+    }
+    return faults;
+}
+
+void append(std::vector<WeightFault>& all, const std::vector<WeightFault>& more) {
+    all.insert(all.end(), more.begin(), more.end());
+}
+
+// Of equal names the first counts.
+const WeightLayer* findLayer(const WeightFile& file, const std::string& name) {
+    const auto layer = std::find_if(file.layers.begin(), file.layers.end(),
+                                    [&](const WeightLayer& candidate) { return candidate.name == name; });
+    return layer == file.layers.end() ? nullptr : &*layer;
+}
+
+// What keeps the engine from computing with a file.
+std::vector<WeightFault> engineFaults(const WeightFile& file) {
+    std::vector<WeightFault> faults = file.faults;
+    if (!faults.empty()) return faults;
+    for (const Needed& needed : neededLayers()) {
+        const WeightLayer* const layer = findLayer(file, needed.name);
+        if (layer == nullptr) {
+            faults.push_back({file.layersEnd, "layer " + needed.name, "none of that name"});
+        } else {
+            append(faults, LayerCheck(needed, *layer).run());
+            append(faults, valueFaults(*layer));
+        }
+    }
+    return faults;
+}
+
+// What the engine does not mind.
+std::vector<WeightFault> carelessFaults(const WeightFile& file) {
+    std::vector<WeightFault> faults;
+    std::set<std::string> seen;
+    for (const WeightLayer& layer : file.layers) {
+        if (layer.nameHoldsZero)
+            faults.push_back({layer.offset, "a name without zero bytes", "one after \"" + layer.name + "\""});
+        const bool again = !seen.insert(layer.name).second;
+        if (again) faults.push_back({layer.offset, "layer " + layer.name + " once", "it again"});
+        if (again || !isNeededLayer(layer.name)) append(faults, valueFaults(layer));
+    }
+    if (file.faults.empty() && file.layersEnd < file.size)
+        faults.push_back({file.layersEnd, "the end of the file after the last layer",
+                          std::to_string(file.size - file.layersEnd) + " more bytes"});
+    return faults;
+}
 
 }  // namespace
 
+bool isNeededLayer(const std::string& name) {
+    const std::vector<Needed> needed = neededLayers();
+    return std::any_of(needed.begin(), needed.end(), [&](const Needed& layer) { return layer.name == name; });
+}
+
+std::string roleOf(const WeightLayer& layer, std::size_t tensor) {
+    const Shape& shape = layer.tensors[tensor].shape;
+    const Shape& weights = layer.tensors.front().shape;
+    if (tensor == 0) return shape.size() == 1 && layer.tensors.size() == 1 ? "bias" : "weights";
+    if (tensor == 1 && shape.size() == 1) return "bias";
+    if (tensor <= 2 && isGain(shape, weights.back())) return "gain";
+    return "unused";
+}
+
+std::vector<WeightFault> findFaults(const WeightFile& file) {
+    std::vector<WeightFault> faults = engineFaults(file);
+    append(faults, carelessFaults(file));
+    std::stable_sort(faults.begin(), faults.end(),
+                     [](const WeightFault& a, const WeightFault& b) { return a.offset < b.offset; });
+    return faults;
+}
+
 void checkModel(const std::string& path) {
-    KaTessel::LayerFile file;
-    std::string why;
-    if (!file.read(path, &why)) fail(kBadModel, path, "a layer weight file", "one that " + why);
-    for (const Needed& needed : neededLayers()) {
-        const int index = KaTessel::findFileLayer(needed.name, file.layerCount(), file.layers());
-        if (index < 0) fail(kBadModel, path, "layer " + needed.name, "none of that name");
-        LayerCheck(path, needed, file.layers()[index]).run();
-    }
+    const std::vector<WeightFault> faults = engineFaults(readWeightFile(path));
+    if (!faults.empty()) fail(kBadModel, path, faults.front().expected, faults.front().found);
 }

@@ -2,7 +2,7 @@
 
 #include <climits>
 #include <cmath>
-#include <memory>
+#include <utility>
 
 #include "Errors.h"
 #include "RateConversion.h"
@@ -23,7 +23,7 @@ std::size_t leadSamples(int rate) {
 
 }  // namespace
 
-PitchTrack offlineTrack(Recording recording, const std::string& path, const std::string& model) {
+PitchTrack offlineTrack(Recording recording, const std::string& path, TrackEngine& engine) {
     const double seconds = recording.seconds();
     if (recording.rate > kLargestRate) recording = convertRate(recording, kEngineRate, path);
     std::vector<float>& samples = recording.samples;
@@ -35,13 +35,11 @@ PitchTrack offlineTrack(Recording recording, const std::string& path, const std:
     samples.insert(samples.begin(), lead, 0.0f);
     samples.insert(samples.end(), tail, 0.0f);
 
-    const std::unique_ptr<void, void (*)(void*)> engine(KTessel_Create(), &KTessel_Destroy);
-    if (KTessel_Configure(recording.rate, 0, 1, model.c_str(), engine.get()) != 0)
-        fail("cannot load the model", model, "a weight file", "none");
+    void* const handle = engine.forRecordings(recording.rate);
     const int count = static_cast<int>(samples.size());
-    const std::size_t room = static_cast<std::size_t>(KTessel_GetNumOutputFramesForInputSamples(count, engine.get())) + 1;
+    const std::size_t room = static_cast<std::size_t>(KTessel_GetNumOutputFramesForInputSamples(count, handle)) + 1;
     std::vector<float> frequencies(room), confidences(room);
-    const int frames = KTessel_DoProcessOffline(samples.data(), count, frequencies.data(), confidences.data(), 0, engine.get());
+    const int frames = KTessel_DoProcessOffline(samples.data(), count, frequencies.data(), confidences.data(), 0, handle);
 
     PitchTrack track;
     for (int f = kMarginFrames; f < frames; ++f) {
@@ -51,4 +49,9 @@ PitchTrack offlineTrack(Recording recording, const std::string& path, const std:
         track.push_back({time, frequencies[at], confidences[at]});
     }
     return track;
+}
+
+PitchTrack offlineTrack(Recording recording, const std::string& path, const std::string& model) {
+    TrackEngine engine(model);
+    return offlineTrack(std::move(recording), path, engine);
 }

@@ -6,9 +6,11 @@
 
 #include "AudioFile.h"
 #include "PitchTrack.h"
+#include "TrackEngine.h"
 
 // Estimates for every 5 ms from instant 0 on, as long as the instant lies inside the recording. A recording at a rate
 // above what the engine takes is converted first. The recording's samples are used up: zeros are put around them.
+PitchTrack offlineTrack(Recording recording, const std::string& path, TrackEngine& engine);
 PitchTrack offlineTrack(Recording recording, const std::string& path, const std::string& model);
 
 #endif

@@ -5,6 +5,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <mutex>
+#include <set>
 #include <system_error>
 
 #include "Errors.h"
@@ -34,10 +36,41 @@ int writeAndClose(int descriptor, const std::string& text) {
     return writeError != 0 ? writeError : closeError;
 }
 
+// The temporary files that are being written, by whichever thread. A file is made, renamed or removed only under the
+// lock, so that whoever holds it knows them all.
+struct Temporaries {
+    std::mutex lock;
+    std::set<fs::path> paths;
+};
+
+Temporaries& temporaries() {
+    static Temporaries all;
+    return all;
+}
+
+// Returns a descriptor, or below 0 with errno set. What lies there already was left by a process that had this number
+// before.
+int createTemporary(const fs::path& path) {
+    const std::lock_guard lock(temporaries().lock);
+    ::unlink(path.c_str());
+    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (descriptor >= 0) temporaries().paths.insert(path);
+    return descriptor;
+}
+
+// Renames the file unless there was an error before. Returns 0 or an error number, and then the file is gone.
+int finishTemporary(const fs::path& path, const fs::path& name, int error) {
+    const std::lock_guard lock(temporaries().lock);
+    if (error == 0 && std::rename(path.c_str(), name.c_str()) != 0) error = errno;
+    if (error != 0) ::unlink(path.c_str());
+    temporaries().paths.erase(path);
+    return error;
+}
+
 }  // namespace
 
-OutputFile::OutputFile(const std::string& path) : m_path(path) {
-    if (path.empty()) return;
+OutputFile::OutputFile(const std::string& path) : m_path(path == "-" ? "" : path) {
+    if (m_path.empty()) return;
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     if (fs::is_directory(status)) failWriting(path, "a file", "a folder");
@@ -73,11 +106,15 @@ void OutputFile::replaceWith(const std::string& text) const {
     temporary += '.';
     temporary += std::to_string(::getpid());
     temporary += ".part";
-    const int descriptor = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0666);
+    const int descriptor = createTemporary(temporary);
     if (descriptor < 0) failWriting(m_path.string(), "a new file in its folder", std::strerror(errno));
-    int error = writeAndClose(descriptor, text);
-    if (error == 0 && std::rename(temporary.c_str(), m_path.c_str()) != 0) error = errno;
-    if (error == 0) return;
-    ::unlink(temporary.c_str());
-    failWriting(m_path.string(), "room for the result", std::strerror(error));
+    const int error = finishTemporary(temporary, m_path, writeAndClose(descriptor, text));
+    if (error != 0) failWriting(m_path.string(), "room for the result", std::strerror(error));
+}
+
+bool OutputFile::isTerminal() const { return m_path.empty() && ::isatty(STDOUT_FILENO) != 0; }
+
+void OutputFile::abandonAll() {
+    temporaries().lock.lock();  // for good
+    for (const fs::path& path : temporaries().paths) ::unlink(path.c_str());
 }

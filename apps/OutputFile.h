@@ -7,7 +7,7 @@
 
 class OutputFile {
 public:
-    // An empty path is standard output. Fails at once, before any work is done, when the path cannot be written.
+    // An empty path and "-" are standard output. Fails at once, before any work is done, when the path cannot be written.
     explicit OutputFile(const std::string& path);
 
     // Whether this is the same file as `other`.
@@ -16,6 +16,12 @@ public:
     // Writes the text: to a temporary name in the same folder, then renamed over what was there. Devices and
     // pipes are written directly.
     void write(const std::string& text) const;
+
+    // Whether it is standard output, and that a terminal.
+    bool isTerminal() const;
+
+    // For a process that is about to end: removes the temporary files of every thread and lets no new ones come.
+    static void abandonAll();
 
 private:
     void replaceWith(const std::string& text) const;

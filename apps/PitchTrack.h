@@ -15,7 +15,13 @@ using PitchTrack = std::vector<PitchRow>;
 // Marks rows with a confidence below `threshold` as unvoiced.
 void applyThreshold(PitchTrack& track, double threshold);
 
+// Marks rows with a frequency below `lowest` or above `highest` [Hz] as unvoiced.
+void applyRange(PitchTrack& track, double lowest, double highest);
+
 // Pitch of `frequency` [Hz] in cents above 440 Hz; not a number for 0 Hz.
 double centsAbove440(float frequency);
+
+// Pitch of `frequency` [Hz] as a MIDI note number, 69 at 440 Hz, with what lies between two notes; not a number for 0 Hz.
+double midiNote(float frequency);
 
 #endif

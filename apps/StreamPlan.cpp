@@ -44,6 +44,12 @@ bool StreamPlan::streamsWhole(int rate) { return wholeBlock(rate) > 0; }
 
 StreamPlan StreamPlan::forGrid(int rate) { return StreamPlan(rate, wholeBlock(rate)); }
 
+StreamPlan StreamPlan::forLeastDelay(int rate) {
+    int size = 1;
+    while (!losesNothing(rate, size)) ++size;
+    return StreamPlan(rate, size);
+}
+
 StreamPlan StreamPlan::forHostBlocks(int rate, int blockSize) { return StreamPlan(rate, blockSize); }
 
 int StreamPlan::smallestBlock(int rate) {

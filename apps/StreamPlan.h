@@ -27,6 +27,9 @@ public:
     // Every frame, on the 5 ms grid. Needs streamsWhole(rate).
     static StreamPlan forGrid(int rate);
 
+    // The same in the smallest blocks that lose nothing, so that little waits until a block is full.
+    static StreamPlan forLeastDelay(int rate);
+
     // Blocks of `blockSize` samples, as a host would pass them, with what that loses and hides. A size outside
     // smallestBlock(rate) .. largestBlock(rate) is not streamed: below, nothing reaches the engine; above, its
     // memory of one second overflows.

@@ -1,7 +1,8 @@
 #include "StreamTrack.h"
 
 #include <algorithm>
-#include <memory>
+#include <cstdint>
+#include <vector>
 
 #include "Errors.h"
 #include "RateConversion.h"
@@ -9,15 +10,6 @@
 #include "katessel/KTessel.h"
 
 namespace {
-
-using Engine = std::unique_ptr<void, void (*)(void*)>;
-
-Engine openEngine(const StreamPlan& plan, const std::string& model) {
-    Engine engine(KTessel_Create(), &KTessel_Destroy);
-    if (KTessel_Configure(plan.rate(), 0, plan.blockSize(), model.c_str(), engine.get()) != 0)
-        fail("cannot load the model", model, "a weight file", "none");
-    return engine;
-}
 
 // One block of the stream: zeros, the recording, zeros without end. `first` is the block's first sample,
 // counted from the recording's start.
@@ -31,15 +23,15 @@ void fillBlock(const Recording& recording, std::int64_t first, std::vector<float
 }
 
 // Streams until a frame is about an instant past the end.
-PitchTrack stream(const Recording& recording, double seconds, const StreamPlan& plan, const std::string& model) {
-    const Engine engine = openEngine(plan, model);
+PitchTrack stream(const Recording& recording, double seconds, const StreamPlan& plan, TrackEngine& engine) {
+    void* const handle = engine.forStream(plan.rate(), plan.blockSize());
     const double end = seconds - 1e-9;  // instants carry rounding errors
     std::vector<float> block(static_cast<std::size_t>(plan.blockSize()));
     PitchTrack track;
     for (std::int64_t passed = 0;; ++passed) {
         fillBlock(recording, passed * plan.blockSize() - plan.leadSamples(), block);
         PitchRow row;
-        KTessel_DoProcess(block.data(), plan.blockSize(), &row.frequency, &row.confidence, 0, engine.get());
+        KTessel_DoProcess(block.data(), plan.blockSize(), &row.frequency, &row.confidence, 0, handle);
         const std::int64_t frames = plan.framesAfter(passed + 1);
         if (frames == plan.framesAfter(passed)) continue;
         row.time = plan.instantOf(frames - 1);
@@ -50,22 +42,27 @@ PitchTrack stream(const Recording& recording, double seconds, const StreamPlan& 
 
 }  // namespace
 
-PitchTrack streamTrack(const Recording& recording, const std::string& path, const std::string& model) {
+PitchTrack streamTrack(const Recording& recording, const std::string& path, TrackEngine& engine) {
     const double seconds = recording.seconds();
     if (StreamPlan::streamsWhole(recording.rate))
-        return stream(recording, seconds, StreamPlan::forGrid(recording.rate), model);
+        return stream(recording, seconds, StreamPlan::forGrid(recording.rate), engine);
     const Recording converted = convertRate(recording, kEngineRate, path);
-    return stream(converted, seconds, StreamPlan::forGrid(kEngineRate), model);
+    return stream(converted, seconds, StreamPlan::forGrid(kEngineRate), engine);
 }
 
-PitchTrack streamTrackInBlocks(const Recording& recording, const std::string& model, int blockSize) {
+PitchTrack streamTrack(const Recording& recording, const std::string& path, const std::string& model) {
+    TrackEngine engine(model);
+    return streamTrack(recording, path, engine);
+}
+
+PitchTrack streamTrackInBlocks(const Recording& recording, const std::string& path, TrackEngine& engine, int blockSize) {
     const int smallest = StreamPlan::smallestBlock(recording.rate);
     const int largest = StreamPlan::largestBlock(recording.rate);
-    const std::string where = "at " + std::to_string(recording.rate) + " Hz";
+    const std::string where = path + " at " + std::to_string(recording.rate) + " Hz";
     if (largest < smallest)
         failUsage("wrong block size", where, "no block size at this rate", std::to_string(blockSize));
     if (blockSize < smallest || blockSize > largest)
         failUsage("wrong block size", where, std::to_string(smallest) + " to " + std::to_string(largest) + " samples",
                   std::to_string(blockSize));
-    return stream(recording, recording.seconds(), StreamPlan::forHostBlocks(recording.rate, blockSize), model);
+    return stream(recording, recording.seconds(), StreamPlan::forHostBlocks(recording.rate, blockSize), engine);
 }

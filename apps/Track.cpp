@@ -1,41 +1,101 @@
 #include "Track.h"
 
-#include <cmath>
-#include <utility>
+#include <unistd.h>
 
-#include "AudioFile.h"
-#include "CsvWriter.h"
+#include <algorithm>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
+
 #include "Errors.h"
-#include "ModelCard.h"
-#include "ModelCheck.h"
-#include "ModelPath.h"
-#include "OfflineTrack.h"
+#include "Interruption.h"
 #include "OutputFile.h"
-#include "StreamTrack.h"
+#include "SoundSource.h"
+#include "TrackPlan.h"
+#include "TrackPool.h"
+#include "TrackSettings.h"
+#include "TrackWorker.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
-PitchTrack produce(const TrackOptions& options, Recording recording, const std::string& model) {
-    if (options.blockSize) return streamTrackInBlocks(recording, model, *options.blockSize);
-    if (options.mode == TrackMode::live) return streamTrack(recording, options.recording, model);
-    return offlineTrack(std::move(recording), options.recording, model);
+constexpr char kWrongUsage[] = "wrong usage";
+
+bool isFolder(const std::string& path) {
+    std::error_code error;
+    return fs::is_directory(path, error);
+}
+
+// Whether the command line names one recording and not folders, neither to read nor to write.
+bool isSingle(const TrackOptions& options) {
+    const InputOptions& inputs = options.inputs;
+    if (inputs.paths.size() != 1 || !inputs.listFile.empty() || options.shard) return false;
+    if (inputs.recursive && isFolder(inputs.paths[0])) return false;
+    return options.output.empty() || (options.output.back() != '/' && !isFolder(options.output));
+}
+
+ExistingTracks existingTracks(const TrackOptions& options) {
+    if (options.skipExisting) return ExistingTracks::skip;
+    return options.force ? ExistingTracks::replace : ExistingTracks::refuse;
+}
+
+// A file that is named says by its extension what it is.
+const TrackFormat& defaultFormat(const TrackOptions& options) {
+    return isSingle(options) ? trackFormatOfFile(options.output) : trackFormats().front();
+}
+
+std::vector<TrackJob> planRun(const TrackOptions& options, const TrackFormat& format) {
+    if (options.output == kStandardStream)
+        failUsage(kWrongUsage, "-o -", "one recording", "a run of several");
+    std::vector<Input> inputs = selectInputs(options.inputs);
+    const Shard shard = options.shard ? parseShard(*options.shard) : Shard{};
+    if (options.shard) sortInputs(inputs);
+    std::vector<TrackJob> jobs = planMany(inputs, options.output, std::string(".f0") + format.extension);
+    if (options.shard) jobs = shardOf(jobs, shard);
+    checkExisting(jobs, existingTracks(options));
+    return jobs;
+}
+
+void trackSingle(const TrackOptions& options, TrackSettings& settings) {
+    const TrackJob job = planSingle(options.inputs.paths[0], options.output, options.skipExisting);
+    if (job.isDone) return;
+    if (settings.format->isBinary && OutputFile(job.output).isTerminal())
+        failUsage("cannot write", "standard output", std::string("a file or a pipe for ") + settings.format->name,
+                  "a terminal");
+    chooseModel(options, settings);
+    TrackWorker(settings).run(job);
+}
+
+void trackMany(const TrackOptions& options, TrackSettings& settings) {
+    const std::vector<TrackJob> jobs = planRun(options, *settings.format);
+    chooseModel(options, settings);
+    const int processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    const std::size_t failures = runJobs(jobs, settings, options.threads.value_or(processors), !options.quiet);
+    if (failures > 0)
+        fail("not everything is tracked", std::to_string(jobs.size()) + " recordings", "a track of each",
+             std::to_string(failures) + " without");
+}
+
+// What is left to do when somebody ends the process.
+void leaveNothingBehind() {
+    OutputFile::abandonAll();
+    // Below what may stand on the terminal.
+    if (::isatty(STDERR_FILENO) != 0 && ::write(STDERR_FILENO, "\n", 1) < 0) return;
 }
 
 }  // namespace
 
 void runTrack(const TrackOptions& options) {
     // Everything that can be wrong, before the long part.
-    if (options.threshold && !(*options.threshold >= 0.0 && std::isfinite(*options.threshold)))
-        failUsage("wrong threshold", "--threshold", "a number from 0 up", shortNumber(*options.threshold));
-    if (options.blockSize && options.mode == TrackMode::offline)
-        failUsage("wrong usage", "--block-size", "--mode live", "--mode offline, which has no blocks");
-    const OutputFile output(options.output);
-    if (output.isSameAs(options.recording))
-        failUsage("cannot write", options.output, "a file of its own", "the recording itself");
-    const std::string model = modelPath(options.model);
-    checkModel(model);
-    const double threshold = options.threshold ? *options.threshold : defaultThreshold(model);
-    PitchTrack track = produce(options, readRecording(options.recording), model);
-    applyThreshold(track, threshold);
-    output.write(csvText(track, options.cents ? PitchUnit::cents : PitchUnit::hertz));
+    if (options.inputs.paths.empty() && options.inputs.listFile.empty())
+        failUsage(kWrongUsage, "track", "a FILE or --files-from", "neither");
+    TrackSettings settings = chooseSettings(options, defaultFormat(options));
+    endOnSignals(&leaveNothingBehind);
+    if (isSingle(options))
+        trackSingle(options, settings);
+    else
+        trackMany(options, settings);
 }

@@ -6,7 +6,9 @@
 
 #include "Commands.h"
 #include "Errors.h"
+#include "FileHash.h"
 #include "InstructionChoice.h"
+#include "ModelPath.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/KTessel.h"
 
@@ -18,6 +20,15 @@ constexpr char kAbout[] =
     "The environment variable KATESSEL_ISA names the vector instructions to compute\n"
     "with (scalar, sse2, avx2 or avx512); without it the best available are used.\n"
     "Exit status: 0 success, 1 failure, 2 wrong usage.";
+
+// Says also of an incomplete installation what it is.
+std::string defaultModelHash() {
+    try {
+        return fileSha256(modelPath(""));
+    } catch (const ToolError&) {
+        return "none";
+    }
+}
 
 // Runs the chosen command, or prints help or the version where they were asked for.
 void parse(CLI::App& app, int argc, char** argv) {
@@ -33,12 +44,20 @@ void run(int argc, char** argv) {
     CLI::App app(kAbout, "katessel");
     app.set_version_flag("--version", [] {
         applyInstructionChoice();
-        return std::string(KTessel_GetVersion()) + ", " + KaTessel::instructionSet();
+        return std::string(KTessel_GetVersion()) + ", model " + defaultModelHash() + ", " + KaTessel::instructionSet();
     });
     app.require_subcommand(1);
     addTrackCommand(app);
     addEvalCommand(app);
     addBenchCommand(app);
+#ifdef KATESSEL_HAS_CAIRO
+    addPlotCommand(app);
+#endif
+    addModelCommand(app);
+    addSynthCommand(app);
+#ifdef KATESSEL_HAS_JACK
+    addLiveCommand(app);
+#endif
     parse(app, argc, argv);
 }
 

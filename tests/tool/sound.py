@@ -5,6 +5,8 @@ glide F G          from F to G Hz and back again, evenly in octaves
 silence            zeros
 half F             the tone at half its level
 left F             two channels, the tone in the first
+both F G           two channels, a tone in each
+melody N:S ..      one after the other, S seconds of note N (MIDI; with decimals; - for silence), repeated if need be
 clicks             single samples that are not 0, those nearest to 0.1, 0.201, .. 0.504 s: all places in a 5 ms hop
 bad VALUE AT       a tone with one sample of VALUE (nan, inf, 1e30) at AT seconds
 """
@@ -28,9 +30,21 @@ def click_samples(rate):
     return [round((0.1 + 0.101 * k) * rate) for k in range(5)]
 
 
+def melody(rate, count, notes):
+    """Without a jump in phase between two notes, which would be a click."""
+    hertz = []
+    while len(hertz) < count:
+        for note, seconds in notes:
+            hertz += [0.0 if note == "-" else 440 * 2 ** ((float(note) - 69) / 12)] * round(float(seconds) * rate)
+    sound = harmonic_sound(rate, count, lambda t: hertz[round(t * rate)] or 440.0)
+    return [s if f else 0.0 for s, f in zip(sound, hertz)]
+
+
 def make(rate, seconds, kind, arguments):
     """Returns the samples of all channels in turn, and the number of channels."""
     count = round(rate * seconds)
+    if kind == "melody":
+        return melody(rate, count, [a.split(":") for a in arguments]), 1
     numbers = [float(a) for a in arguments]
     if kind == "tone":
         return list(harmonic_sound(rate, count, lambda t: numbers[0])), 1
@@ -49,6 +63,9 @@ def make(rate, seconds, kind, arguments):
         return samples, 1
     if kind == "left":
         return [x for s in harmonic_sound(rate, count, lambda t: numbers[0]) for x in (s, 0.0)], 2
+    if kind == "both":
+        both = zip(*(harmonic_sound(rate, count, lambda t, f=f: f) for f in numbers))
+        return [x for pair in both for x in pair], 2
     if kind == "bad":
         value, at = numbers
         samples = list(harmonic_sound(rate, count, lambda t: 200.0))

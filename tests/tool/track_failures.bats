@@ -20,7 +20,7 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
 @test "a recording that is not there, or a folder" {
   fails_with 1 "cannot read the recording: none.wav: expected an audio file, found No such file" track none.wav
   mkdir folder
-  fails_with 1 "cannot read the recording: folder: expected an audio file, found a folder" track folder
+  fails_with 1 "cannot read the recording: folder: expected an audio file (-r for folders), found a folder" track folder
   fails_with 1 "none.wav" track none.wav -o out.csv
 }
 
@@ -45,7 +45,7 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
 }
 
 @test "block sizes that the engine cannot take" {
-  fails_with 2 "wrong block size: at 24000 Hz: expected 1 to 22976 samples, found 22977" track good.wav --block-size 22977
+  fails_with 2 "wrong block size: good.wav at 24000 Hz: expected 1 to 22976 samples, found 22977" track good.wav --block-size 22977
   katessel track good.wav --block-size 22976 > /dev/null
   fails_with 2 "expected no block size at this rate, found 512" track fast.wav --block-size 512
   fails_with 2 "wrong usage: " track good.wav --block-size 0
@@ -53,8 +53,6 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
 
 @test "an output that cannot be written" {
   fails_with 1 "cannot write: none/out.csv: expected an existing folder, found none" track good.wav -o none/out.csv
-  mkdir folder
-  fails_with 1 "cannot write: folder: expected a file, found a folder" track good.wav -o folder
   fails_with 2 "cannot write: good.wav: expected a file of its own, found the recording itself" track good.wav -o good.wav
 }
 
@@ -78,7 +76,6 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
 @test "wrong usage" {
   fails_with 2 "wrong usage: " track
   fails_with 2 "wrong usage: " track good.wav --no-such-option
-  fails_with 2 "wrong usage: " track good.wav extra.wav
   fails_with 2 "wrong usage: " track good.wav --threshold high
   fails_with 2 "wrong threshold: --threshold: expected a number from 0 up, found nan" track good.wav --threshold nan
   fails_with 2 "found -0.5" track good.wav --threshold=-0.5

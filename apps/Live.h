@@ -1,0 +1,19 @@
+// `katessel live`: the pitch of a JACK port, now.
+#ifndef KATESSEL_APPS_LIVE_H
+#define KATESSEL_APPS_LIVE_H
+
+#include <optional>
+#include <string>
+
+struct LiveOptions {
+    std::string port;                 // empty: the first with sound from outside
+    bool list = false;                // only name the ports
+    std::optional<std::string> csv;   // file of the track; "-": standard output; none: none
+    std::optional<double> duration;   // [s]; none: until interrupted
+    std::string model;                // empty: the default model
+    std::optional<double> threshold;  // none: the model's own
+};
+
+void runLive(const LiveOptions& options);
+
+#endif

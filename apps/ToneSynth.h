@@ -1,0 +1,17 @@
+// A tone that follows a pitch track, without a break in its phase.
+#ifndef KATESSEL_APPS_TONESYNTH_H
+#define KATESSEL_APPS_TONESYNTH_H
+
+#include <vector>
+
+#include "PitchTrack.h"
+
+enum class Waveform { sine, harmonics };
+
+// `count` samples at `rate` [Hz] from the instant 0 on. `levels` holds the root mean square for each row of the track.
+// Between two voiced rows pitch and level glide; where a voiced stretch begins and ends the tone is faded over 10 ms.
+// Rows more than 30 ms apart are not connected.
+std::vector<float> followPitch(const PitchTrack& track, const std::vector<float>& levels, Waveform waveform, int rate,
+                               std::size_t count);
+
+#endif

@@ -1,0 +1,25 @@
+// Tracking one recording after the other, each from reading to writing.
+#ifndef KATESSEL_APPS_TRACKWORKER_H
+#define KATESSEL_APPS_TRACKWORKER_H
+
+#include "TrackDocument.h"
+#include "TrackEngine.h"
+#include "TrackPlan.h"
+#include "TrackSettings.h"
+
+class TrackWorker {
+public:
+    // Refers to the settings.
+    explicit TrackWorker(const TrackSettings& settings);
+
+    // Writes the track of one recording. Returns how much sound that was [s].
+    double run(const TrackJob& job);
+
+private:
+    TrackDocument track(const TrackJob& job);
+
+    const TrackSettings& m_settings;
+    TrackEngine m_engine;
+};
+
+#endif

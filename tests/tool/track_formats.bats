@@ -1,0 +1,149 @@
+# The formats and units that `katessel track` writes.
+load common
+
+read_track() { "$PYTHON" "$HERE/read_track.py" "$@"; }
+
+setup_file() {
+  cd "$BATS_FILE_TMPDIR"
+  # A tone between two silences.
+  sound note.wav 24000 0.6 melody -:0.2 57:0.2 -:0.2
+  katessel track note.wav > note.csv
+  sound melody.wav 24000 3 melody -:0.2 57:0.3 64.2:0.3 -:0.1 59:0.3 -:0.02 59:0.2 -:0.2 71:0.02 59:0.1 60:0.1 59:0.1 \
+    59.7:0.06 58.6:0.1 59.7:0.06 58.6:0.1 -:0.2 62:0.08 -:1
+}
+
+setup() { enter_folder "$BATS_FILE_TMPDIR"/*.{wav,csv}; }
+
+# rows_of FILE.csv: what the other row formats must hold.
+rows_of() { tail -n +2 "$1"; }
+# near DISTANCE FILE FILE: the numbers of the two are as near as that, and all else is the same.
+near() {
+  paste -d, "$2" "$3" | awk -F, -v most="$1" '{ for (i = 1; i <= NF / 2; ++i) {
+    d = $i - $(i + NF / 2)
+    if ($i + 0 == $i ? d * d > most * most : $i != $(i + NF / 2)) bad = 1 } } END { exit bad || NR == 0 }'
+}
+
+@test "tsv, json and npy hold the rows of csv" {
+  grep -q ',0\.000,' note.csv && grep -q ',2[12][0-9]\.' note.csv
+  katessel track note.wav --format csv | cmp - note.csv
+  katessel track note.wav --format tsv | tr '\t' , | cmp - note.csv
+  for format in json npy; do
+    katessel track note.wav --format $format > track.$format
+    read_track track.$format > rows
+    near 0.0011 rows <(rows_of note.csv)
+    katessel track note.wav --format $format --unit midi > track.$format
+    katessel track note.wav --unit midi > midi.csv
+    read_track track.$format > rows
+    near 0.0011 rows <(rows_of midi.csv)
+  done
+}
+
+@test "json says where it comes from" {
+  katessel track note.wav --format json --start 0.1 --duration 0.3 --threshold 0.5 --mode live --fmax 900 > track.json
+  "$PYTHON" - "$(sha256sum < "$MODEL" | cut -d' ' -f1)" "$(katessel --version)" <<'PY'
+import json, sys
+with open("track.json") as f:
+    track = json.load(f)
+assert track["recording"] == "note.wav" and track["sample_rate"] == 24000
+assert (track["start"], track["end"]) == (0.1, 0.4)
+assert track["model"]["sha256"] == sys.argv[1]
+version = sys.argv[2].split(", ")
+assert (track["library"], track["instructions"]) == (version[0], version[2]), version
+assert version[1] == "model " + sys.argv[1]
+assert track["settings"] == {"mode": "live", "threshold": 0.5, "fmax": 900.0}, track["settings"]
+PY
+  # Any name gives good JSON.
+  cp note.wav $'a"b\\c\xff.wav'
+  katessel track $'a"b\\c\xff.wav' --format json | "$PYTHON" -c 'import json, sys; json.load(sys.stdin)'
+}
+
+@test "pitchtier has a point for every voiced row" {
+  katessel track note.wav --start 0.1 --duration 0.4 --format pitchtier > track.PitchTier
+  [ "$(read_track track.PitchTier | head -n 1)" = 0.100,0.500 ]
+  read_track track.PitchTier | tail -n +2 | cmp - <(awk -F, -v OFS=, 'NR > 1 && $2 > 0 { print $1, $2 }' note.csv)
+  katessel track note.wav --threshold 9 --format pitchtier > track.PitchTier
+  [ "$(read_track track.PitchTier)" = 0.000,0.600 ]
+}
+
+@test "lab has segments that meet between the rows and cover the part" {
+  katessel track note.wav --format lab > track.lab
+  read_track track.lab > segments
+  awk -F, 'NR == FNR { if (FNR > 1) voiced[$1] = $2 > 0; next }
+    { if ($1 != end + 0 || $3 == label) bad = 1; end = $2; label = $3
+      for (t in voiced) if (t > $1 && t < $2 && voiced[t] != ($3 == "voiced")) bad = 1 }
+    END { exit bad || FNR < 3 || end != 0.6 }' note.csv segments
+  # Half a row, not a whole one, lies between a segment and the row that is not in it.
+  grep -qE '^0\.0000,0\.[0-9]{2}[27]5,' segments
+  katessel track note.wav --format lab --start 0.301 --duration 0.05 > track.lab
+  [ "$(read_track track.lab)" = 0.3010,0.3510,voiced ]
+}
+
+@test "midi has the notes, without what is too short to be one" {
+  katessel track melody.wav --format midi > track.mid
+  read_track track.mid > notes
+  cat notes
+  # One note has a gap of 20 ms, one begins with 20 ms an octave too high, one wavers.
+  near 0.035 notes <(printf '%s\n' 0.2,0.5,57 0.5,0.8,64 0.9,1.42,59 1.62,1.74,59 1.74,1.84,60 1.84,2.26,59 2.46,2.54,62 3)
+  # Silence has no notes, but an end.
+  katessel track note.wav --threshold 9 --format midi -o silent.mid
+  [ "$(read_track silent.mid)" = 0.600 ]
+}
+
+@test "--unit and --unvoiced" {
+  katessel track note.wav --unit midi > midi.csv
+  [ "$(head -n 1 midi.csv)" = time,midi,confidence ]
+  paste -d, note.csv midi.csv | awk -F, 'NR > 1 && ($2 == 0 ? $5 != "nan" : (69 + 12 * log($2 / 440) / log(2) - $5)^2 > 1e-5) { bad = 1 }
+    END { exit bad || NR < 120 }'
+  katessel track note.wav --unit cents > cents.csv
+  katessel track note.wav --cents | cmp - cents.csv
+  katessel track note.wav --unvoiced nan > nan.csv
+  sed 's/,0\.000,/,nan,/' note.csv | cmp - nan.csv
+  for unit in hz cents; do
+    katessel track note.wav --unit $unit --unvoiced nan | grep -v nan > expected.csv
+    katessel track note.wav --unit $unit --unvoiced drop | cmp - expected.csv
+    katessel track note.wav --unit $unit --unvoiced drop --format npy > track.npy
+    read_track track.npy > rows
+    near 0.0011 rows <(rows_of expected.csv)
+  done
+  fails_with 2 "wrong usage: --unvoiced zero: expected --unit hz, found --unit cents, where 0 is a pitch" \
+    track note.wav --cents --unvoiced zero
+  fails_with 2 "wrong usage: --unit: expected a format with rows, found lab" track note.wav --format lab --cents
+  fails_with 2 "wrong usage: --unvoiced: expected a format with rows, found midi" track note.wav -o n.mid --unvoiced nan
+  fails_with 2 "wrong usage: " track note.wav --cents --unit hz
+  fails_with 2 "wrong usage: --unit" track note.wav --unit bark
+  fails_with 2 "wrong usage: --format" track note.wav --format xml
+}
+
+@test "--fmin and --fmax" {
+  sound two.wav 24000 0.6 melody 57:0.3 69:0.3
+  katessel track two.wav --fmin 300 > high.csv
+  katessel track two.wav --fmax 300 > low.csv
+  katessel track two.wav > all.csv
+  track_report high.csv median 430 450
+  track_report low.csv median 215 225
+  # Each row is voiced in one of them, as it was in the whole; what it is sure of stays.
+  paste -d, all.csv high.csv low.csv | awk -F, 'NR > 1 && ($5 + $8 != $2 || $5 * $8 != 0 || $6 != $3 || $9 != $3) { bad = 1 }
+    END { exit bad || NR < 120 }'
+  fails_with 2 "wrong frequency: --fmax: expected a number from --fmin up, found 100" track two.wav --fmin 200 --fmax 100
+  fails_with 2 "wrong frequency: --fmin: expected a number from 0 up, found nan" track two.wav --fmin nan
+}
+
+@test "the extension of -o says the format, --format goes before it" {
+  for name in track.tsv track.json track.PitchTier track.lab track.mid; do
+    katessel track note.wav -o $name
+    ! cmp -s $name note.csv
+    katessel track note.wav -o "$name.csv" --format "$(sed 's/.*\.//; s/mid/midi/; s/PitchTier/pitchtier/' <<< $name)"
+    cmp $name $name.csv
+  done
+  katessel track note.wav -o track.txt
+  cmp track.txt note.csv
+  # Beside the recordings.
+  katessel track note.wav melody.wav --format pitchtier
+  cmp note.f0.PitchTier track.PitchTier
+}
+
+@test "nothing binary on a terminal" {
+  run script -qec '"$KATESSEL_TOOL" track note.wav --format midi' /dev/null
+  [ "$status" -eq 2 ]
+  [[ $output == *"cannot write: standard output: expected a file or a pipe for midi, found a terminal"* ]]
+}

@@ -1,0 +1,122 @@
+# Which sound of a recording `katessel track` takes: channels, parts, standard input, sound without a header.
+load common
+
+setup_file() {
+  cd "$BATS_FILE_TMPDIR"
+  sound both.wav 48000 0.4 both 200 300
+  for rate in 11025 24000 44100; do
+    sound glide$rate.wav $rate 3.7 glide 150 400
+  done
+  sound tone.wav 24000 0.3 tone 200
+}
+
+setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
+
+# samples FILE.wav: its samples, without what comes before them in files of sound.py.
+samples() { tail -c +45 "$1"; }
+
+# agree FILE FILE: the same instants, and the same pitch to a few cents.
+agree() {
+  paste -d, "$1" "$2" | awk -F, 'NR > 1 && ($1 != $4 || ($2 - $5)^2 > (0.002 * $2)^2 || ($3 - $6)^2 > 0.01^2) { bad = 1 }
+    END { exit bad || NR < 2 }'
+}
+
+@test "--channel" {
+  for case in "1 200" "2 300"; do
+    set -- $case
+    katessel track both.wav --channel $1 > track.csv
+    track_report track.csv median $(($2 - 4)) $(($2 + 4))
+  done
+  fails_with 1 "cannot read the recording: both.wav: expected channel 3, found 2 channels" track both.wav --channel 3
+  fails_with 1 "tone.wav: expected channel 2, found 1 channel" track tone.wav --channel 2 -o out.csv
+  fails_with 2 "wrong usage: --channel" track both.wav --channel 0
+}
+
+@test "--start and --duration give rows of the whole track" {
+  for rate in 11025 24000 44100; do
+    for mode in offline live; do
+      katessel track glide$rate.wav --mode $mode > whole.csv
+      # From the first whole second on, in the middle between two rows, and to the end.
+      for case in "0.3 0.5" "2.0 0.25" "2.5025 0.1" "3.45 9"; do
+        set -- $case
+        katessel track glide$rate.wav --mode $mode --start $1 --duration $2 > part.csv
+        awk -F, -v a=$1 -v b=$2 'NR == 1 || $1 >= a && $1 < a + b' whole.csv > expected.csv
+        [ "$(wc -l < part.csv)" = "$(wc -l < expected.csv)" ]
+        agree part.csv expected.csv
+      done
+      katessel track glide$rate.wav --mode $mode --start 3 > part.csv
+      agree part.csv <(awk -F, 'NR == 1 || $1 >= 3' whole.csv)
+    done
+  done
+  katessel track glide24000.wav --duration 0.1 > part.csv
+  track_report part.csv rows 20
+}
+
+@test "a part of a compressed recording" {
+  speech=$KATESSEL_SOURCE/examples/audio/speech_nathalie.ogg
+  katessel track "$speech" > whole.csv
+  katessel track "$speech" --start 2.2 --duration 0.6 > part.csv
+  agree part.csv <(awk -F, 'NR == 1 || $1 >= 2.2 && $1 < 2.7999' whole.csv)
+}
+
+@test "what lies outside the part does not matter, nor is it looked for" {
+  sound bad.wav 24000 2.5 bad nan 2.4
+  katessel track bad.wav --duration 1 > part.csv
+  track_report part.csv rows 200
+  fails_with 1 "found nan at 2.4 s" track bad.wav --start 2
+  for start in 0.3 1.1 5 1e9; do
+    fails_with 1 "cannot read the recording: tone.wav: expected sound at $(printf %g $start) s, found its end before that" \
+      track tone.wav --start $start -o out.csv
+  done
+  fails_with 2 "wrong time: --start: expected a number from 0 up, found -1" track tone.wav --start=-1
+  fails_with 2 "wrong time: --duration: expected a number above 0, found 0" track tone.wav --duration 0
+}
+
+@test "standard input, in a known format" {
+  katessel track tone.wav > expected.csv
+  katessel track - < tone.wav | cmp - expected.csv
+  # Not all that is read can go back to its start.
+  speech=$KATESSEL_SOURCE/examples/audio/speech_nathalie.ogg
+  katessel track "$speech" --start 1.5 --duration 1 > expected.csv
+  cat "$speech" | katessel track - --start 1.5 --duration 1 -o - | cmp - expected.csv
+  # Something long before the samples.
+  "$PYTHON" -c 'import sys
+data = open("tone.wav", "rb").read()
+data = data[:36] + b"LIST" + (200000).to_bytes(4, "little") + bytes(200000) + data[36:]
+open("list.wav", "wb").write(b"RIFF" + (len(data) - 8).to_bytes(4, "little") + data[8:])'
+  katessel track tone.wav > expected.csv
+  cat list.wav | katessel track - | cmp - expected.csv
+  run --separate-stderr bash -c 'head -c 30 tone.wav | "$KATESSEL_TOOL" track -'
+  [ "$status" -eq 1 ]
+  [[ $stderr == "katessel: cannot read the recording: -: expected a known audio format, found "* ]]
+}
+
+@test "--raw: floats and integers, several channels, from a pipe and from a file" {
+  katessel track tone.wav > expected.csv
+  samples tone.wav | katessel track --raw f32:24000 - | cmp - expected.csv
+  katessel track both.wav --channel 2 --start 0.1 --duration 0.2 > expected.csv
+  samples both.wav | katessel track --raw f32:48000:2 - --channel 2 --start 0.1 --duration 0.2 | cmp - expected.csv
+  samples both.wav > both.raw
+  katessel track both.raw --raw f32:48000:2 --channel 2 --start 0.1 --duration 0.2 | cmp - expected.csv
+  katessel track glide24000.wav --start 3.2 > expected.csv
+  samples glide24000.wav | katessel track --raw f32:24000 - --start 3.2 | cmp - expected.csv
+  # Integers are what a WAV of 16 bits holds, with its sign.
+  samples tone.wav | "$PYTHON" -c 'import array, sys, wave
+sound = array.array("h", [round(32768 * s) for s in array.array("f", sys.stdin.buffer.read())])
+with wave.open("tone16.wav", "wb") as out:
+    out.setparams((1, 2, 24000, 0, "NONE", ""))
+    out.writeframes(sound.tobytes())'
+  katessel track tone16.wav > expected.csv
+  tail -c +45 tone16.wav | katessel track --raw s16:24000 - | cmp - expected.csv
+}
+
+@test "sound without a header that is not as described" {
+  samples both.wav | head -c 70001 > cut.raw
+  fails_with 1 "cut.raw: expected whole frames of 8 bytes, found one of 1 at the end" track cut.raw --raw f32:48000:2
+  : > nothing.raw
+  fails_with 1 "nothing.raw: expected at least 1 sample, found 0 samples" track nothing.raw --raw s16:48000
+  for form in f32 f64:48000 f32:0 f32:48000:0 f32:48000:2:1 f32:48k f32: s16:-8000; do
+    fails_with 2 "wrong form of sound: --raw: expected f32:RATE or s16:RATE" track tone.wav "--raw=$form"
+  done
+  fails_with 2 "wrong usage: --raw: expected recordings by name, found -r" track . -r --raw f32:48000
+}
