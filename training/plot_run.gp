@@ -2,6 +2,7 @@
 set terminal pngcairo size 1000,900 font "sans,10"
 set output run."/run.png"
 set datafile separator ","
+set termoption noenhanced
 set multiplot layout 3,1
 set grid
 set key outside right
