@@ -1,24 +1,27 @@
-# What an installation holds: headers, library, package descriptions, the default model, the tool.
+# What an installation holds: headers, library, package descriptions, the default model, the tool. The components are the
+# packages of Packages.cmake.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS KaTesselLib EXPORT KaTesselTargets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/katessel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(FILES models/default.weights models/default.json DESTINATION ${CMAKE_INSTALL_DATADIR}/katessel)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/katessel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  COMPONENT development)
+install(FILES models/default.weights models/default.json DESTINATION ${CMAKE_INSTALL_DATADIR}/katessel COMPONENT model)
 
 # find_package(KaTessel): the target KaTessel::KaTesselLib and the variable KaTessel_DEFAULT_MODEL.
 set(KATESSEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KaTessel)
 set(KATESSEL_MODEL_DIR ${CMAKE_INSTALL_DATADIR}/katessel)
-install(EXPORT KaTesselTargets NAMESPACE KaTessel:: DESTINATION ${KATESSEL_CMAKE_DIR})
+install(EXPORT KaTesselTargets NAMESPACE KaTessel:: DESTINATION ${KATESSEL_CMAKE_DIR} COMPONENT development)
 configure_package_config_file(cmake/KaTesselConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/KaTesselConfig.cmake
   INSTALL_DESTINATION ${KATESSEL_CMAKE_DIR} PATH_VARS KATESSEL_MODEL_DIR)
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/KaTesselConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/KaTesselConfig.cmake ${CMAKE_CURRENT_BINARY_DIR}/KaTesselConfigVersion.cmake
-  DESTINATION ${KATESSEL_CMAKE_DIR})
+  DESTINATION ${KATESSEL_CMAKE_DIR} COMPONENT development)
 
 # pkg-config katessel: flags, and the variable `model`.
 # The way from its folder back to the prefix, so that an installation can be moved.
 file(RELATIVE_PATH KATESSEL_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(cmake/katessel.pc.in ${CMAKE_CURRENT_BINARY_DIR}/katessel.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/katessel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/katessel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)
