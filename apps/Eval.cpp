@@ -51,9 +51,12 @@ std::vector<RawFrame> rawFrames(const PitchTrack& track) {
     return frames;
 }
 
-// Somebody's track of a recording: under `tracks`, with the recording's path below `root` and the extension .csv.
+// Somebody's track of a recording: under `tracks`, with the recording's path below `root` and the extension .csv, or
+// .f0.csv as `katessel track` names it.
 PitchTrack foreignTrack(const fs::path& path, const fs::path& root, const fs::path& tracks, std::size_t frames) {
     fs::path track = tracks / path.lexically_relative(root);
+    fs::path ours = track;
+    if (fs::is_regular_file(ours.replace_extension(".f0.csv"))) return onGrid(readTrack(ours.string()), frames);
     return onGrid(readTrack(track.replace_extension(".csv").string()), frames);
 }
 

@@ -31,8 +31,8 @@ void addEvalCommand(CLI::App& app) {
         ->required()
         ->expected(1, 2);
     command->add_option("--tracks", options.tracks,
-                        "With a folder: score the tracks under this one, FOLDER/CLIP.csv for each recording, instead "
-                        "of tracking");
+                        "With a folder: score the tracks under this one, FOLDER/CLIP.csv or CLIP.f0.csv for each recording, "
+                        "instead of tracking");
     command->add_option("--model", options.model, "Weight file (default: the one that comes with the tool)");
     command->add_option("--threshold", options.threshold,
                         "Frames with a lower confidence count as not voiced (default: as for track)");

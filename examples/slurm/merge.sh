@@ -22,14 +22,7 @@ rows > "$report/rows.csv.part" && mv "$report/rows.csv.part" "$report/rows.csv"
 awk -F, 'NR > 1 { tracks++; rows += $2; voiced += $3 }
     END { printf "%d tracks, %d rows, %d voiced, %.2f hours\n", tracks, rows, voiced, rows * 0.005 / 3600 }' "$report/rows.csv"
 
-# `eval` looks for SONG.csv, the tracks are called SONG.f0.csv.
 if [ -n "$(find "$corpus" -name '*.f0' -print -quit)" ]; then
-    links=$(mktemp -d)
-    trap 'rm -rf "$links"' EXIT
-    (cd "$tracks" && find . -name '*.f0.csv' -printf '%P\n') | while IFS= read -r track; do
-        mkdir -p "$links/$(dirname "$track")"
-        ln -s "$(readlink -f "$tracks/$track")" "$links/${track%.f0.csv}.csv"
-    done
-    katessel eval --ref "$corpus" --tracks "$links" --csv "$report/figures.csv"
+    katessel eval --ref "$corpus" --tracks "$tracks" --csv "$report/figures.csv"
 fi
 exit "$complete"

@@ -45,6 +45,9 @@ wait_for() {
   return 1
 }
 
+# shown_twice NOTE: the display has shown it for half a second at least.
+shown_twice() { [ "$(grep -c "$1" out.txt)" -ge 2 ]; }
+
 # figure TEXT PATTERN: the number that the text has in the place of the parentheses.
 figure() { sed -nE "s/.*$2.*/\1/p" <<< "$1"; }
 
@@ -93,7 +96,7 @@ figure() { sed -nE "s/.*$2.*/\1/p" <<< "$1"; }
   "$KATESSEL_TOOL" live --port player:out --csv track.csv > out.txt 2> err.txt 3>&- &
   live=$!
   processes=($live "${processes[@]}")
-  wait_for grep -q E4 out.txt
+  wait_for shown_twice E4
   [ ! -e track.csv ]
   kill -INT $live
   wait $live
@@ -109,7 +112,7 @@ figure() { sed -nE "s/.*$2.*/\1/p" <<< "$1"; }
     timeout 30 "$KATESSEL_TOOL" live --port player:out --csv $way.csv > out.txt 2> err.txt 3>&- &
     live=$!
     processes=($live "${processes[@]}")
-    wait_for grep -q B3 out.txt
+    wait_for shown_twice B3
     kill -$way $server
     wait $server 2> /dev/null || true
     status=0
