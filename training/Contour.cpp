@@ -6,17 +6,17 @@
 namespace {
 
 constexpr double kHopSeconds = static_cast<double>(kHop) / kRate;
-constexpr double kLowest = 48.0, kHighest = 1250.0;   // [Hz] of any generated pitch
-constexpr float kHeard = 0.2f, kNotHeard = 0.03f;     // gains from which a frame is voiced, and below which it is not
+constexpr double kLowest = 48.0, kHighest = 1250.0;  // [Hz] of any generated pitch
+constexpr float kHeard = 0.2f, kNotHeard = 0.03f;    // gains from which a frame is voiced, and below which it is not
 
 // What stays the same through one piece.
 struct Manner {
-    double spread;        // [octaves] standard deviation of the notes around the base
-    double noteFrames;    // typical length of a note
-    double pauseChance;   // before a run
-    double jitter;        // relative
-    double creakChance;   // per run
-    bool stepwise;        // notes that stand still, like an instrument's; otherwise glides, like speech
+    double spread;       // [octaves] standard deviation of the notes around the base
+    double noteFrames;   // typical length of a note
+    double pauseChance;  // before a run
+    double jitter;       // relative
+    double creakChance;  // per run
+    bool stepwise;       // notes that stand still, like an instrument's; otherwise glides, like speech
     double vibratoChance;
 };
 
@@ -33,7 +33,8 @@ Manner drawManner(Random& random) {
 }
 
 // A note or syllable of `frames` frames from `from` to `to` [octaves re base].
-void appendNote(std::vector<double>& octaves, double from, double to, int frames, const Manner& manner, Random& random) {
+void appendNote(std::vector<double>& octaves, double from, double to, int frames, const Manner& manner,
+                Random& random) {
     const bool vibrato = random.chance(manner.vibratoChance);
     const double rate = random.uniform(4.0, 7.5), depth = vibrato ? random.uniform(0.01, 0.12) : 0.0;
     const double arch = manner.stepwise ? 0.0 : random.normal() * 0.08;
@@ -53,8 +54,9 @@ void appendGain(std::vector<float>& gain, int frames, Random& random) {
     const double fade = random.chance(0.3) ? random.uniform(0.0, 3.0) / frames : 0.0;  // as plucked strings do
     for (int i = 0; i < frames; ++i) {
         const double edge = std::min({1.0, (i + 0.5) / attack, (frames - i - 0.5) / decay});
-        gain.push_back(static_cast<float>(edge * std::exp(-fade * i) *
-                                          (1.0 - tremolo * (0.5 + 0.5 * std::sin(2.0 * M_PI * rate * i * kHopSeconds)))));
+        gain.push_back(
+            static_cast<float>(edge * std::exp(-fade * i) *
+                               (1.0 - tremolo * (0.5 + 0.5 * std::sin(2.0 * M_PI * rate * i * kHopSeconds)))));
     }
 }
 
@@ -104,7 +106,8 @@ Contour drawContour(double base, int controls, Random& random) {
     Contour contour;
     const std::size_t wanted = static_cast<std::size_t>(controls);
     while (contour.pitch.size() < wanted) {
-        if (random.chance(manner.pauseChance)) appendPause(contour, static_cast<int>(random.logUniform(2.0, 60.0)), base);
+        if (random.chance(manner.pauseChance))
+            appendPause(contour, static_cast<int>(random.logUniform(2.0, 60.0)), base);
         appendRun(contour, base, manner, random);
     }
     for (std::vector<float>* values : {&contour.pitch, &contour.gain, &contour.label}) values->resize(wanted);

@@ -19,7 +19,8 @@ constexpr int kMargin = 64;  // [samples] of the converter's own reach, on both 
 
 bool isSound(const fs::path& path) {
     const std::string extension = path.extension().string();
-    return extension == ".ogg" || extension == ".wav" || extension == ".flac" || extension == ".aiff" || extension == ".opus";
+    return extension == ".ogg" || extension == ".wav" || extension == ".flac" || extension == ".aiff" ||
+           extension == ".opus";
 }
 
 float medianOfVoiced(const std::vector<float>& pitch) {
@@ -48,7 +49,8 @@ Clip readClip(const fs::path& path, const fs::path& truth) {
 float pitchAt(const std::vector<float>& pitch, double place) {
     const double floor = std::floor(place);
     const auto at = [&](double index) {
-        return index >= 0.0 && index < static_cast<double>(pitch.size()) ? pitch[static_cast<std::size_t>(index)] : kUnvoiced;
+        return index >= 0.0 && index < static_cast<double>(pitch.size()) ? pitch[static_cast<std::size_t>(index)]
+                                                                         : kUnvoiced;
     };
     const float before = at(floor), after = at(floor + 1.0);
     const double part = place - floor;
@@ -99,7 +101,8 @@ LabelledSound excerpt(const Clip& clip, double start, double speed, int frames) 
     Samples source(static_cast<std::size_t>(std::ceil(speed * (wanted + 2 * kMargin))) + 2, 0.0f);
     for (std::size_t i = 0; i < source.size(); ++i) {
         const long at = first + static_cast<long>(i);
-        if (at >= 0 && at < static_cast<long>(clip.samples.size())) source[i] = clip.samples[static_cast<std::size_t>(at)];
+        if (at >= 0 && at < static_cast<long>(clip.samples.size()))
+            source[i] = clip.samples[static_cast<std::size_t>(at)];
     }
     Samples converted(static_cast<std::size_t>(wanted + 2 * kMargin), 0.0f);
     SRC_DATA data = {};

@@ -22,7 +22,8 @@ struct Biquad {
 };
 
 Biquad peak(double hz, double quality, double decibels) {
-    const double w = 2.0 * M_PI * hz / kRate, alpha = std::sin(w) / (2.0 * quality), a = std::pow(10.0, decibels / 40.0);
+    const double w = 2.0 * M_PI * hz / kRate, alpha = std::sin(w) / (2.0 * quality),
+                 a = std::pow(10.0, decibels / 40.0);
     const double norm = 1.0 + alpha / a;
     return {(1.0 + alpha * a) / norm, -2.0 * std::cos(w) / norm, (1.0 - alpha * a) / norm, -2.0 * std::cos(w) / norm,
             (1.0 - alpha / a) / norm};
@@ -61,7 +62,8 @@ double voicedLevel(const LabelledSound& sound) {
     for (std::size_t f = 0; f < sound.pitch.size(); ++f) {
         if (sound.pitch[f] <= 0.0f) continue;
         const std::size_t begin = kCentre - kHop / 2 + f * kHop;
-        for (std::size_t i = begin; i < begin + kHop; ++i) sum += static_cast<double>(sound.samples[i]) * sound.samples[i];
+        for (std::size_t i = begin; i < begin + kHop; ++i)
+            sum += static_cast<double>(sound.samples[i]) * sound.samples[i];
         count += kHop;
     }
     return count > 0.0 ? std::sqrt(sum / count) : level(sound.samples);
@@ -72,7 +74,8 @@ void scale(Samples& samples, double gain) {
 }
 
 void add(Samples& samples, const Samples& other, double gain) {
-    for (std::size_t i = 0; i < std::min(samples.size(), other.size()); ++i) samples[i] += static_cast<float>(gain) * other[i];
+    for (std::size_t i = 0; i < std::min(samples.size(), other.size()); ++i)
+        samples[i] += static_cast<float>(gain) * other[i];
 }
 
 void equalise(Samples& samples, Random& random) {
@@ -103,16 +106,18 @@ void clip(Samples& samples, Random& random) {
 }
 
 void reverberate(LabelledSound& sound, Random& random) {
-    const double seconds = random.logUniform(0.1, 1.0);                        // to -60 dB
-    const double wet = std::pow(10.0, random.uniform(-22.0, 2.0) / 20.0);      // the room's answer against the voice
-    const double damping = random.uniform(0.2, 0.8);                           // of high frequencies
+    const double seconds = random.logUniform(0.1, 1.0);                    // to -60 dB
+    const double wet = std::pow(10.0, random.uniform(-22.0, 2.0) / 20.0);  // the room's answer against the voice
+    const double damping = random.uniform(0.2, 0.8);                       // of high frequencies
     const Samples dry = sound.samples;
     Samples room(dry.size(), 0.0f);
     double energy = 0.0;
     const std::size_t longest = std::min(static_cast<std::size_t>(seconds * 0.75 * kRate), dry.size());
-    for (double at = random.uniform(30.0, 400.0); at < static_cast<double>(longest); at += random.uniform(10.0, 110.0)) {
+    for (double at = random.uniform(30.0, 400.0); at < static_cast<double>(longest);
+         at += random.uniform(10.0, 110.0)) {
         const std::size_t delay = static_cast<std::size_t>(at);
-        const float gain = static_cast<float>((random.chance(0.5) ? 1.0 : -1.0) * std::exp(-6.9 * at / kRate / seconds));
+        const float gain =
+            static_cast<float>((random.chance(0.5) ? 1.0 : -1.0) * std::exp(-6.9 * at / kRate / seconds));
         energy += static_cast<double>(gain) * gain;
         for (std::size_t i = delay; i < dry.size(); ++i) room[i] += gain * dry[i - delay];
     }

@@ -6,12 +6,12 @@
 
 namespace {
 
-constexpr double kLevelSpread = 6.0;            // [dB] by which the level differs each time a scene is seen
-constexpr float kPerDecibel = 0.014285714f;     // of a feature
-constexpr float kFloor = -1.0f;                 // the features' smallest value, -140 dB
+constexpr double kLevelSpread = 6.0;         // [dB] by which the level differs each time a scene is seen
+constexpr float kPerDecibel = 0.014285714f;  // of a feature
+constexpr float kFloor = -1.0f;              // the features' smallest value, -140 dB
 
 constexpr float kEdgeWeight = 0.4f, kSteepWeight = 0.5f;
-constexpr float kSteep = 0.08f;                 // [octaves per frame]
+constexpr float kSteep = 0.08f;  // [octaves per frame]
 
 // Less where voicing begins or ends, or the pitch runs steeply: there the truth is a few milliseconds off.
 std::vector<float> pitchWeights(const std::vector<float>& pitch) {
@@ -29,8 +29,12 @@ std::vector<float> pitchWeights(const std::vector<float>& pitch) {
 
 }  // namespace
 
-ExamplePool::ExamplePool(SceneMaker makeScene, const std::string& model, std::uint64_t seed, int capacity, std::int64_t next)
-    : m_makeScene(std::move(makeScene)), m_extractor(model), m_seed(seed), m_next(next - capacity),
+ExamplePool::ExamplePool(SceneMaker makeScene, const std::string& model, std::uint64_t seed, int capacity,
+                         std::int64_t next)
+    : m_makeScene(std::move(makeScene)),
+      m_extractor(model),
+      m_seed(seed),
+      m_next(next - capacity),
       m_examples(static_cast<std::size_t>(capacity)) {
     refresh(capacity);
 }
@@ -60,7 +64,8 @@ Batch ExamplePool::draw(int frames, int batch, Random& random) const {
     float* pitch = drawn.truth.pitch.data_ptr<float>();
     float* weight = drawn.truth.weight.data_ptr<float>();
     for (int b = 0; b < batch; ++b) {
-        const Example& example = m_examples[static_cast<std::size_t>(random.below(static_cast<int>(m_examples.size())))];
+        const Example& example =
+            m_examples[static_cast<std::size_t>(random.below(static_cast<int>(m_examples.size())))];
         const int first = random.below(kSceneFrames - frames + 1);
         const float shift = static_cast<float>(kLevelSpread * random.normal()) * kPerDecibel;
         for (int t = 0; t < frames; ++t) {

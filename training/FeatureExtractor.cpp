@@ -5,7 +5,8 @@
 #include "Errors.h"
 
 FeatureExtractor::FeatureExtractor(const std::string& model) : m_window(kWindow) {
-    if (m_engine.configure(kRate, 0, kHop, model.c_str()) != 0) fail("cannot load the model", model, "a weight file", "none");
+    if (m_engine.configure(kRate, 0, kHop, model.c_str()) != 0)
+        fail("cannot load the model", model, "a weight file", "none");
 }
 
 void FeatureExtractor::extract(const Samples& samples, int frames, float* features) {

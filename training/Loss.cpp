@@ -36,11 +36,13 @@ Tensor unvoicedLoss(const Tensor& octaves) {
 
 // Cross entropy with the truth shared out between the two nearest classes.
 Tensor classLoss(const Tensor& logarithms, const Tensor& pitch, const Tensor& voiced) {
-    const Tensor place = (torch::log2(torch::clamp_min(pitch, 1.0) / kLowestClass) * (1200.0 / kClassCents)).clamp(0.0, kClasses - 2.001);
+    const Tensor place = (torch::log2(torch::clamp_min(pitch, 1.0) / kLowestClass) * (1200.0 / kClassCents))
+                             .clamp(0.0, kClasses - 2.001);
     const Tensor lower = place.floor(), part = place - lower;
     const Tensor index = torch::where(voiced > 0.5, lower, torch::full_like(lower, kClasses - 1)).to(torch::kLong);
     const Tensor next = torch::where(voiced > 0.5, lower + 1.0, torch::full_like(lower, kClasses - 1)).to(torch::kLong);
-    const Tensor first = logarithms.gather(1, index.unsqueeze(1)).squeeze(1), second = logarithms.gather(1, next.unsqueeze(1)).squeeze(1);
+    const Tensor first = logarithms.gather(1, index.unsqueeze(1)).squeeze(1),
+                 second = logarithms.gather(1, next.unsqueeze(1)).squeeze(1);
     return -((1.0 - part) * first + part * second);
 }
 
@@ -53,8 +55,8 @@ LossParts formLoss(const Network& network, const FormOutput& form, const Truth& 
     const Tensor cents = 1200.0 * (octaves - torch::log2(torch::clamp_min(truth.pitch, 1.0) / 440.0));
 
     // Near the truth like a Cauchy distribution's, which lets a frame that is an octave off go instead of bending all
-    // others; far from it nearly linear over some semitones, so that it finds the way back, but not so dear that a frame which is
-    // hardly voiced may never be called unvoiced.
+    // others; far from it nearly linear over some semitones, so that it finds the way back, but not so dear that a frame
+    // which is hardly voiced may never be called unvoiced.
     const Tensor semitones = torch::smooth_l1_loss(cents / 100.0, torch::zeros_like(cents), torch::Reduction::None);
     const Tensor far = kFarSemitones * torch::log1p(semitones / kFarSemitones);
     const Tensor near = torch::log1p(torch::square(cents / weights.pitchWidth));

@@ -12,8 +12,8 @@ using torch::Tensor;
 // out[t] = bias + sum over k of x[t + (kTaps - 1 - k) * dilation] W[k], as one product per tap and without copies of x.
 class DilatedProduct : public torch::autograd::Function<DilatedProduct> {
 public:
-    static Tensor forward(torch::autograd::AutogradContext* context, const Tensor& x, const Tensor& weights, const Tensor& bias,
-                          int64_t dilation) {
+    static Tensor forward(torch::autograd::AutogradContext* context, const Tensor& x, const Tensor& weights,
+                          const Tensor& bias, int64_t dilation) {
         context->save_for_backward({x, weights});
         context->saved_data["dilation"] = dilation;
         const int64_t frames = x.size(0) - (kTaps - 1) * dilation;
@@ -66,7 +66,9 @@ Network::Network(std::uint64_t seed, Tensor mean, Tensor scale) : m_mean(std::mo
     torch::manual_seed(seed);
     const double residual = 1.0 / std::sqrt(kTaps * kResidual);
     m_parameters.resize(parameter::count);
-    const auto set = [&](int index, Tensor value) { m_parameters[static_cast<std::size_t>(index)] = value.requires_grad_(true); };
+    const auto set = [&](int index, Tensor value) {
+        m_parameters[static_cast<std::size_t>(index)] = value.requires_grad_(true);
+    };
     set(parameter::initialWeights, draw({kFeatures, kResidual}, 1.0 / std::sqrt(kFeatures)));
     set(parameter::initialBias, torch::zeros({kResidual}));
     for (int l = 0; l < kLayers; ++l) {
@@ -88,14 +90,16 @@ void Network::forward(const Tensor& features, FormOutput& streaming, FormOutput&
     const int64_t frames = features.size(0), batch = features.size(1), results = frames - kReach;
     const double half = std::sqrt(0.5);
     const Tensor normal = (features - m_mean) * m_scale;
-    const Tensor initial = torch::addmm(weight(parameter::initialBias), normal.view({-1, kFeatures}),
-                                        weight(parameter::initialWeights)).view({frames, batch, kResidual});
+    const Tensor initial =
+        torch::addmm(weight(parameter::initialBias), normal.view({-1, kFeatures}), weight(parameter::initialWeights))
+            .view({frames, batch, kResidual});
     const auto gate = [&](const Tensor& x, int layer) {
         return gated(DilatedProduct::apply(x, weight(parameter::gates(layer)), weight(parameter::gatesBias(layer)),
                                            kDilations[layer]));
     };
     const auto skip = [&](const Tensor& x, int64_t begin, int64_t count, int layer) {
-        return torch::mm(part(x, begin, count).reshape({-1, kResidual}), weight(parameter::skip(layer))).view({count, batch, kSkip});
+        return torch::mm(part(x, begin, count).reshape({-1, kResidual}), weight(parameter::skip(layer)))
+            .view({count, batch, kSkip});
     };
     Tensor bias = weight(parameter::skipBias);
     for (int l = 0; l < kLayers; ++l) bias = bias + weight(parameter::skipLayerBias(l)) / kLayers;
@@ -110,7 +114,8 @@ void Network::forward(const Tensor& features, FormOutput& streaming, FormOutput&
                              gate((second[1] + part(input[1], 2, n1)) * half, 2)};
     const Tensor firstSkip = skip(first, 1, results + 2, 0);
     const auto sum = [&](int form) {
-        const Tensor all = part(firstSkip, form == 0 ? 0 : 2, results) + skip(second[form], 1, results, 1) + skip(third[form], 0, results, 2);
+        const Tensor all = part(firstSkip, form == 0 ? 0 : 2, results) + skip(second[form], 1, results, 1) +
+                           skip(third[form], 0, results, 2);
         return all.view({-1, kSkip}) / kLayers + bias;
     };
     streaming = heads(sum(0));
@@ -120,8 +125,9 @@ void Network::forward(const Tensor& features, FormOutput& streaming, FormOutput&
 FormOutput Network::heads(const Tensor& skip) const {
     constexpr double kSlope = 0.2;
     FormOutput form;
-    form.hidden = torch::leaky_relu(torch::addmm(weight(parameter::hiddenBias), torch::leaky_relu(skip, kSlope),
-                                                 weight(parameter::hidden)), kSlope);
+    form.hidden = torch::leaky_relu(
+        torch::addmm(weight(parameter::hiddenBias), torch::leaky_relu(skip, kSlope), weight(parameter::hidden)),
+        kSlope);
     form.heads = torch::addmm(weight(parameter::outputBias), form.hidden, weight(parameter::output));
     return form;
 }
@@ -134,8 +140,10 @@ const std::vector<std::string>& Network::names() {
     static const std::vector<std::string> all = [] {
         std::vector<std::string> names = {"initial", "initial bias"};
         for (int l = 0; l < kLayers; ++l)
-            for (const char* part : {"gates", "gates bias", "skip", "skip bias"}) names.push_back(std::to_string(l).append(" ").append(part));
-        for (const char* last : {"skip sum bias", "hidden", "hidden bias", "output", "output bias", "classes", "classes bias"})
+            for (const char* part : {"gates", "gates bias", "skip", "skip bias"})
+                names.push_back(std::to_string(l).append(" ").append(part));
+        for (const char* last :
+             {"skip sum bias", "hidden", "hidden bias", "output", "output bias", "classes", "classes bias"})
             names.emplace_back(last);
         return names;
     }();

@@ -64,7 +64,9 @@ private:
 // Where each parameter stands in Network::parameters().
 namespace parameter {
 constexpr int initialWeights = 0, initialBias = 1;
-constexpr int gates(int layer) { return 2 + 4 * layer; }      // kTaps x kResidual x 2 kResidual: tanh, sigmoid; newest tap first
+constexpr int gates(int layer) {
+    return 2 + 4 * layer;
+}  // kTaps x kResidual x 2 kResidual: tanh, sigmoid; newest tap first
 constexpr int gatesBias(int layer) { return 3 + 4 * layer; }
 constexpr int skip(int layer) { return 4 + 4 * layer; }
 constexpr int skipLayerBias(int layer) { return 5 + 4 * layer; }

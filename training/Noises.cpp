@@ -50,7 +50,8 @@ void addImpulses(Samples& out, Random& random) {
         float x = 0.0f;
         if (random.chance(perSecond / kRate)) {
             x = static_cast<float>(std::exp(spread * random.normal()));
-            const double hz = random.logUniform(300.0, 8000.0), radius = std::exp(-M_PI * random.logUniform(200.0, 4000.0) / kRate);
+            const double hz = random.logUniform(300.0, 8000.0),
+                         radius = std::exp(-M_PI * random.logUniform(200.0, 4000.0) / kRate);
             a1 = static_cast<float>(2.0 * radius * std::cos(2.0 * M_PI * hz / kRate));
             a2 = static_cast<float>(-radius * radius);
         }
@@ -98,9 +99,11 @@ Samples drawHum(int samples, Random& random) {
     Samples out(static_cast<std::size_t>(samples), 0.0f);
     const double mains = random.chance(0.5) ? 50.0 : 60.0;
     for (int k = 1; k <= 12; ++k) {
-        const double level = std::pow(static_cast<double>(k), -random.uniform(0.3, 2.0)), phase = random.uniform(0.0, 6.28);
+        const double level = std::pow(static_cast<double>(k), -random.uniform(0.3, 2.0)),
+                     phase = random.uniform(0.0, 6.28);
         for (std::size_t i = 0; i < out.size(); ++i)
-            out[i] += static_cast<float>(level * std::sin(phase + 2.0 * M_PI * k * mains * static_cast<double>(i) / kRate));
+            out[i] +=
+                static_cast<float>(level * std::sin(phase + 2.0 * M_PI * k * mains * static_cast<double>(i) / kRate));
     }
     return out;
 }

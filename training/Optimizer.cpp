@@ -8,8 +8,8 @@ namespace {
 using torch::Tensor;
 
 constexpr double kMeanDecay = 0.9, kSquareDecay = 0.99, kTiny = 1e-8, kMomentum = 0.95;
-constexpr int64_t kFewOutputs = 8;     // a layer with fewer: the heads
-constexpr double kHeadRate = 0.1;      // a step of all weights of a head at the full rate would move the pitch by semitones
+constexpr int64_t kFewOutputs = 8;  // a layer with fewer: the heads
+constexpr double kHeadRate = 0.1;  // a step of all weights of a head at the full rate would move the pitch by semitones
 
 // The nearest matrix with orthonormal rows or columns, roughly: a quintic iteration on the singular values.
 Tensor orthogonalised(Tensor x) {
@@ -27,7 +27,8 @@ Tensor orthogonalised(Tensor x) {
 
 Optimizer::Optimizer(OptimizerKind kind, const std::vector<Tensor>& parameters) : m_kind(kind) {
     for (const Tensor& value : parameters)
-        for (int moment = 0; moment < 2; ++moment) m_state.push_back(torch::zeros_like(value, torch::requires_grad(false)));
+        for (int moment = 0; moment < 2; ++moment)
+            m_state.push_back(torch::zeros_like(value, torch::requires_grad(false)));
 }
 
 void Optimizer::step(std::vector<Tensor>& parameters, const std::vector<Tensor>& gradients, double rate) {

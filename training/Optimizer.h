@@ -22,7 +22,8 @@ public:
     std::int64_t steps = 0;
 
 private:
-    void adam(torch::Tensor& parameter, const torch::Tensor& gradient, torch::Tensor& mean, torch::Tensor& square, double rate);
+    void adam(torch::Tensor& parameter, const torch::Tensor& gradient, torch::Tensor& mean, torch::Tensor& square,
+              double rate);
     void muon(torch::Tensor& parameter, const torch::Tensor& gradient, torch::Tensor& momentum, double rate);
 
     OptimizerKind m_kind;

@@ -44,8 +44,8 @@ RunLog::RunLog(const std::string& folder, std::int64_t firstStep, std::int64_t s
 
 void RunLog::losses(std::int64_t step, const LossMeans& means) {
     char line[160];
-    std::snprintf(line, sizeof line, "%lld,%.5f,%.5f,%.5f,%.5f,%.5f", static_cast<long long>(step), means.total, means.pitch,
-                  means.unvoiced, means.confidence, means.classes);
+    std::snprintf(line, sizeof line, "%lld,%.5f,%.5f,%.5f,%.5f,%.5f", static_cast<long long>(step), means.total,
+                  means.pitch, means.unvoiced, means.confidence, means.classes);
     append(m_losses, "step,total,pitch,unvoiced,confidence,classes", line);
     progress(step, means);
 }
@@ -54,9 +54,9 @@ void RunLog::scores(std::int64_t step, const std::string& form, const std::vecto
     for (const ScoredGroup& group : groups) {
         const Scores& s = group.scores;
         char line[240];
-        std::snprintf(line, sizeof line, "%lld,%s,%s,%.4f,%.4f,%.4f,%.4f,%.2f,%.4f", static_cast<long long>(step), form.c_str(),
-                      group.name.c_str(), s.f1(), s.rawPitchAccuracy(50), s.voicingRecall(), s.voicingFalseAlarm(), s.medianCents(),
-                      s.calibrationError());
+        std::snprintf(line, sizeof line, "%lld,%s,%s,%.4f,%.4f,%.4f,%.4f,%.2f,%.4f", static_cast<long long>(step),
+                      form.c_str(), group.name.c_str(), s.f1(), s.rawPitchAccuracy(50), s.voicingRecall(),
+                      s.voicingFalseAlarm(), s.medianCents(), s.calibrationError());
         append(m_scores, "step,form,folder,f1,rpa50,recall,false_alarm,cents,calibration", line);
         std::fprintf(stderr, "%s%s\n", m_terminal ? "\r" : "", line);
     }
@@ -69,8 +69,10 @@ void RunLog::progress(std::int64_t step, const LossMeans& means) {
     m_printed = now;
     const double perStep = since(m_start) / static_cast<double>(std::max<std::int64_t>(step - m_first, 1));
     const int done = static_cast<int>(kBarWidth * step / m_steps);
-    const std::string bar = std::string(static_cast<std::size_t>(done), '#').append(static_cast<std::size_t>(kBarWidth - done), '.');
+    const std::string bar =
+        std::string(static_cast<std::size_t>(done), '#').append(static_cast<std::size_t>(kBarWidth - done), '.');
     std::fprintf(stderr, "%s[%s] %lld/%lld  loss %.4f  %.0f ms/step  %s left%s", m_terminal ? "\r" : "", bar.c_str(),
                  static_cast<long long>(step), static_cast<long long>(m_steps), means.total, 1e3 * perStep,
-                 duration(perStep * static_cast<double>(m_steps - step)).c_str(), m_terminal && step < m_steps ? "  " : "\n");
+                 duration(perStep * static_cast<double>(m_steps - step)).c_str(),
+                 m_terminal && step < m_steps ? "  " : "\n");
 }

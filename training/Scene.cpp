@@ -71,7 +71,8 @@ LabelledSound drawPitchless(const Sources& sources, int frames, Random& random) 
     LabelledSound sound = withoutPitch(drawBackground(sources, frames, random), frames);
     if (random.chance(0.3)) {
         const Samples other = drawBackground(sources, frames, random);
-        add(sound.samples, other, level(sound.samples) / std::max(level(other), 1e-9) * decibels(random.uniform(-20.0, 10.0)));
+        add(sound.samples, other,
+            level(sound.samples) / std::max(level(other), 1e-9) * decibels(random.uniform(-20.0, 10.0)));
     }
     return sound;
 }
@@ -80,7 +81,8 @@ LabelledSound drawPitchless(const Sources& sources, int frames, Random& random) 
 void addBackground(LabelledSound& sound, const Sources& sources, Random& random) {
     const int frames = static_cast<int>(sound.pitch.size());
     const bool babble = random.chance(0.15);
-    Samples noise = babble ? drawBabble(sources, frames, 2 + random.below(3), random) : drawBackground(sources, frames, random);
+    Samples noise =
+        babble ? drawBabble(sources, frames, 2 + random.below(3), random) : drawBackground(sources, frames, random);
     if (random.chance(0.3)) equalise(noise, random);
     const double own = voicedLevel(sound), theirs = level(noise);
     // Two voices of equal loudness have no one pitch: babble stays behind.
@@ -102,7 +104,8 @@ void finish(LabelledSound& sound, Random& random) {
         const float floor = static_cast<float>(decibels(random.uniform(-110.0, -70.0)));
         for (float& x : sound.samples) x += floor * random.white();
     }
-    if (random.chance(0.5)) for (float& x : sound.samples) x = std::round(x * 32768.0f) / 32768.0f;
+    if (random.chance(0.5))
+        for (float& x : sound.samples) x = std::round(x * 32768.0f) / 32768.0f;
 }
 
 }  // namespace

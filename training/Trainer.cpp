@@ -15,9 +15,9 @@ namespace {
 using torch::Tensor;
 
 constexpr double kWarmUp = 300.0, kWarmUpShare = 0.1;  // [steps], but not more than this part of the run
-constexpr double kLastRate = 0.005;    // of the highest
+constexpr double kLastRate = 0.005;                    // of the highest
 constexpr double kClassesUntil = 0.85;  // part of the run after which the auxiliary classes have done their work
-constexpr double kFirstWidth = 60.0;   // [cents]
+constexpr double kFirstWidth = 60.0;    // [cents]
 constexpr char kScratchModel[] = "features.weights";
 
 }  // namespace
@@ -52,8 +52,8 @@ void Trainer::buildPools(const std::string& model) {
         // Every worker renders scenes of its own: numbers never meet, however long the run.
         const std::uint64_t seed = m_options.seed * 0x100000001b3ull + (static_cast<std::uint64_t>(worker) << 40);
         m_workers[worker].pool = std::make_unique<ExamplePool>(
-            [this](int frames, Random& random) { return drawScene(m_sources, frames, random); }, model, seed, m_options.pool,
-            steps() * m_options.fresh);
+            [this](int frames, Random& random) { return drawScene(m_sources, frames, random); }, model, seed,
+            m_options.pool, steps() * m_options.fresh);
     });
 }
 
@@ -92,7 +92,8 @@ LossWeights Trainer::lossWeights() const {
 void Trainer::compute(std::size_t index, std::int64_t number) {
     Worker& worker = m_workers[index];
     worker.pool->refresh(m_options.fresh);
-    Random random(m_options.seed + static_cast<std::uint64_t>(number) * 7919ull + (static_cast<std::uint64_t>(index) << 48));
+    Random random(m_options.seed + static_cast<std::uint64_t>(number) * 7919ull +
+                  (static_cast<std::uint64_t>(index) << 48));
     Batch batch = worker.pool->draw(m_options.stretch, m_options.batch, random);
     const Truth truth = {batch.truth.pitch.to(m_options.device), batch.truth.weight.to(m_options.device)};
     FormOutput forms[2];
@@ -126,7 +127,8 @@ LossMeans Trainer::step() {
         if (gradient.defined()) gradient = gradient * share;
     m_optimizer->step(m_network->parameters(), gradients, rate());
 
-    const double keep = std::min(m_options.average, (1.0 + static_cast<double>(steps())) / (10.0 + static_cast<double>(steps())));
+    const double keep =
+        std::min(m_options.average, (1.0 + static_cast<double>(steps())) / (10.0 + static_cast<double>(steps())));
     for (std::size_t i = 0; i < m_averaged->parameters().size(); ++i)
         m_averaged->parameters()[i].mul_(keep).add_(m_network->parameters()[i], 1.0 - keep);
 
@@ -148,7 +150,8 @@ void Trainer::save() const {
         archive.write("weights" + number, m_network->parameters()[i].detach());
         archive.write("averaged" + number, m_averaged->parameters()[i].detach());
     }
-    for (std::size_t i = 0; i < m_optimizer->state().size(); ++i) archive.write("moment" + std::to_string(i), m_optimizer->state()[i]);
+    for (std::size_t i = 0; i < m_optimizer->state().size(); ++i)
+        archive.write("moment" + std::to_string(i), m_optimizer->state()[i]);
     archive.write("mean", m_network->mean());
     archive.write("scale", m_network->scale());
     archive.write("steps", torch::tensor(steps()));
@@ -176,7 +179,8 @@ void Trainer::load(const std::string& path, bool everything) {
             m_network->parameters()[i].copy_(read((everything ? "weights" : "averaged") + number));
         }
         if (!everything) return;
-        for (std::size_t i = 0; i < m_optimizer->state().size(); ++i) m_optimizer->state()[i].copy_(read("moment" + std::to_string(i)));
+        for (std::size_t i = 0; i < m_optimizer->state().size(); ++i)
+            m_optimizer->state()[i].copy_(read("moment" + std::to_string(i)));
         m_optimizer->steps = read("steps").item<std::int64_t>();
     } catch (const c10::Error& error) {
         fail("cannot go on", path, "a checkpoint of this trainer", error.what_without_backtrace());

@@ -24,8 +24,9 @@ std::vector<Tract> drawTracts(int controls, Random& random) {
     const double length = random.logUniform(0.8, 1.45);  // of a large man to that of a child
     const auto drawVowel = [&] {
         Tract vowel = {};
-        const double centres[5] = {random.uniform(270.0, 850.0), random.uniform(850.0, 2300.0), random.uniform(2200.0, 3000.0),
-                                   random.uniform(3200.0, 3900.0), random.uniform(4200.0, 5000.0)};
+        const double centres[5] = {random.uniform(270.0, 850.0), random.uniform(850.0, 2300.0),
+                                   random.uniform(2200.0, 3000.0), random.uniform(3200.0, 3900.0),
+                                   random.uniform(4200.0, 5000.0)};
         for (std::size_t i = 0; i < vowel.size(); ++i)
             vowel[i] = {centres[i] * length, random.uniform(50.0, 110.0) * (1.0 + 0.5 * static_cast<double>(i))};
         return vowel;
@@ -52,7 +53,8 @@ std::vector<Tract> drawTracts(int controls, Random& random) {
 double tractGain(const Tract& tract, double hz) {
     double power = 1.0;
     for (const Formant& formant : tract) {
-        const double x = hz / formant.frequency, damping = hz * formant.bandwidth / (formant.frequency * formant.frequency);
+        const double x = hz / formant.frequency,
+                     damping = hz * formant.bandwidth / (formant.frequency * formant.frequency);
         power *= (1.0 - x * x) * (1.0 - x * x) + damping * damping;
     }
     return 1.0 / std::sqrt(power);
@@ -69,7 +71,8 @@ void addHarmonics(const Contour& contour, const Envelope& gains, const std::vect
     for (std::size_t c = 0; c + 1 < contour.pitch.size(); ++c) {
         const long begin = kCentre + (static_cast<long>(c) - kLead) * kHop;
         for (std::size_t i = 0; i < kHop; ++i) {
-            const double hz = contour.pitch[c] + (contour.pitch[c + 1] - contour.pitch[c]) * static_cast<double>(i) / kHop;
+            const double hz =
+                contour.pitch[c] + (contour.pitch[c + 1] - contour.pitch[c]) * static_cast<double>(i) / kHop;
             phase += 2.0 * M_PI * hz / kRate;
             if (phase > 2.0 * M_PI) phase -= 2.0 * M_PI;
             stepRe[i] = re[i] = std::cos(static_cast<float>(phase));
@@ -106,8 +109,8 @@ std::vector<float> drawPhases(Random& random) {
 double bandEnd(double hz) { return std::clamp((kHighestPartial - hz) / 600.0, 0.0, 1.0); }
 
 Envelope voiceEnvelope(const Contour& contour, const std::vector<Tract>& tracts, Random& random) {
-    const double tilt = random.uniform(6.0, 15.0);                                  // [dB per octave] of the glottis
-    const double first = std::pow(10.0, random.uniform(-12.0, 6.0) / 20.0);         // the first harmonic's own level
+    const double tilt = random.uniform(6.0, 15.0);                           // [dB per octave] of the glottis
+    const double first = std::pow(10.0, random.uniform(-12.0, 6.0) / 20.0);  // the first harmonic's own level
     Envelope gains(contour.pitch.size() * kMostHarmonics, 0.0f);
     for (std::size_t c = 0; c < contour.pitch.size(); ++c) {
         if (contour.gain[c] <= 0.0f) continue;
@@ -123,7 +126,8 @@ Envelope voiceEnvelope(const Contour& contour, const std::vector<Tract>& tracts,
 
 Envelope instrumentEnvelope(const Contour& contour, Random& random) {
     const double tilt = random.uniform(2.0, 20.0), scatter = random.uniform(0.0, 10.0);  // [dB per octave], [dB]
-    const int kind = random.below(6);  // 0: sine; 1: hollow, weak even harmonics; 2: weak or missing fundamental; else full
+    const int kind =
+        random.below(6);  // 0: sine; 1: hollow, weak even harmonics; 2: weak or missing fundamental; else full
     const double even = std::pow(10.0, -random.uniform(10.0, 50.0) / 20.0);
     const double weak = random.chance(0.5) ? 0.0 : std::pow(10.0, -random.uniform(10.0, 40.0) / 20.0);
     std::vector<double> level(kMostHarmonics);
@@ -137,8 +141,9 @@ Envelope instrumentEnvelope(const Contour& contour, Random& random) {
     Envelope gains(contour.pitch.size() * kMostHarmonics, 0.0f);
     for (std::size_t c = 0; c < contour.pitch.size(); ++c)
         for (int k = 1; k <= kMostHarmonics && k * contour.pitch[c] < kHighestPartial; ++k)
-            gains[c * kMostHarmonics + static_cast<std::size_t>(k - 1)] = static_cast<float>(
-                contour.gain[c] * level[static_cast<std::size_t>(k - 1)] * bandEnd(k * static_cast<double>(contour.pitch[c])));
+            gains[c * kMostHarmonics + static_cast<std::size_t>(k - 1)] =
+                static_cast<float>(contour.gain[c] * level[static_cast<std::size_t>(k - 1)] *
+                                   bandEnd(k * static_cast<double>(contour.pitch[c])));
     return gains;
 }
 
@@ -166,10 +171,15 @@ void addResonantNoise(Samples& samples, FormantAt formantAt, GainAt gainAt, Rand
 }
 
 // Breath through the first formants, as loud as `gain` says at each control point.
-void addBreath(const std::vector<Tract>& tracts, const std::vector<float>& gain, double level, Samples& samples, Random& random) {
+void addBreath(const std::vector<Tract>& tracts, const std::vector<float>& gain, double level, Samples& samples,
+               Random& random) {
     for (std::size_t f = 0; f < 4; ++f)
         addResonantNoise(
-            samples, [&](std::size_t c) { const Formant& at = tracts[std::min(c, tracts.size() - 1)][f]; return Formant{at.frequency, 2.0 * at.bandwidth}; },
+            samples,
+            [&](std::size_t c) {
+                const Formant& at = tracts[std::min(c, tracts.size() - 1)][f];
+                return Formant{at.frequency, 2.0 * at.bandwidth};
+            },
             [&](std::size_t c) { return level * gain[std::min(c, gain.size() - 1)]; }, random);
 }
 
@@ -183,8 +193,9 @@ void addConsonants(const Contour& contour, double level, Samples& samples, Rando
         now += 0.3 * ((contour.gain[c] > 0.3f ? 0.0 : target) - now);
         gain[c] = static_cast<float>(now);
     }
-    addResonantNoise(samples, [&](std::size_t) { return formant; },
-                     [&](std::size_t c) { return level * gain[std::min(c, gain.size() - 1)]; }, random);
+    addResonantNoise(
+        samples, [&](std::size_t) { return formant; },
+        [&](std::size_t c) { return level * gain[std::min(c, gain.size() - 1)]; }, random);
 }
 
 double loudness(const Samples& samples) {
@@ -208,7 +219,8 @@ LabelledSound drawVoice(double base, int frames, Random& random) {
     const std::vector<Tract> tracts = drawTracts(controlsFor(frames), random);
     addHarmonics(contour, voiceEnvelope(contour, tracts, random), drawPhases(random), sound.samples);
     const double level = loudness(sound.samples);
-    if (random.chance(0.7)) addBreath(tracts, contour.gain, level * random.logUniform(0.003, 0.5), sound.samples, random);
+    if (random.chance(0.7))
+        addBreath(tracts, contour.gain, level * random.logUniform(0.003, 0.5), sound.samples, random);
     if (random.chance(0.6)) addConsonants(contour, level * random.logUniform(0.02, 1.0), sound.samples, random);
     std::copy_n(contour.label.begin() + kLead, frames, sound.pitch.begin());
     return sound;

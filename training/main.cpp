@@ -40,23 +40,42 @@ void ensureOneThreadPerProduct(char** argv) {
 
 TrainingOptions parse(CLI::App& app, int argc, char** argv) {
     TrainingOptions options;
-    app.add_option("--recordings", options.recordings, "Folder of recordings with .f0 files (default: generated sound alone)");
+    app.add_option("--recordings", options.recordings,
+                   "Folder of recordings with .f0 files (default: generated sound alone)");
     app.add_option("--noises", options.noises, "Folder of recordings without pitch");
     app.add_option("--scored", options.scored, "Folder of other recordings, to score the weights on now and then");
     app.add_option("-o,--out", options.out, "Folder for everything that is written")->required();
-    app.add_option("--start", options.start, "Refine the averaged weights of this checkpoint, without the auxiliary classes");
+    app.add_option("--start", options.start,
+                   "Refine the averaged weights of this checkpoint, without the auxiliary classes");
     app.add_option("--steps", options.steps, "Length of the run")->check(CLI::PositiveNumber)->capture_default_str();
-    app.add_option("--threads", options.threads, "Workers, one core each")->check(CLI::Range(1, 256))->capture_default_str();
-    app.add_option("--batch", options.batch, "Stretches of 40 frames per worker and step")->check(CLI::PositiveNumber)->capture_default_str();
-    app.add_option("--pool", options.pool, "Scenes that each worker holds")->check(CLI::PositiveNumber)->capture_default_str();
-    app.add_option("--fresh", options.fresh, "New scenes per worker and step")->check(CLI::PositiveNumber)->capture_default_str();
+    app.add_option("--threads", options.threads, "Workers, one core each")
+        ->check(CLI::Range(1, 256))
+        ->capture_default_str();
+    app.add_option("--batch", options.batch, "Stretches of 40 frames per worker and step")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    app.add_option("--pool", options.pool, "Scenes that each worker holds")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    app.add_option("--fresh", options.fresh, "New scenes per worker and step")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
     app.add_option("--rate", options.rate, "Highest learning rate")->check(CLI::PositiveNumber)->capture_default_str();
-    app.add_option("--width", options.width, "Width of the pitch loss at the end, in cents")->check(CLI::PositiveNumber)->capture_default_str();
-    app.add_option("--average", options.average, "Decay of the averaged weights")->check(CLI::Range(0.0, 0.99999))->capture_default_str();
+    app.add_option("--width", options.width, "Width of the pitch loss at the end, in cents")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
+    app.add_option("--average", options.average, "Decay of the averaged weights")
+        ->check(CLI::Range(0.0, 0.99999))
+        ->capture_default_str();
     app.add_option("--seed", options.seed, "Seed of all random choices")->capture_default_str();
-    app.add_option("--checkpoint-seconds", options.checkpointSeconds, "Between two checkpoints")->check(CLI::PositiveNumber)->capture_default_str();
+    app.add_option("--checkpoint-seconds", options.checkpointSeconds, "Between two checkpoints")
+        ->check(CLI::PositiveNumber)
+        ->capture_default_str();
     app.add_option_function<std::string>(
-           "--optimizer", [&](const std::string& name) { options.optimizer = name == "muon" ? OptimizerKind::muon : OptimizerKind::adam; },
+           "--optimizer",
+           [&](const std::string& name) {
+               options.optimizer = name == "muon" ? OptimizerKind::muon : OptimizerKind::adam;
+           },
            "adam (default) or muon")
         ->check(CLI::IsMember(std::vector<std::string>{"adam", "muon"}));
     if (torch::cuda::is_available()) options.device = "cuda";
@@ -64,7 +83,8 @@ TrainingOptions parse(CLI::App& app, int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() != 0) throw ToolError(std::string("wrong usage: ").append(error.what()), kStatusUsage);
+        if (error.get_exit_code() != 0)
+            throw ToolError(std::string("wrong usage: ").append(error.what()), kStatusUsage);
         std::exit(app.exit(error));
     }
     return options;
@@ -114,7 +134,8 @@ void train(const TrainingOptions& options) {
     if (recordings) sources.pitched = &*recordings;
     if (noises) sources.noises = &*noises;
     std::fprintf(stderr, "%.1f minutes of recordings, %.1f of noise; rendering the first %d scenes\n",
-                 recordings ? recordings->seconds() / 60.0 : 0.0, noises ? noises->seconds() / 60.0 : 0.0, options.pool * options.threads);
+                 recordings ? recordings->seconds() / 60.0 : 0.0, noises ? noises->seconds() / 60.0 : 0.0,
+                 options.pool * options.threads);
 
     Trainer trainer(options, sources);
     RunLog log(options.out, trainer.steps(), options.steps);
@@ -131,7 +152,8 @@ void train(const TrainingOptions& options) {
         sum.classes += means.classes;
         if (++counted == kLossSteps || trainer.steps() == options.steps) {
             const double n = counted;
-            log.losses(trainer.steps(), {sum.total / n, sum.pitch / n, sum.unvoiced / n, sum.confidence / n, sum.classes / n});
+            log.losses(trainer.steps(),
+                       {sum.total / n, sum.pitch / n, sum.unvoiced / n, sum.confidence / n, sum.classes / n});
             sum = {};
             counted = 0;
             scores.poll();

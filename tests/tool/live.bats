@@ -107,6 +107,7 @@ figure() { sed -nE "s/.*$2.*/\1/p" <<< "$1"; }
 
 @test "a server that goes away ends it in one line, with the track written" {
   for way in TERM KILL; do
+    rm -f out.txt
     start_server 48000 2048
     play 250
     timeout 30 "$KATESSEL_TOOL" live --port player:out --csv $way.csv > out.txt 2> err.txt 3>&- &

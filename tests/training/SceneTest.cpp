@@ -20,7 +20,8 @@ double centsToBestPeriod(const LabelledSound& sound, std::size_t frame) {
         const long first = static_cast<long>(kCentre + frame * kHop) - (span + lag) / 2;
         double sum = 0.0;
         for (long i = first; i < first + span; ++i) {
-            const double d = static_cast<double>(sound.samples[static_cast<std::size_t>(i)]) - sound.samples[static_cast<std::size_t>(i + lag)];
+            const double d = static_cast<double>(sound.samples[static_cast<std::size_t>(i)]) -
+                             sound.samples[static_cast<std::size_t>(i + lag)];
             sum += d * d;
         }
         return sum;
@@ -42,11 +43,13 @@ double medianDistance(const LabelledSound& sound, std::size_t* counted) {
     std::vector<double> distances;
     for (std::size_t f = 10; f + 10 < sound.pitch.size(); ++f) {
         const float hz = sound.pitch[f];
-        if (hz > 0.0f && sound.pitch[f - 4] > 0.0f && sound.pitch[f + 4] > 0.0f) distances.push_back(std::fabs(centsToBestPeriod(sound, f)));
+        if (hz > 0.0f && sound.pitch[f - 4] > 0.0f && sound.pitch[f + 4] > 0.0f)
+            distances.push_back(std::fabs(centsToBestPeriod(sound, f)));
     }
     *counted += distances.size();
     if (distances.empty()) return 0.0;
-    std::nth_element(distances.begin(), distances.begin() + static_cast<std::ptrdiff_t>(distances.size() / 2), distances.end());
+    std::nth_element(distances.begin(), distances.begin() + static_cast<std::ptrdiff_t>(distances.size() / 2),
+                     distances.end());
     return distances[distances.size() / 2];
 }
 
@@ -56,7 +59,8 @@ Clip glide(double from, double seconds) {
     double phase = 0.0;
     for (int i = 0; i < static_cast<int>(seconds * kRate); ++i) {
         phase += 2.0 * M_PI * from * std::exp2(static_cast<double>(i) / kRate) / kRate;
-        clip.samples.push_back(static_cast<float>(std::sin(phase) + 0.5 * std::sin(2.0 * phase) + 0.3 * std::sin(3.0 * phase)));
+        clip.samples.push_back(
+            static_cast<float>(std::sin(phase) + 0.5 * std::sin(2.0 * phase) + 0.3 * std::sin(3.0 * phase)));
     }
     for (int f = 0; f * kHop < static_cast<int>(clip.samples.size()); ++f)
         clip.pitch.push_back(static_cast<float>(from * std::exp2(static_cast<double>(f) * kHop / kRate)));
@@ -82,7 +86,8 @@ TEST(PlainTrainingSound, ExcerptsKeepSoundAndTruthTogetherAtEverySpeed) {
         const LabelledSound sound = excerpt(clip, 4711.0, speed, 100);
         for (const std::size_t frame : {20u, 50u, 80u}) {
             const double instant = (4711.0 + speed * (kCentre + static_cast<double>(frame) * kHop)) / kRate;
-            EXPECT_NEAR(1200.0 * std::log2(sound.pitch[frame] / (speed * 110.0 * std::exp2(instant))), 0.0, 0.5) << speed;
+            EXPECT_NEAR(1200.0 * std::log2(sound.pitch[frame] / (speed * 110.0 * std::exp2(instant))), 0.0, 0.5)
+                << speed;
             EXPECT_NEAR(centsToBestPeriod(sound, frame), 0.0, 3.0) << "at speed " << speed << ", frame " << frame;
         }
     }

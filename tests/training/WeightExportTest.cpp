@@ -32,7 +32,8 @@ protected:
     }
     ~PlainWeightExport() override { std::filesystem::remove(m_path); }
 
-    const std::string m_path = (std::filesystem::temp_directory_path() / ("export" + std::to_string(getpid()) + ".weights")).string();
+    const std::string m_path =
+        (std::filesystem::temp_directory_path() / ("export" + std::to_string(getpid()) + ".weights")).string();
     Network m_network;
     LabelledSound m_sound;
     torch::Tensor m_features;
@@ -58,14 +59,16 @@ TEST_F(PlainWeightExport, OfflineOutputsAreTheEngines) {
     void* engine = KTessel_Create();
     ASSERT_EQ(KTessel_Configure(kRate, 0, 1, m_path.c_str(), engine), 0);
     std::vector<float> cents(100), confidence(100);
-    const int frames = KTessel_DoProcessOffline(m_sound.samples.data() + skipped, static_cast<int>(m_sound.samples.size()) - skipped,
-                                                cents.data(), confidence.data(), 1, engine);
+    const int frames =
+        KTessel_DoProcessOffline(m_sound.samples.data() + skipped, static_cast<int>(m_sound.samples.size()) - skipped,
+                                 cents.data(), confidence.data(), 1, engine);
     KTessel_Destroy(engine);
     ASSERT_GE(frames, kFrames);
     for (int w = 0; w < kFrames - kReach; ++w) {
         const torch::Tensor expected = m_offline.heads[w];
         const std::size_t f = static_cast<std::size_t>(w + kAhead + shift);
-        EXPECT_NEAR(cents[f], 1200.0 * ((expected[0].item<double>() + 1.0) * kOctaves - 3.0586433), 0.1) << "frame " << f;
+        EXPECT_NEAR(cents[f], 1200.0 * ((expected[0].item<double>() + 1.0) * kOctaves - 3.0586433), 0.1)
+            << "frame " << f;
         EXPECT_NEAR(confidence[f], std::max(0.0, (0.04 - expected[1].item<double>()) * 25.0), 1e-3) << "frame " << f;
     }
 }
