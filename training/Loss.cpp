@@ -16,8 +16,11 @@ constexpr double kUnvoicedOctaves = -8.8;  // frames without pitch are pushed be
 constexpr double kClassCents = 30.0, kLowestClass = 45.0;  // [cents] and [Hz]
 
 // Found by trial.
-constexpr double kFarWeight = 0.5, kFarSemitones = 4.0, kNearWeight = 0.5, kConfidenceWeight = 5.0;
-constexpr double kUnvoicedWeight = 0.2, kUndecidedWeight = 0.4, kUndecidedOctaves = 0.5;
+constexpr double kFarWeight = 1.0, kNearWeight = 0.5, kConfidenceWeight = 5.0, kClassWeight = 0.5;
+constexpr double kHopelessWeight = 0.1;  // of a frame whose pitch the classes do not hear at all
+constexpr int kNearClasses = 2;          // on either side of the truth: the classes that count as hearing it
+constexpr double kHighPitch = 350.0, kMostOctavesAbove = 1.5;  // above this pitch, [Hz], frames count more
+constexpr double kUnvoicedWeight = 0.12, kUndecidedWeight = 0.25, kUndecidedOctaves = 0.5;
 
 // Squared distance from 0 or 1, free of charge beyond them: the confidence that minimises its mean is the part of such
 // frames that is voiced.
@@ -34,10 +37,29 @@ Tensor unvoicedLoss(const Tensor& octaves) {
     return kUnvoicedWeight * way + kUndecidedWeight * torch::log1p(way / kUndecidedOctaves);
 }
 
+// Where pitches lie among the classes.
+Tensor classPlace(const Tensor& pitch) {
+    return (torch::log2(torch::clamp_min(pitch, 1.0) / kLowestClass) * (1200.0 / kClassCents))
+        .clamp(0.0, kClasses - 2.001);
+}
+
+// The probability that the classes give to the true pitch.
+Tensor heard(const Tensor& logarithms, const Tensor& pitch) {
+    const Tensor nearest = classPlace(pitch).round().clamp(kNearClasses, kClasses - 2 - kNearClasses).to(torch::kLong);
+    Tensor sum = torch::zeros_like(pitch);
+    for (int offset = -kNearClasses; offset <= kNearClasses; ++offset)
+        sum += logarithms.gather(1, (nearest + offset).unsqueeze(1)).squeeze(1).exp();
+    return sum;
+}
+
+// More for high pitches, which are rare in recordings and the farthest way for a regression.
+Tensor rarity(const Tensor& pitch) {
+    return 1.0 + torch::log2(torch::clamp_min(pitch, 1.0) / kHighPitch).clamp(0.0, kMostOctavesAbove);
+}
+
 // Cross entropy with the truth shared out between the two nearest classes.
 Tensor classLoss(const Tensor& logarithms, const Tensor& pitch, const Tensor& voiced) {
-    const Tensor place = (torch::log2(torch::clamp_min(pitch, 1.0) / kLowestClass) * (1200.0 / kClassCents))
-                             .clamp(0.0, kClasses - 2.001);
+    const Tensor place = classPlace(pitch);
     const Tensor lower = place.floor(), part = place - lower;
     const Tensor index = torch::where(voiced > 0.5, lower, torch::full_like(lower, kClasses - 1)).to(torch::kLong);
     const Tensor next = torch::where(voiced > 0.5, lower + 1.0, torch::full_like(lower, kClasses - 1)).to(torch::kLong);
@@ -48,27 +70,25 @@ Tensor classLoss(const Tensor& logarithms, const Tensor& pitch, const Tensor& vo
 
 }  // namespace
 
-LossParts formLoss(const Network& network, const FormOutput& form, const Truth& truth, const LossWeights& weights) {
+LossParts formLoss(const Network& network, const FormOutput& form, const Truth& truth, const LossSchedule& schedule) {
     const Tensor voiced = (truth.pitch > 0.0).to(torch::kFloat32), known = (truth.pitch >= 0.0).to(torch::kFloat32);
     const Tensor silent = known - voiced;
     const Tensor octaves = (form.heads.select(1, 0) + 1.0) * kOctaves - kOffset;
     const Tensor cents = 1200.0 * (octaves - torch::log2(torch::clamp_min(truth.pitch, 1.0) / 440.0));
 
-    // Near the truth like a Cauchy distribution's, which lets a frame that is an octave off go instead of bending all
-    // others; far from it nearly linear over some semitones, so that it finds the way back, but not so dear that a frame
-    // which is hardly voiced may never be called unvoiced.
+    // Near the truth like a Cauchy distribution's, and far from it linear, so that it finds the way back. What makes it
+    // robust is the judgement of the classes: a frame whose pitch they cannot hear is not worth bending all others for.
+    const Tensor logarithms = network.classes(schedule.classesTeach ? form.middle : form.middle.detach());
+    const Tensor hope = kHopelessWeight + (1.0 - kHopelessWeight) * heard(logarithms.detach(), truth.pitch);
     const Tensor semitones = torch::smooth_l1_loss(cents / 100.0, torch::zeros_like(cents), torch::Reduction::None);
-    const Tensor far = kFarSemitones * torch::log1p(semitones / kFarSemitones);
-    const Tensor near = torch::log1p(torch::square(cents / weights.pitchWidth));
+    const Tensor near = torch::log1p(torch::square(cents / schedule.pitchWidth));
+    const Tensor weight = voiced * truth.weight * rarity(truth.pitch) * hope;
     LossParts parts;
-    parts.pitch = (voiced * truth.weight * (kFarWeight * far + kNearWeight * near)).mean();
+    parts.pitch = (weight * (kFarWeight * semitones + kNearWeight * near)).mean();
     parts.unvoiced = (silent * unvoicedLoss(octaves)).mean();
     const Tensor confidence = (0.04 - form.heads.select(1, 1)) * 25.0;
     parts.confidence = kConfidenceWeight * (known * confidenceLoss(confidence, voiced)).mean();
-    parts.total = parts.pitch + parts.unvoiced + parts.confidence;
-    if (weights.classes > 0.0) {
-        parts.classes = weights.classes * (known * classLoss(network.classes(form.hidden), truth.pitch, voiced)).mean();
-        parts.total = parts.total + parts.classes;
-    }
+    parts.classes = kClassWeight * (known * classLoss(logarithms, truth.pitch, voiced)).mean();
+    parts.total = parts.pitch + parts.unvoiced + parts.confidence + parts.classes;
     return parts;
 }

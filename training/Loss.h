@@ -12,18 +12,18 @@ struct Truth {
     torch::Tensor weight;  // of the pitch error: less where the truth itself is uncertain
 };
 
-// How much each part counts; they change while the training runs.
-struct LossWeights {
-    double pitchWidth = 15.0;  // [cents] errors well below it count with their square, those above nearly alike
-    double classes = 0.5;      // of the auxiliary classes; 0 leaves them out
+// What changes while the training runs.
+struct LossSchedule {
+    double pitchWidth = 18.0;  // [cents] errors well below it count with their square, those above nearly alike
+    bool classesTeach = true;  // whether they train the whole network, or only themselves
 };
 
 struct LossParts {
-    torch::Tensor total, pitch, unvoiced, confidence, classes;  // means per frame; `classes` may be undefined
+    torch::Tensor total, pitch, unvoiced, confidence, classes;  // means per frame
 };
 
 // Of one form. The two forms read the same output 9.6 cents apart; the truth is put between, where the offline form is
 // 2.9 cents high and the streaming form 6.7 cents low.
-LossParts formLoss(const Network& network, const FormOutput& form, const Truth& truth, const LossWeights& weights);
+LossParts formLoss(const Network& network, const FormOutput& form, const Truth& truth, const LossSchedule& schedule);
 
 #endif

@@ -82,7 +82,7 @@ Network::Network(std::uint64_t seed, Tensor mean, Tensor scale) : m_mean(std::mo
     set(parameter::hiddenBias, torch::zeros({kSkip}));
     set(parameter::output, draw({kSkip, kOutputs}, 0.1 / std::sqrt(kSkip)));
     set(parameter::outputBias, torch::zeros({kOutputs}));
-    set(parameter::classWeights, draw({kSkip, kClasses}, 1.0 / std::sqrt(kSkip)));
+    set(parameter::classWeights, draw({kResidual, kClasses}, 1.0 / std::sqrt(kResidual)));
     set(parameter::classBias, torch::zeros({kClasses}));
 }
 
@@ -110,30 +110,28 @@ void Network::forward(const Tensor& features, FormOutput& streaming, FormOutput&
     const int64_t n0 = frames - 2, n1 = frames - 6;
     const Tensor input[2] = {(first + part(initial, 0, n0)) * half, (first + part(initial, 1, n0)) * half};
     const Tensor second[2] = {gate(input[0], 1), gate(input[1], 1)};
-    const Tensor third[2] = {gate((second[0] + part(input[0], 0, n1)) * half, 2),
-                             gate((second[1] + part(input[1], 2, n1)) * half, 2)};
+    const Tensor middle[2] = {(second[0] + part(input[0], 0, n1)) * half, (second[1] + part(input[1], 2, n1)) * half};
+    const Tensor third[2] = {gate(middle[0], 2), gate(middle[1], 2)};
     const Tensor firstSkip = skip(first, 1, results + 2, 0);
     const auto sum = [&](int form) {
         const Tensor all = part(firstSkip, form == 0 ? 0 : 2, results) + skip(second[form], 1, results, 1) +
                            skip(third[form], 0, results, 2);
         return all.view({-1, kSkip}) / kLayers + bias;
     };
-    streaming = heads(sum(0));
-    offline = heads(sum(1));
+    streaming = {part(middle[0], 1, results).reshape({-1, kResidual}), heads(sum(0))};
+    offline = {part(middle[1], 1, results).reshape({-1, kResidual}), heads(sum(1))};
 }
 
-FormOutput Network::heads(const Tensor& skip) const {
+Tensor Network::heads(const Tensor& skip) const {
     constexpr double kSlope = 0.2;
-    FormOutput form;
-    form.hidden = torch::leaky_relu(
+    const Tensor hidden = torch::leaky_relu(
         torch::addmm(weight(parameter::hiddenBias), torch::leaky_relu(skip, kSlope), weight(parameter::hidden)),
         kSlope);
-    form.heads = torch::addmm(weight(parameter::outputBias), form.hidden, weight(parameter::output));
-    return form;
+    return torch::addmm(weight(parameter::outputBias), hidden, weight(parameter::output));
 }
 
-Tensor Network::classes(const Tensor& hidden) const {
-    return torch::log_softmax(torch::addmm(weight(parameter::classBias), hidden, weight(parameter::classWeights)), 1);
+Tensor Network::classes(const Tensor& middle) const {
+    return torch::log_softmax(torch::addmm(weight(parameter::classBias), middle, weight(parameter::classWeights)), 1);
 }
 
 const std::vector<std::string>& Network::names() {

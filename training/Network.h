@@ -22,8 +22,8 @@ constexpr int kClasses = 196;  // of the auxiliary output: 30 cents each from 45
 
 // The result of one form for a stretch.
 struct FormOutput {
-    torch::Tensor hidden;  // frames x kSkip: what the last layer sees
-    torch::Tensor heads;   // frames x 2: pitch and voicing, before scaling
+    torch::Tensor middle;  // rows x kResidual: what the last gated layer sees of each frame
+    torch::Tensor heads;   // rows x 2: pitch and voicing, before scaling
 };
 
 class Network {
@@ -34,8 +34,10 @@ public:
     // features: frames x batch x kFeatures, frames first. Gives (frames - kReach) * batch rows per form.
     void forward(const torch::Tensor& features, FormOutput& streaming, FormOutput& offline) const;
 
-    // Auxiliary classes of hidden rows: logarithms of probabilities, rows x kClasses.
-    torch::Tensor classes(const torch::Tensor& hidden) const;
+    // Auxiliary classes, from the rows before the last gated layer: logarithms of probabilities, rows x kClasses. So early,
+    // because a regression cannot choose between two pitches as a maximum over classes can: it takes all the layers that
+    // are left to turn what the classes tell into one number.
+    torch::Tensor classes(const torch::Tensor& middle) const;
 
     // Everything that is trained, in a fixed order, and its names.
     std::vector<torch::Tensor>& parameters() { return m_parameters; }
@@ -55,7 +57,7 @@ private:
     Network() = default;
 
     const torch::Tensor& weight(int index) const { return m_parameters[static_cast<std::size_t>(index)]; }
-    FormOutput heads(const torch::Tensor& skip) const;
+    torch::Tensor heads(const torch::Tensor& skip) const;
 
     std::vector<torch::Tensor> m_parameters;
     torch::Tensor m_mean, m_scale;

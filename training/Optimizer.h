@@ -6,11 +6,11 @@
 
 #include <vector>
 
-enum class OptimizerKind { adam, muon };
+enum class OptimizerKind { adam, soap };
 
-// Adam (D. Kingma and J. Ba, 2015), or for the matrices Muon (K. Jordan et al., 2024): the step is the matrix with the
-// momentum's singular vectors and singular values near 1. Its length is matched to Adam's as in J. Liu et al., "Muon is
-// scalable for LLM training", 2025, so that both take the same rates.
+// Adam (D. Kingma and J. Ba, 2015), or for the matrices SOAP (N. Vyas et al., "SOAP: Improving and stabilizing Shampoo
+// using Adam", 2024): Adam in the eigenvectors of the gradients' covariances over rows and over columns. The features
+// are 150 neighbouring bands that rise and fall together, so that single weights are a poor set of axes.
 class Optimizer {
 public:
     Optimizer(OptimizerKind kind, const std::vector<torch::Tensor>& parameters);
@@ -22,12 +22,15 @@ public:
     std::int64_t steps = 0;
 
 private:
-    void adam(torch::Tensor& parameter, const torch::Tensor& gradient, torch::Tensor& mean, torch::Tensor& square,
-              double rate);
-    void muon(torch::Tensor& parameter, const torch::Tensor& gradient, torch::Tensor& momentum, double rate);
+    // The state of one parameter; those after `square` are empty for Adam.
+    enum Slot { mean, square, rowCovariance, columnCovariance, rowAxes, columnAxes, slots };
+
+    torch::Tensor& slot(std::size_t parameter, Slot which) { return m_state[slots * parameter + which]; }
+    void adam(std::size_t index, torch::Tensor& parameter, const torch::Tensor& gradient, double rate);
+    void soap(std::size_t index, torch::Tensor& parameter, const torch::Tensor& gradient, double rate);
 
     OptimizerKind m_kind;
-    std::vector<torch::Tensor> m_state;  // per parameter: first and second moment
+    std::vector<torch::Tensor> m_state;
 };
 
 #endif

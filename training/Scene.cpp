@@ -16,10 +16,10 @@ LabelledSound drawRecording(const Corpus& corpus, int frames, Random& random) {
     const Clip& clip = corpus.draw(random);
     double speed = std::exp(0.12 * random.normal());
     const double kind = random.uniform(0.0, 1.0);
-    if (kind < 0.25 && clip.medianPitch > 0.0f)
+    if (kind < 0.2 && clip.medianPitch > 0.0f)
         speed = std::clamp(random.logUniform(55.0, 120.0) / clip.medianPitch, 0.4, 1.2);
-    else if (kind < 0.45)
-        speed = random.logUniform(0.6, 1.9);
+    else if (kind < 0.42)
+        speed = random.logUniform(0.6, 2.2);
     const double length = static_cast<double>(clip.samples.size()), needed = speed * samplesFor(frames);
     const double start = random.uniform(-0.1 * needed, std::max(0.0, length - 0.9 * needed));
     return excerpt(clip, start, speed, frames);
@@ -60,6 +60,17 @@ Samples drawBabble(const Sources& sources, int frames, int voices, Random& rando
     return babble;
 }
 
+// Several instruments that play together.
+Samples drawMusic(int frames, int parts, Random& random) {
+    Samples music(static_cast<std::size_t>(samplesFor(frames)), 0.0f);
+    for (int p = 0; p < parts; ++p) {
+        const LabelledSound part = drawInstrument(random.logUniform(70.0, 900.0), frames, random);
+        const double loud = voicedLevel(part);
+        if (loud > 0.0) add(music, part.samples, decibels(random.uniform(-6.0, 6.0)) / loud);
+    }
+    return music;
+}
+
 LabelledSound withoutPitch(Samples samples, int frames) {
     return {std::move(samples), std::vector<float>(static_cast<std::size_t>(frames), kUnvoiced)};
 }
@@ -67,7 +78,8 @@ LabelledSound withoutPitch(Samples samples, int frames) {
 LabelledSound drawPitchless(const Sources& sources, int frames, Random& random) {
     const double kind = random.uniform(0.0, 1.0);
     if (kind < 0.15) return drawWhisper(frames, random);
-    if (kind < 0.30) return withoutPitch(drawBabble(sources, frames, 3 + random.below(4), random), frames);
+    if (kind < 0.28) return withoutPitch(drawBabble(sources, frames, 3 + random.below(4), random), frames);
+    if (kind < 0.36) return withoutPitch(drawMusic(frames, 3 + random.below(4), random), frames);
     LabelledSound sound = withoutPitch(drawBackground(sources, frames, random), frames);
     if (random.chance(0.3)) {
         const Samples other = drawBackground(sources, frames, random);
@@ -77,16 +89,20 @@ LabelledSound drawPitchless(const Sources& sources, int frames, Random& random) 
     return sound;
 }
 
-// Noise behind a voice, from nearly nothing up to 5 dB above it.
+// Noise behind a voice, from nearly nothing up to 5 dB above it, most often where it hurts but does not hide.
 void addBackground(LabelledSound& sound, const Sources& sources, Random& random) {
     const int frames = static_cast<int>(sound.pitch.size());
-    const bool babble = random.chance(0.15);
-    Samples noise =
-        babble ? drawBabble(sources, frames, 2 + random.below(3), random) : drawBackground(sources, frames, random);
+    const double kind = random.uniform(0.0, 1.0);
+    const bool pitched = kind < 0.27;
+    Samples noise = kind < 0.17   ? drawBabble(sources, frames, 2 + random.below(5), random)
+                    : kind < 0.27 ? drawMusic(frames, 2 + random.below(4), random)
+                                  : drawBackground(sources, frames, random);
     if (random.chance(0.3)) equalise(noise, random);
     const double own = voicedLevel(sound), theirs = level(noise);
-    // Two voices of equal loudness have no one pitch: babble stays behind.
-    const double ratio = babble ? random.uniform(6.0, 30.0) : random.uniform(-5.0, 35.0);
+    // Two voices of equal loudness have no one pitch: babble and music stay behind.
+    const double ratio = pitched              ? random.uniform(4.0, 25.0)
+                         : random.chance(0.6) ? random.uniform(0.0, 18.0)
+                                              : random.uniform(-5.0, 35.0);
     if (own > 0.0 && theirs > 0.0) add(sound.samples, noise, own / theirs * decibels(-ratio));
 }
 
@@ -115,7 +131,7 @@ LabelledSound drawScene(const Sources& sources, int frames, Random& random) {
     LabelledSound sound = pitched ? drawPitched(sources, frames, random) : drawPitchless(sources, frames, random);
     if (random.chance(0.4)) equalise(sound.samples, random);
     if (pitched && random.chance(0.25)) reverberate(sound, random);
-    if (pitched && random.chance(0.7)) addBackground(sound, sources, random);
+    if (pitched && random.chance(0.8)) addBackground(sound, sources, random);
     if (random.chance(0.08)) addHum(sound, random);
     if (random.chance(0.08)) clip(sound.samples, random);
     if (random.chance(0.1)) telephone(sound.samples, random);

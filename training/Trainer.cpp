@@ -16,8 +16,8 @@ using torch::Tensor;
 
 constexpr double kWarmUp = 300.0, kWarmUpShare = 0.1;  // [steps], but not more than this part of the run
 constexpr double kLastRate = 0.005;                    // of the highest
-constexpr double kClassesUntil = 0.85;  // part of the run after which the auxiliary classes have done their work
-constexpr double kFirstWidth = 60.0;    // [cents]
+constexpr double kClassesTeachUntil = 0.7;  // part of the run after which the network is the regression's alone
+constexpr double kFirstWidth = 60.0;        // [cents]
 constexpr char kScratchModel[] = "features.weights";
 
 }  // namespace
@@ -80,13 +80,13 @@ double Trainer::rate() const {
     return m_options.rate * decay * std::min(1.0, (static_cast<double>(steps()) + 1.0) / warmUp);
 }
 
-LossWeights Trainer::lossWeights() const {
-    LossWeights weights;
+LossSchedule Trainer::lossSchedule() const {
+    LossSchedule schedule;
     const bool refining = !m_options.start.empty();
     const double narrowing = refining ? 1.0 : std::min(1.0, progress() / 0.5);
-    weights.pitchWidth = kFirstWidth * std::pow(m_options.width / kFirstWidth, narrowing);
-    if (refining || progress() > kClassesUntil) weights.classes = 0.0;
-    return weights;
+    schedule.pitchWidth = kFirstWidth * std::pow(m_options.width / kFirstWidth, narrowing);
+    schedule.classesTeach = progress() < kClassesTeachUntil;
+    return schedule;
 }
 
 void Trainer::compute(std::size_t index, std::int64_t number) {
@@ -98,17 +98,17 @@ void Trainer::compute(std::size_t index, std::int64_t number) {
     const Truth truth = {batch.truth.pitch.to(m_options.device), batch.truth.weight.to(m_options.device)};
     FormOutput forms[2];
     m_network->forward(batch.features.to(m_options.device), forms[0], forms[1]);
-    const LossWeights weights = lossWeights();
+    const LossSchedule schedule = lossSchedule();
     Tensor total;
     worker.losses = {};
     for (const FormOutput& form : forms) {
-        const LossParts parts = formLoss(*m_network, form, truth, weights);
+        const LossParts parts = formLoss(*m_network, form, truth, schedule);
         total = total.defined() ? total + parts.total : parts.total;
         worker.losses.total += 0.5 * parts.total.item<double>();
         worker.losses.pitch += 0.5 * parts.pitch.item<double>();
         worker.losses.unvoiced += 0.5 * parts.unvoiced.item<double>();
         worker.losses.confidence += 0.5 * parts.confidence.item<double>();
-        if (parts.classes.defined()) worker.losses.classes += 0.5 * parts.classes.item<double>();
+        worker.losses.classes += 0.5 * parts.classes.item<double>();
     }
     worker.gradients = torch::autograd::grad({total}, m_network->parameters(), {}, false, false, true);
 }

@@ -20,17 +20,17 @@ struct TrainingOptions {
     std::string recordings, noises, scored;  // folders; empty: generated sound alone; no scores
     std::string out;                         // folder of checkpoints, logs and weights
     std::string start;                       // a checkpoint whose weights to start from, with a schedule of its own
-    std::int64_t steps = 26000;
+    std::int64_t steps = 33000;
     int threads = 2;
     int batch = 160;         // stretches per thread and step
     int stretch = 40;        // [frames] of which kReach are context
     int pool = 2500;         // scenes per thread
-    int fresh = 4;           // new scenes per thread and step
-    double rate = 2e-3;      // learning rate at its highest
-    double width = 15.0;     // [cents] of the pitch loss at the end
+    int fresh = 2;           // new scenes per thread and step
+    double rate = 3e-3;      // learning rate at its highest
+    double width = 18.0;     // [cents] of the pitch loss at the end
     double average = 0.999;  // decay of the averaged weights
     std::uint64_t seed = 1;
-    OptimizerKind optimizer = OptimizerKind::adam;
+    OptimizerKind optimizer = OptimizerKind::soap;
     int checkpointSeconds = 300;
     std::string device = "cpu";
 };
@@ -66,7 +66,7 @@ private:
     void buildPools(const std::string& model);
     void compute(std::size_t worker, std::int64_t number);
     void onAllThreads(const std::function<void(std::size_t)>& work);
-    LossWeights lossWeights() const;
+    LossSchedule lossSchedule() const;
     double rate() const;
     double progress() const { return static_cast<double>(steps()) / static_cast<double>(m_options.steps); }
 

@@ -46,7 +46,7 @@ TrainingOptions parse(CLI::App& app, int argc, char** argv) {
     app.add_option("--scored", options.scored, "Folder of other recordings, to score the weights on now and then");
     app.add_option("-o,--out", options.out, "Folder for everything that is written")->required();
     app.add_option("--start", options.start,
-                   "Refine the averaged weights of this checkpoint, without the auxiliary classes");
+                   "Refine the averaged weights of this checkpoint");
     app.add_option("--steps", options.steps, "Length of the run")->check(CLI::PositiveNumber)->capture_default_str();
     app.add_option("--threads", options.threads, "Workers, one core each")
         ->check(CLI::Range(1, 256))
@@ -74,10 +74,10 @@ TrainingOptions parse(CLI::App& app, int argc, char** argv) {
     app.add_option_function<std::string>(
            "--optimizer",
            [&](const std::string& name) {
-               options.optimizer = name == "muon" ? OptimizerKind::muon : OptimizerKind::adam;
+               options.optimizer = name == "adam" ? OptimizerKind::adam : OptimizerKind::soap;
            },
-           "adam (default) or muon")
-        ->check(CLI::IsMember(std::vector<std::string>{"adam", "muon"}));
+           "soap (default) or adam")
+        ->check(CLI::IsMember(std::vector<std::string>{"soap", "adam"}));
     if (torch::cuda::is_available()) options.device = "cuda";
     app.add_option("--device", options.device, "cpu or cuda")->capture_default_str();
     try {
