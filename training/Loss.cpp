@@ -17,10 +17,10 @@ constexpr double kClassCents = 30.0, kLowestClass = 45.0;  // [cents] and [Hz]
 
 // Found by trial.
 constexpr double kFarWeight = 1.0, kNearWeight = 0.5, kConfidenceWeight = 5.0, kClassWeight = 0.5;
-constexpr double kHopelessWeight = 0.1;  // of a frame whose pitch the classes do not hear at all
+constexpr double kHopelessWeight = 0.2;  // of a frame whose pitch the classes do not hear at all
 constexpr int kNearClasses = 2;          // on either side of the truth: the classes that count as hearing it
 constexpr double kHighPitch = 350.0, kMostOctavesAbove = 1.5;  // above this pitch, [Hz], frames count more
-constexpr double kUnvoicedWeight = 0.12, kUndecidedWeight = 0.25, kUndecidedOctaves = 0.5;
+constexpr double kUnvoicedWeight = 0.06, kUndecidedWeight = 0.15, kUndecidedOctaves = 0.5;
 
 // Squared distance from 0 or 1, free of charge beyond them: the confidence that minimises its mean is the part of such
 // frames that is voiced.

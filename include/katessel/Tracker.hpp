@@ -4,7 +4,7 @@
 //
 //     KaTessel::Tracker tracker(48000);                            // the default model
 //     tracker.process(block, [](const KaTessel::Pitch& pitch) {    // live, every 5 ms
-//         if (pitch.voiced(0.65f)) std::printf("%.3f s: %.1f Hz\n", pitch.time, pitch.frequency);
+//         if (pitch.voiced(0.7f)) std::printf("%.3f s: %.1f Hz\n", pitch.time, pitch.frequency);
 //     });
 //     const KaTessel::PitchTrack track = tracker.analyse(recording);  // a whole recording at once
 #ifndef KATESSEL_TRACKER_HPP
