@@ -95,6 +95,12 @@ Samples drawNoise(int samples, Random& random) {
     return out;
 }
 
+Samples drawWhite(int samples, Random& random) {
+    Samples out(static_cast<std::size_t>(samples));
+    for (float& sample : out) sample = random.white();
+    return out;
+}
+
 Samples drawHum(int samples, Random& random) {
     Samples out(static_cast<std::size_t>(samples), 0.0f);
     const double mains = random.chance(0.5) ? 50.0 : 60.0;

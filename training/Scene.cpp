@@ -80,6 +80,8 @@ LabelledSound drawPitchless(const Sources& sources, int frames, Random& random) 
     if (kind < 0.15) return drawWhisper(frames, random);
     if (kind < 0.28) return withoutPitch(drawBabble(sources, frames, 3 + random.below(4), random), frames);
     if (kind < 0.36) return withoutPitch(drawMusic(frames, 3 + random.below(4), random), frames);
+    // White noise has every pitch for a moment.
+    if (kind < 0.50) return withoutPitch(drawWhite(samplesFor(frames), random), frames);
     LabelledSound sound = withoutPitch(drawBackground(sources, frames, random), frames);
     if (random.chance(0.3)) {
         const Samples other = drawBackground(sources, frames, random);
