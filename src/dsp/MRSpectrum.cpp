@@ -6,9 +6,9 @@
 #include <cfloat>
 #include <cmath>
 
+#include "base/NewFloats.h"
 #include "dsp/Placement.h"
 #include "kernels/Kernels.h"
-#include "modelio/NewFloats.h"
 
 namespace KaTessel {
 namespace {

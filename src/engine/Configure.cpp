@@ -1,12 +1,12 @@
 // Preparing an engine for a rate, a block size and a model.
 #include <sys/stat.h>
 
+#include "base/NewFloats.h"
 #include "engine/Constants.h"
 #include "engine/Filterbank.h"
 #include "katessel/CTessel.h"
 #include "katessel/FloatBuffer.h"
 #include "katessel/LayerWeights.h"
-#include "modelio/NewFloats.h"
 
 namespace KaTessel {
 namespace {

@@ -10,8 +10,8 @@
 #include <memory>
 #include <system_error>
 
+#include "base/Messages.h"
 #include "modelio/BinaryReader.h"
-#include "modelio/Messages.h"
 
 namespace KaTessel {
 namespace {

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <utility>
 
-#include "modelio/Messages.h"
+#include "base/Messages.h"
 
 namespace KaTessel {
 namespace {

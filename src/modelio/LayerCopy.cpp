@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "modelio/Messages.h"
+#include "base/Messages.h"
 
 namespace KaTessel {
 namespace {

@@ -1,8 +1,8 @@
 // The loaders that layers are built with: buffers of the right size, filled from the weight file or left at zero.
+#include "base/Messages.h"
 #include "katessel/FloatBuffer.h"
 #include "katessel/LayerWeights.h"
 #include "modelio/LayerCopy.h"
-#include "modelio/Messages.h"
 
 namespace KaTessel {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <memory>
 
-#include "kernels/Kernels.h"
+#include "base/Messages.h"
 #include "katessel/LayerWeights.h"
-#include "modelio/Messages.h"
+#include "kernels/Kernels.h"
 #include "nn/InputEncodings.h"
 
 namespace KaTessel {

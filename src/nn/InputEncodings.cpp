@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "modelio/Messages.h"
+#include "base/Messages.h"
 
 namespace KaTessel {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "modelio/NewFloats.h"
+#include "base/NewFloats.h"
 
 namespace KaResample {
 namespace {

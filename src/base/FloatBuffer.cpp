@@ -1,6 +1,6 @@
 #include "katessel/FloatBuffer.h"
 
-#include "modelio/NewFloats.h"
+#include "base/NewFloats.h"
 
 namespace KaTessel {
 
