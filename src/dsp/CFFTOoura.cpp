@@ -1,7 +1,7 @@
 // The transform's pieces for one signal, by the names of the package.
 #include "katessel/CFFTOoura.h"
 
-#include "dsp/FftReal.h"
+#include "fft/FftReal.h"
 
 namespace KaTessel {
 

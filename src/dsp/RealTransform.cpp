@@ -1,7 +1,7 @@
 // The transforms of real signals as the analyser offers them, and the half-complex format.
 #include <algorithm>
 
-#include "dsp/FftReal.h"
+#include "fft/FftReal.h"
 #include "katessel/MRSpectrum.h"
 
 namespace KaTessel {

@@ -1,7 +1,7 @@
 // The kernels as plain loops: what every other variant is tested against.
 #include <math.h>
 
-#include "dsp/FftReal.h"
+#include "fft/FftReal.h"
 #include "kernels/Kernels.h"
 
 namespace KaTessel::kernels {

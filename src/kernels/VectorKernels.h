@@ -6,7 +6,7 @@
 // lacks.
 #include <math.h>
 
-#include "dsp/FftReal.h"
+#include "fft/FftReal.h"
 #include "kernels/Kernels.h"
 
 namespace KaTessel::kernels {

@@ -2,7 +2,7 @@
 // results bit-reversed.
 #pragma once
 
-#include "dsp/FftButterflies.h"
+#include "fft/FftButterflies.h"
 
 namespace KaTessel {
 namespace {

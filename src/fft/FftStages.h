@@ -4,8 +4,8 @@
 // the walk covers half a quarter.
 #pragma once
 
-#include "dsp/FftButterflies.h"
-#include "dsp/PhaseWalk.h"
+#include "fft/FftButterflies.h"
+#include "fft/PhaseWalk.h"
 
 namespace KaTessel {
 namespace {

@@ -6,7 +6,7 @@
 
 #include <math.h>
 
-#include "dsp/Complex.h"
+#include "fft/Complex.h"
 
 namespace KaTessel {
 namespace {

@@ -5,7 +5,7 @@
 // D = Z[k] - conj(Z[N - k]) and c = (1 + i w) / 2, w = exp(i 2 pi k / n). The way back is the same with conj(c).
 #pragma once
 
-#include "dsp/FftTransforms.h"
+#include "fft/FftTransforms.h"
 
 namespace KaTessel {
 namespace {

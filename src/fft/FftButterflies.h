@@ -5,7 +5,7 @@
 // quarter 3 those 4q + 3, which is why a finished transform is in bit-reversed order.
 #pragma once
 
-#include "dsp/Complex.h"
+#include "fft/Complex.h"
 
 namespace KaTessel {
 namespace {

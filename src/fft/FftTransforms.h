@@ -1,9 +1,9 @@
 // Whole transforms from stages, leaves and kernels.
 #pragma once
 
-#include "dsp/FftKernels.h"
-#include "dsp/FftPermutation.h"
-#include "dsp/FftStages.h"
+#include "fft/FftKernels.h"
+#include "fft/FftPermutation.h"
+#include "fft/FftStages.h"
 
 namespace KaTessel {
 namespace {

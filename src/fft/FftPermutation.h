@@ -1,7 +1,7 @@
 // Bit reversal in place: point k changes places with the point whose index has the bits of k in reverse.
 #pragma once
 
-#include "dsp/Complex.h"
+#include "fft/Complex.h"
 
 namespace KaTessel {
 namespace {
