@@ -33,8 +33,6 @@ float lastNote(double lowest) {
 }  // namespace
 
 int main() {
-    // All engines of a process would add to one clock, without a lock.
-    KaTessel::performance_analysis_ = 0;
     const double lowest[] = {110.0, 146.83, 220.0, 293.66};
     std::vector<std::future<float>> voices;
     for (const double frequency : lowest) voices.push_back(std::async(std::launch::async, lastNote, frequency));

@@ -89,7 +89,7 @@ private:
 }  // namespace
 
 PYBIND11_MODULE(core, module) {
-    // The clock that engines of several threads would share without a lock.
+    // Nobody reads the sum of the steps' time: two clock readings a frame saved.
     KaTessel::performance_analysis_ = 0;
     module.attr("LOWEST_RATE") = static_cast<int>(KaTessel::Tracker::kLowestRate);
     module.attr("HIGHEST_RATE") = static_cast<int>(KaTessel::Tracker::kHighestRate);

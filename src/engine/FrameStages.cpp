@@ -4,9 +4,9 @@
 
 #include "engine/Constants.h"
 #include "engine/Filterbank.h"
-#include "kernels/Kernels.h"
 #include "katessel/CTessel.h"
-#include "katessel/Conv1x1.h"
+#include "kernels/Kernels.h"
+#include "nn/Dense.h"
 
 namespace KaTessel {
 
@@ -35,10 +35,9 @@ void CTessel::headStage() {
     const kernels::Kernels& vec = *kernels::active;
     const int channels = encoder->nSkip;
     vec.leakyRelu(encoder->skipSum, kLeakySlope, channels);
-    conv1x1(encoder->skipSum, hidden1, out1Weights, out1Bias, channels, channels, -1, -1, false, nullptr, 0, 0, 0,
-            -1);
+    dense(hidden1, encoder->skipSum, {out1Weights, out1Bias, channels, channels});
     vec.leakyRelu(hidden1, kLeakySlope, channels);
-    conv1x1(hidden1, headOut, out2Weights, out2Bias, channels, 2, -1, -1, false, nullptr, 0, 0, 0, -1);
+    dense(headOut, hidden1, {out2Weights, out2Bias, channels, 2});
 }
 
 }  // namespace KaTessel

@@ -4,11 +4,11 @@
 #include <memory>
 #include <random>
 
-#include "kernels/Kernels.h"
-#include "katessel/Conv1x1.h"
 #include "katessel/FloatBuffer.h"
 #include "katessel/Globals.h"
 #include "katessel/LayerWeights.h"
+#include "kernels/Kernels.h"
+#include "nn/Dense.h"
 
 namespace KaTessel {
 namespace {
@@ -17,10 +17,6 @@ namespace {
 void drawState(float* state, int n) {
     std::normal_distribution<double> normal;
     for (int i = 0; i < n; ++i) state[i] = static_cast<float>(normal(generator_) * static_cast<double>(0.005f));
-}
-
-void product(float* out, float* W, float* b, float* in, int nIn, int nOut, bool accumulate) {
-    conv1x1(in, out, W, b, nIn, nOut, -1, -1, accumulate, nullptr, 0, 0, 0, -1);
 }
 
 }  // namespace
@@ -50,9 +46,9 @@ T_GRU* gru_init(T_GRU_conf conf) {
 void gru_step(float* x, float* c, T_GRU* g) {
     const kernels::Kernels& vec = *kernels::active;
     const int H = g->nHidden;
-    product(g->inputGates, g->inputW, g->inputB, x, g->nInputs, 3 * H, false);
-    if (g->nCond > 0 && c != nullptr) product(g->inputGates, g->condW, g->condB, c, g->nCond, 3 * H, true);
-    product(g->recurrentGates, g->recurrentW, g->recurrentB, g->state, H, 3 * H, false);
+    dense(g->inputGates, x, {g->inputW, g->inputB, g->nInputs, 3 * H});
+    if (g->nCond > 0 && c != nullptr) addDense(g->inputGates, c, {g->condW, g->condB, g->nCond, 3 * H});
+    dense(g->recurrentGates, g->state, {g->recurrentW, g->recurrentB, H, 3 * H});
 
     vec.scaledSum(g->gates, g->recurrentGates, g->inputGates, 1.0f, 2 * H);
     vec.sigmoid(g->gates, 2 * H);

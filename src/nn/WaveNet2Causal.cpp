@@ -2,23 +2,27 @@
 #include <algorithm>
 
 #include "kernels/Kernels.h"
-#include "katessel/Conv1x1.h"
+#include "nn/Dense.h"
 #include "nn/WaveNet2Parts.h"
 
 namespace KaTessel {
 namespace {
 
-// out = W in + b, or added to it.
-void product(float* in, float* out, float* W, float* b, int nIn, int nOut, bool accumulate) {
-    conv1x1(in, out, W, b, nIn, nOut, -1, -1, accumulate, nullptr, 0, 0, 0, -1);
-}
-
-void branch(float* out, float* W, float* b, float* condW, float* condB, float* stateW, float* stateB, float* cond,
-            float* state, T_WN2& net, T_WN2_layer& layer) {
+// Filter and gate: the convolutions of the stream, and to each what conditioning and state add.
+//   cond   nCond values, or null
+//   state  nState values, or null
+void branches(const float* cond, const float* state, T_WN2& net, T_WN2_layer& layer) {
     const int R = net.nResidual;
-    WN2_conv1D(net.resIn, layer.hist, layer.histIndex, layer.histSize, layer.dilation, out, net.kernel, W, b, R, R);
-    if (net.nCond > 0 && cond != nullptr) product(cond, out, condW, condB, net.nCond, R, true);
-    if (net.nState > 0 && state != nullptr) product(state, out, stateW, stateB, net.nState, R, true);
+    convolveStream(net.tanhOut, layer.resTanhW, layer.resTanhB, net, layer);
+    convolveStream(net.sigmoidOut, layer.resSigmoidW, layer.resSigmoidB, net, layer);
+    if (net.nCond > 0 && cond != nullptr) {
+        addDense(net.tanhOut, cond, {layer.condTanhW, layer.condTanhB, net.nCond, R});
+        addDense(net.sigmoidOut, cond, {layer.condSigmoidW, layer.condSigmoidB, net.nCond, R});
+    }
+    if (net.nState > 0 && state != nullptr) {
+        addDense(net.tanhOut, state, {layer.stateTanhW, layer.stateTanhB, net.nState, R});
+        addDense(net.sigmoidOut, state, {layer.stateSigmoidW, layer.stateSigmoidB, net.nState, R});
+    }
 }
 
 void residual(T_WN2& net, T_WN2_layer& layer, bool isLast) {
@@ -27,7 +31,7 @@ void residual(T_WN2& net, T_WN2_layer& layer, bool isLast) {
     const float* change = net.gated;
     if (net.resOneByOne) {
         if (isLast) return;  // nobody reads it
-        product(net.gated, net.res1x1Out, layer.res1x1W, layer.res1x1B, R, R, false);
+        dense(net.res1x1Out, net.gated, {layer.res1x1W, layer.res1x1B, R, R});
         if (net.tanhResidual) vec.tanh(net.res1x1Out, R);
         change = net.res1x1Out;
     }
@@ -40,19 +44,15 @@ void residual(T_WN2& net, T_WN2_layer& layer, bool isLast) {
 void wavenet2_step(float* in, float* cond, float* state, T_WN2* net) {
     const StepTimer timer;
     const kernels::Kernels& vec = *kernels::active;
-    const int R = net->nResidual, L = net->nLayers;
+    const int L = net->nLayers;
     initialConvolution(in, *net);
     for (int l = 0; l < L; ++l) {
         T_WN2_layer& layer = net->layers[l];
-        branch(net->tanhOut, layer.resTanhW, layer.resTanhB, layer.condTanhW, layer.condTanhB, layer.stateTanhW,
-               layer.stateTanhB, cond, state, *net, layer);
-        branch(net->sigmoidOut, layer.resSigmoidW, layer.resSigmoidB, layer.condSigmoidW, layer.condSigmoidB,
-               layer.stateSigmoidW, layer.stateSigmoidB, cond, state, *net, layer);
+        branches(cond, state, *net, layer);
         gate(*net);
         if (l >= net->firstSkipLayer) projectSkip(*net, layer);
         residual(*net, layer, l == L - 1);
-        appendFrame(layer.hist, layer.histIndex, layer.histSize, net->resIn, R);
-        std::copy_n(net->resOut, R, net->resIn);
+        advanceStream(*net, layer);
     }
 
     // All skip outputs belong to the current frame: no delay lines.

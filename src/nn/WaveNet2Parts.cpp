@@ -3,21 +3,24 @@
 #include <algorithm>
 
 #include "kernels/Kernels.h"
-#include "katessel/Conv1x1.h"
+#include "nn/Dense.h"
 
 namespace KaTessel {
+namespace {
 
-int initialRowOffset(const T_WN2& net) {
-    // The rows from `inputMultiplicity` on must lie inside the delivered matrix; a multiplicity of 1 has none to spare.
+// Where the pointwise initial convolution reads its rows: from number `inputMultiplicity` on when the matrix has that
+// many to spare, which with a multiplicity of 1 it has not.
+const float* initialRows(const T_WN2& net) {
     const long rows = static_cast<long>(net.inputMultiplicity) * net.nResidual;
     const bool fits = net.inputMultiplicity > 1 && net.inputMultiplicity + net.nResidual <= rows;
-    return fits ? net.inputMultiplicity : -1;
+    return fits ? net.initialW + static_cast<long>(net.inputMultiplicity) * net.nInputs : net.initialW;
 }
+
+}  // namespace
 
 void initialConvolution(float* in, T_WN2& net) {
     if (net.initialKernel == 1)
-        conv1x1(in, net.resIn, net.initialW, net.initialB, net.nInputs, net.nResidual, -1, -1, false, nullptr, 0, 0,
-                0, initialRowOffset(net));
+        dense(net.resIn, in, {initialRows(net), net.initialB, net.nInputs, net.nResidual});
     else
         WN2_conv1D(in, net.initialHist, net.initialHistIndex, net.initialHistSize, 1, net.resIn, net.initialKernel,
                    net.initialW, net.initialB, net.nInputs, net.nResidual);
@@ -31,6 +34,16 @@ void appendFrame(float* history, int& index, int size, const float* frame, int n
     index = (index + n) % size;
 }
 
+void convolveStream(float* out, float* weights, float* bias, const T_WN2& net, const T_WN2_layer& layer) {
+    WN2_conv1D(net.resIn, layer.hist, layer.histIndex, layer.histSize, layer.dilation, out, net.kernel, weights, bias,
+               net.nResidual, net.nResidual);
+}
+
+void advanceStream(T_WN2& net, T_WN2_layer& layer) {
+    appendFrame(layer.hist, layer.histIndex, layer.histSize, net.resIn, net.nResidual);
+    std::copy_n(net.resOut, net.nResidual, net.resIn);
+}
+
 void gate(T_WN2& net) {
     const kernels::Kernels& vec = *kernels::active;
     vec.tanh(net.tanhOut, net.nResidual);
@@ -39,8 +52,7 @@ void gate(T_WN2& net) {
 }
 
 void projectSkip(T_WN2& net, T_WN2_layer& layer) {
-    conv1x1(net.gated, layer.skipOut, layer.skipW, layer.skipB, net.nResidual, net.nSkip, -1, -1, false, nullptr, 0,
-            0, 0, -1);
+    dense(layer.skipOut, net.gated, {layer.skipW, layer.skipB, net.nResidual, net.nSkip});
 }
 
 void addSkipBias(T_WN2& net) {

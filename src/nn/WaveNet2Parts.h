@@ -1,6 +1,7 @@
 // What the forms of the WaveNet-2 network have in common.
 #pragma once
 
+#include <atomic>
 #include <ctime>
 
 #include "katessel/Globals.h"
@@ -10,12 +11,15 @@ namespace KaTessel {
 
 constexpr float kSqrtHalf = 0.70710677f;  // keeps the power of the residual stream from layer to layer
 
-// Adds the processor time of its life to wavenet2_step_dur_ while performance_analysis_ is set.
+// Adds the processor time of its life to wavenet2_step_dur_ while performance_analysis_ is set. The sum belongs to the
+// whole process, so every network adds to it atomically.
 class StepTimer {
 public:
     StepTimer() : m_measures(performance_analysis_ != 0), m_start(m_measures ? std::clock() : 0) {}
     ~StepTimer() {
-        if (m_measures) wavenet2_step_dur_ += static_cast<float>(std::clock() - m_start) * 1e-6f;
+        if (!m_measures) return;
+        const float seconds = static_cast<float>(std::clock() - m_start) * 1e-6f;
+        std::atomic_ref(wavenet2_step_dur_).fetch_add(seconds, std::memory_order_relaxed);
     }
     StepTimer(const StepTimer&) = delete;
     StepTimer& operator=(const StepTimer&) = delete;
@@ -25,15 +29,21 @@ private:
     std::clock_t m_start;
 };
 
-// Row offset with which the pointwise initial convolution reads its matrix.
-int initialRowOffset(const T_WN2& net);
-
 // Initial convolution of one frame into resIn, with its tanh and its history.
 //   in   nInputs values
 void initialConvolution(float* in, T_WN2& net);
 
+// The layer's dilated convolution of the residual stream by one of its two kernels.
+//   out      nResidual values
+//   weights  kernel blocks of nResidual rows of nResidual
+//   bias     nResidual values, or null
+void convolveStream(float* out, float* weights, float* bias, const T_WN2& net, const T_WN2_layer& layer);
+
 // Appends one frame of n values to a circular history of `size` floats.
 void appendFrame(float* history, int& index, int size, const float* frame, int n);
+
+// Appends resIn to the layer's history and makes resOut the input of the next layer.
+void advanceStream(T_WN2& net, T_WN2_layer& layer);
 
 // The layer's gated vector from its two branches, which hold the sums of all their inputs:
 // gated = sigmoid(sigmoidOut) * tanh(tanhOut).

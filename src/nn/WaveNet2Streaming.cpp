@@ -1,8 +1,8 @@
 // The streaming step with look-ahead: every layer's output belongs to the oldest frame that it sees.
 #include <algorithm>
 
-#include "kernels/Kernels.h"
 #include "katessel/FloatBuffer.h"
+#include "kernels/Kernels.h"
 #include "nn/WaveNet2Parts.h"
 
 namespace KaTessel {
@@ -31,21 +31,16 @@ const float* alignedSkip(T_WN2& net, T_WN2_layer& layer) {
 }
 
 void runLayer(T_WN2& net, T_WN2_layer& layer, bool hasSkip, std::vector<std::vector<float>>* dump) {
-    const int R = net.nResidual;
-    float* x = net.resIn;
-    WN2_conv1D(x, layer.hist, layer.histIndex, layer.histSize, layer.dilation, net.tanhOut, net.kernel,
-               layer.resTanhW, layer.resTanhB, R, R);
-    WN2_conv1D(x, layer.hist, layer.histIndex, layer.histSize, layer.dilation, net.sigmoidOut, net.kernel,
-               layer.resSigmoidW, layer.resSigmoidB, R, R);
+    convolveStream(net.tanhOut, layer.resTanhW, layer.resTanhB, net, layer);
+    convolveStream(net.sigmoidOut, layer.resSigmoidW, layer.resSigmoidB, net, layer);
     gate(net);
-    if (dump != nullptr) dump->emplace_back(net.gated, net.gated + R);
+    if (dump != nullptr) dump->emplace_back(net.gated, net.gated + net.nResidual);
     if (hasSkip) projectSkip(net, layer);
     // The residual is the oldest input that the layer sees, (kernel - 1) * dilation frames ago: deliberately not the
     // middle one, unlike in the offline form.
-    const float* oldest = layer.histSize > 0 ? layer.hist + layer.histIndex : x;
-    kernels::active->scaledSum(net.resOut, net.gated, oldest, kSqrtHalf, R);
-    appendFrame(layer.hist, layer.histIndex, layer.histSize, x, R);
-    std::copy_n(net.resOut, R, net.resIn);
+    const float* oldest = layer.histSize > 0 ? layer.hist + layer.histIndex : net.resIn;
+    kernels::active->scaledSum(net.resOut, net.gated, oldest, kSqrtHalf, net.nResidual);
+    advanceStream(net, layer);
 }
 
 }  // namespace
