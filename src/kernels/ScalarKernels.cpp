@@ -3,6 +3,7 @@
 
 #include "fft/FftReal.h"
 #include "kernels/Kernels.h"
+#include "kernels/Polyphase.h"
 
 namespace KaTessel::kernels {
 namespace {
@@ -100,24 +101,33 @@ void weightedLanes(float* out, const float* x, const float* weights, int n) { *o
 
 double polyphase(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
                  int phases) {
-    for (int k = 0; k < count; ++k, pos += step) {
-        const int whole = static_cast<int>(pos);
-        const double phase = (pos - whole) * phases;
-        const int row = static_cast<int>(phase);
-        const float rest = static_cast<float>(phase - row);
-        const float a = dot(in + whole, table + row * taps, taps);
-        const float b = dot(in + whole, table + (row + 1) * taps, taps);
-        out[k] = a + (b - a) * rest;
-    }
-    return pos;
+    return polyphaseBy(dot, out, count, in, pos, step, table, taps, phases);
 }
 
 }  // namespace
 
-const Kernels kScalar = {"scalar",      kPanel,        kLanes,         dot,        rowProduct,
-                         frameProduct,  accumulate,    scale,          multiply,   scaledSum,
-                         sigmoid,       hyperbolicTangent, leakyRelu,  magnitude,  scaledDecibels,
-                         convolvePairs, transformLanes, convolveLanes, magnitude,  weightedLanes,
-                         polyphase};
+const Kernels kScalar = {
+    .name = "scalar",
+    .panel = kPanel,
+    .lanes = kLanes,
+    .dot = dot,
+    .rowProduct = rowProduct,
+    .frameProduct = frameProduct,
+    .accumulate = accumulate,
+    .scale = scale,
+    .multiply = multiply,
+    .scaledSum = scaledSum,
+    .sigmoid = sigmoid,
+    .tanh = hyperbolicTangent,
+    .leakyRelu = leakyRelu,
+    .magnitude = magnitude,
+    .scaledDecibels = scaledDecibels,
+    .convolvePairs = convolvePairs,
+    .transformLanes = transformLanes,
+    .convolveLanes = convolveLanes,
+    .magnitudeLanes = magnitude,
+    .weightedLanes = weightedLanes,
+    .polyphase = polyphase,
+};
 
 }  // namespace KaTessel::kernels

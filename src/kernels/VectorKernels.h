@@ -8,6 +8,7 @@
 
 #include "fft/FftReal.h"
 #include "kernels/Kernels.h"
+#include "kernels/Polyphase.h"
 
 namespace KaTessel::kernels {
 namespace {
@@ -26,7 +27,10 @@ typedef float UnalignedVec __attribute__((vector_size(kLanes * 4), aligned(4), m
 KATESSEL_INLINE Vec load(const float* p) { return *reinterpret_cast<const UnalignedVec*>(p); }
 KATESSEL_INLINE void store(float* p, Vec v) { *reinterpret_cast<UnalignedVec*>(p) = v; }
 KATESSEL_INLINE Vec splat(float x) { return x - Vec{}; }
-KATESSEL_INLINE Vec select(Mask m, Vec yes, Vec no) { return reinterpret_cast<Vec>((m & reinterpret_cast<Mask>(yes)) | (~m & reinterpret_cast<Mask>(no))); }
+KATESSEL_INLINE Vec keep(Mask m, Vec v) { return reinterpret_cast<Vec>(m & reinterpret_cast<Mask>(v)); }
+KATESSEL_INLINE Vec select(Mask m, Vec yes, Vec no) {
+    return reinterpret_cast<Vec>((m & reinterpret_cast<Mask>(yes)) | (~m & reinterpret_cast<Mask>(no)));
+}
 
 // A vector folded to four lanes, each a partial sum.
 KATESSEL_INLINE V4 fold(V4 v) { return v; }
@@ -77,11 +81,11 @@ float dot(const float* a, const float* b, int n) {
 }
 
 // The products of kRows neighbouring rows with the taps, left in `out`.
-// The last nIn % kLanes inputs are read as a whole vector that ends with the row: `ends` holds, per tap, the inputs
-// of that vector with those already counted set to zero.
+// The last nIn % kLanes inputs are read as a whole vector that ends with the row, of which `last` keeps what is not yet
+// counted: of the inputs, per tap, in `ends`, and of the weights too, as an infinite one times a zero is no zero.
 template <int kRows>
 KATESSEL_INLINE void rowBlock(float* out, const float* w, long rowStride, long tapStride, const float* const* x,
-                              const Vec* ends, int taps, int nIn) {
+                              const Vec* ends, Mask last, int taps, int nIn) {
     Vec acc[kRows] = {};
     float shortSums[kRows] = {};
     const int whole = nIn - nIn % kLanes;
@@ -93,7 +97,7 @@ KATESSEL_INLINE void rowBlock(float* out, const float* w, long rowStride, long t
         }
         if (whole == nIn) continue;
         if (whole > 0) {
-            for (int r = 0; r < kRows; ++r) acc[r] += load(rows + r * rowStride + nIn - kLanes) * ends[t];
+            for (int r = 0; r < kRows; ++r) acc[r] += keep(last, load(rows + r * rowStride + nIn - kLanes)) * ends[t];
         } else {
             for (int r = 0; r < kRows; ++r)
                 for (int i = 0; i < nIn; ++i) shortSums[r] += rows[r * rowStride + i] * x[t][i];
@@ -112,25 +116,24 @@ KATESSEL_INLINE void rowBlock(float* out, const float* w, long rowStride, long t
 void rowProduct(float* out, const float* w, long rowStride, long tapStride, const float* const* x, int taps, int nIn,
                 int nOut, const float* bias, bool accumulate) {
     Vec ends[kMaxTaps];
+    Mask last = {};
     const int rest = nIn % kLanes;
     if (rest != 0 && nIn > kLanes) {
-        for (int t = 0; t < taps; ++t) {
-            ends[t] = load(x[t] + nIn - kLanes);
-            for (int i = 0; i < kLanes - rest; ++i) ends[t][i] = 0.0f;
-        }
+        for (int i = kLanes - rest; i < kLanes; ++i) last[i] = -1;
+        for (int t = 0; t < taps; ++t) ends[t] = keep(last, load(x[t] + nIn - kLanes));
     }
     float block[8];
     for (int o = 0; o < nOut;) {
         const float* rows = w + o * rowStride;
         int count = 1;
         if (o + 8 <= nOut) {
-            rowBlock<8>(block, rows, rowStride, tapStride, x, ends, taps, nIn);
+            rowBlock<8>(block, rows, rowStride, tapStride, x, ends, last, taps, nIn);
             count = 8;
         } else if (o + 4 <= nOut) {
-            rowBlock<4>(block, rows, rowStride, tapStride, x, ends, taps, nIn);
+            rowBlock<4>(block, rows, rowStride, tapStride, x, ends, last, taps, nIn);
             count = 4;
         } else {
-            rowBlock<1>(block, rows, rowStride, tapStride, x, ends, taps, nIn);
+            rowBlock<1>(block, rows, rowStride, tapStride, x, ends, last, taps, nIn);
         }
         for (int r = 0; r < count; ++r, ++o) {
             const float value = bias != nullptr ? block[r] + bias[o] : block[r];
@@ -354,24 +357,33 @@ void weightedLanes(float* out, const float* x, const float* weights, int n) {
 
 double polyphase(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
                  int phases) {
-    for (int k = 0; k < count; ++k, pos += step) {
-        const int whole = static_cast<int>(pos);
-        const double phase = (pos - whole) * phases;
-        const int row = static_cast<int>(phase);
-        const float rest = static_cast<float>(phase - row);
-        const float a = dot(in + whole, table + row * taps, taps);
-        const float b = dot(in + whole, table + (row + 1) * taps, taps);
-        out[k] = a + (b - a) * rest;
-    }
-    return pos;
+    return polyphaseBy(dot, out, count, in, pos, step, table, taps, phases);
 }
 
 }  // namespace
 
-const Kernels KATESSEL_TABLE = {KATESSEL_NAME, kPanel,         kLanes,         dot,           rowProduct,
-                                frameProduct,  accumulate,     scale,          multiply,      scaledSum,
-                                sigmoid,       hyperbolicTangent, leakyRelu,   magnitude,     scaledDecibels,
-                                convolvePairs, transformLanes, convolveLanes,  magnitudeLanes, weightedLanes,
-                                polyphase};
+const Kernels KATESSEL_TABLE = {
+    .name = KATESSEL_NAME,
+    .panel = kPanel,
+    .lanes = kLanes,
+    .dot = dot,
+    .rowProduct = rowProduct,
+    .frameProduct = frameProduct,
+    .accumulate = accumulate,
+    .scale = scale,
+    .multiply = multiply,
+    .scaledSum = scaledSum,
+    .sigmoid = sigmoid,
+    .tanh = hyperbolicTangent,
+    .leakyRelu = leakyRelu,
+    .magnitude = magnitude,
+    .scaledDecibels = scaledDecibels,
+    .convolvePairs = convolvePairs,
+    .transformLanes = transformLanes,
+    .convolveLanes = convolveLanes,
+    .magnitudeLanes = magnitudeLanes,
+    .weightedLanes = weightedLanes,
+    .polyphase = polyphase,
+};
 
 }  // namespace KaTessel::kernels

@@ -5,32 +5,6 @@
 #include "kernels/Kernels.h"
 
 namespace KaResample {
-namespace {
-
-// The FIR at one position, with the tap count known to the compiler.
-template <int kTaps>
-float interpolate(const float* in, const float* row, float between) {
-    float a = 0.0f, b = 0.0f;
-    for (int j = 0; j < kTaps; ++j) {
-        a += in[j] * row[j];
-        b += in[j] * row[kTaps + j];
-    }
-    return a + (b - a) * between;
-}
-
-// A renderer for a table of kPhases phases of kTaps taps.
-template <int kTaps, int kPhases>
-double renderFixed(const float* in, double pos, double step, float* out, int count, const float* table) {
-    for (int k = 0; k < count; ++k, pos += step) {
-        const int whole = static_cast<int>(pos);
-        const double phase = (pos - whole) * kPhases;
-        const int row = static_cast<int>(phase);
-        out[k] = interpolate<kTaps>(in + whole, table + row * kTaps, static_cast<float>(phase - row));
-    }
-    return pos;
-}
-
-}  // namespace
 
 Interpolator::~Interpolator() { std::free(table); }
 
@@ -61,12 +35,13 @@ double Interpolator::render1simd(float const* in, double pos, double step, float
     return render1(in, pos, step, out, count);
 }
 
+// These two add up in one order on every machine.
 double Interpolator::sse16x16(float const* in, double pos, double step, float* out, int count) {
-    return renderFixed<16, 16>(in, pos, step, out, count, table);
+    return KaTessel::kernels::kScalar.polyphase(out, count, in, pos, step, table, 16, 16);
 }
 
 double Interpolator::sse8x16(float const* in, double pos, double step, float* out, int count) {
-    return renderFixed<8, 16>(in, pos, step, out, count, table);
+    return KaTessel::kernels::kScalar.polyphase(out, count, in, pos, step, table, 8, 16);
 }
 
 double Interpolator::linear(float const* in, double pos, double step, float* out, int count) {

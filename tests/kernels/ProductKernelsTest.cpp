@@ -107,6 +107,22 @@ TEST(Kernels, RowAndFrameProductsOfEveryShape) {
     }
 }
 
+// The vectors of a row's last inputs overlap those before: no input may meet a weight twice, not even times zero.
+TEST(Kernels, AnInfiniteWeightMakesItsOutputInfiniteAndNoOtherNumber) {
+    Random random(4);
+    for (int nIn = 1; nIn <= 40; ++nIn) {
+        const std::vector<float> x = random.values(nIn, 0.5f, 1.0f);
+        const float* taken = x.data();
+        for (int at = 0; at < nIn; ++at) {
+            std::vector<float> w = random.values(9 * nIn), out(9);
+            w[static_cast<std::size_t>(4 * nIn + at)] = -std::numeric_limits<float>::infinity();
+            active->rowProduct(out.data(), w.data(), nIn, 0, &taken, 1, nIn, 9, nullptr, false);
+            for (int o = 0; o < 9; ++o)
+                ASSERT_EQ(out[static_cast<std::size_t>(o)] < -1e30f, o == 4) << at << " of " << nIn << ", output " << o;
+        }
+    }
+}
+
 TEST(Kernels, ConvolvePairsOfEveryShape) {
     Random random(3);
     for (int pairFloats : {16, 32, 48, 96, 176})
