@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <future>
-#include <katessel/Globals.h>
 #include <katessel/Tracker.hpp>
 #include <vector>
 

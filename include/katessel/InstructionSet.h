@@ -19,7 +19,7 @@ KATESSEL_API const char* instructionSet();
 KATESSEL_API std::vector<std::string> availableInstructionSets();
 
 // Computes with the named variant from now on. Returns false, changing nothing, when the name is unknown or
-// the machine cannot run it. Not while another thread is computing.
+// the machine cannot run it. What another thread is just computing may go on with the variant before.
 KATESSEL_API bool forceInstructionSet(const std::string& name);
 
 }  // namespace KaTessel

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "kernels/Kernels.h"
-
 namespace KaTessel {
 
 LaneBuffer::LaneBuffer(std::size_t floats)
@@ -12,14 +10,13 @@ LaneBuffer::LaneBuffer(std::size_t floats)
     std::fill_n(m_data.get(), floats, 0.0f);
 }
 
-int LaneSpectrum::lanes() { return kernels::active->lanes; }
-
 LaneSpectrum::LaneSpectrum(const MRSpectrum& prepared, int length, int bins)
     : m_spectrum(prepared),
+      m_vec(*kernels::active),
       m_length(length),
       m_bins(bins),
       m_taps(prepared.kernelTaps()),
-      m_lanes(lanes()),
+      m_lanes(m_vec.lanes),
       m_work(static_cast<std::size_t>(prepared.transformLength() * m_lanes)),
       m_extended(static_cast<std::size_t>(2 * (bins + m_taps) * m_lanes)),
       m_convolved(static_cast<std::size_t>(2 * bins * m_lanes)),
@@ -38,7 +35,6 @@ void LaneSpectrum::extend() {
 }
 
 const float* LaneSpectrum::process(const float* samples, int hop, int frames) {
-    const kernels::Kernels& vec = *kernels::active;
     const int n = m_spectrum.transformLength(), centre = (m_length - 1) / 2;
     const float* window = m_spectrum.frameWindow();
     float* work = m_work.data();
@@ -48,19 +44,19 @@ const float* LaneSpectrum::process(const float* samples, int hop, int frames) {
         for (int f = frames; f < m_lanes; ++f) to[f] = 0.0f;
     }
     std::fill(work + centre * m_lanes, work + (n - centre) * m_lanes, 0.0f);
-    vec.transformLanes(work, n);
+    m_vec.transformLanes(work, n);
     extend();
     for (int first = 0; first < m_bins;) {
         const int resolution = m_spectrum.resolutionOfBin(first);
         int end = first + 1;
         while (end < m_bins && m_spectrum.resolutionOfBin(end) == resolution) ++end;
-        vec.convolveLanes(m_convolved.data() + 2 * first * m_lanes, m_extended.data() + 2 * first * m_lanes,
+        m_vec.convolveLanes(m_convolved.data() + 2 * first * m_lanes, m_extended.data() + 2 * first * m_lanes,
                           m_spectrum.kernel(resolution), m_taps, end - first);
         first = end;
     }
     // The first bin is real.
     std::fill_n(m_convolved.data() + m_lanes, m_lanes, 0.0f);
-    vec.magnitudeLanes(m_magnitude.data(), m_convolved.data(), m_bins);
+    m_vec.magnitudeLanes(m_magnitude.data(), m_convolved.data(), m_bins);
     return m_magnitude.data();
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "katessel/MRSpectrum.h"
+#include "kernels/Kernels.h"
 
 namespace KaTessel {
 
@@ -32,7 +33,9 @@ public:
     //   bins       bins 0 .. bins - 1 are computed; they must stay half a kernel below the last one
     LaneSpectrum(const MRSpectrum& prepared, int length, int bins);
 
-    static int lanes();
+    // The variant that all frames are computed with, in use when this was made.
+    const kernels::Kernels& vec() const { return m_vec; }
+    int lanes() const { return m_vec.lanes; }
 
     //   samples    the first frame; the others follow `hop` samples apart
     //   frames     1 .. lanes()
@@ -43,6 +46,7 @@ private:
     void extend();
 
     const MRSpectrum& m_spectrum;
+    const kernels::Kernels& m_vec;
     int m_length, m_bins, m_taps, m_lanes;
     LaneBuffer m_work;       // transform
     LaneBuffer m_extended;   // bins -taps / 2 .. bins - 1 + taps / 2

@@ -9,10 +9,10 @@ namespace KaTessel {
 FeatureBatch::FeatureBatch(const CTessel& engine)
     : m_engine(engine),
       m_spectrum(engine.spectrum, kAnalysisLength, highestBandBin() + 1),
-      m_bands(static_cast<std::size_t>(kBands * LaneSpectrum::lanes())) {}
+      m_bands(static_cast<std::size_t>(kBands * m_spectrum.lanes())) {}
 
 void FeatureBatch::process(const float* samples, int hop, int frames, float* features) {
-    const kernels::Kernels& vec = *kernels::active;
+    const kernels::Kernels& vec = m_spectrum.vec();
     const float* magnitude = m_spectrum.process(samples, hop, frames);
     float* bands = m_bands.data();
     for (int b = 0; b < kBands; ++b) {

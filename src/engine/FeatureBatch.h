@@ -12,7 +12,7 @@ public:
     // The engine must be configured, and outlive this.
     explicit FeatureBatch(const CTessel& engine);
 
-    int framesAtOnce() const { return LaneSpectrum::lanes(); }
+    int framesAtOnce() const { return m_spectrum.lanes(); }
 
     //   samples   the first frame of 1025 samples; the others follow `hop` samples apart
     //   frames    1 .. framesAtOnce()

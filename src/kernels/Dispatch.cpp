@@ -1,4 +1,4 @@
-// Picks the kernels once, when the library is loaded.
+// Picks the kernels when the library is loaded, and others on request.
 #include "kernels/Kernels.h"
 
 #include "katessel/InstructionSet.h"
@@ -24,17 +24,17 @@ const Variant kVariants[] = {
      }},
 };
 
-const Kernels* fastest() {
+const Kernels& fastest() {
     __builtin_cpu_init();
-    const Kernels* best = nullptr;
+    const Kernels* best = &kScalar;
     for (const Variant& variant : kVariants)
         if (variant.runsHere()) best = variant.kernels;
-    return best;
+    return *best;
 }
 
 }  // namespace
 
-const Kernels* active = fastest();
+ActiveKernels active(fastest());
 
 }  // namespace kernels
 
@@ -50,7 +50,7 @@ std::vector<std::string> availableInstructionSets() {
 bool forceInstructionSet(const std::string& name) {
     for (const kernels::Variant& variant : kernels::kVariants) {
         if (name == variant.kernels->name && variant.runsHere()) {
-            kernels::active = variant.kernels;
+            kernels::active.use(*variant.kernels);
             return true;
         }
     }

@@ -2,9 +2,11 @@
 //
 // Each kernel exists once per instruction set (Variant*.cpp); ScalarKernels.cpp holds the plain loops that say what
 // each one means. Destination first; arrays may have any alignment and must not overlap unless said otherwise.
-// Variants differ from the plain loops only by the order of summation, fused multiply-adds and, for sigmoid, tanh
-// and decibels, by a few units in the last place.
+// For finite arguments variants differ from the plain loops only by the order of summation, fused multiply-adds and, for
+// sigmoid, tanh and decibels, by a few units in the last place.
 #pragma once
+
+#include <atomic>
 
 namespace KaTessel::kernels {
 
@@ -85,9 +87,20 @@ struct Kernels {
 constexpr int kMaxLanes = 16;  // floats of the widest vector
 constexpr int kMaxTaps = 8;    // most taps of one rowProduct
 
-// The variant in use.
-extern const Kernels* active;
-
 extern const Kernels kScalar, kSse2, kAvx2, kAvx512;
+
+// The variant in use, which any thread may replace at any time. Whoever lays out memory by `panel` or `lanes` keeps the
+// variant that it did so for.
+class ActiveKernels {
+public:
+    explicit ActiveKernels(const Kernels& kernels) : m_kernels(&kernels) {}
+    void use(const Kernels& kernels) { m_kernels.store(&kernels, std::memory_order_relaxed); }
+    const Kernels& operator*() const { return *m_kernels.load(std::memory_order_relaxed); }
+    const Kernels* operator->() const { return &**this; }
+
+private:
+    std::atomic<const Kernels*> m_kernels;
+};
+extern ActiveKernels active;
 
 }  // namespace KaTessel::kernels

@@ -45,8 +45,8 @@ int FrameLayer::shift(int kernel, int dilation) {
     return kernel % 2 != 0 ? span(kernel, dilation) / 2 : span(kernel, dilation);
 }
 
-void FrameLayer::pack() {
-    m_panel = kernels::active->panel;
+void FrameLayer::pack(int panel) {
+    m_panel = panel;
     const int rows = m_kernel * m_nIn;
     const int panels = (m_nOut + m_panel - 1) / m_panel;
     m_packed.assign(static_cast<std::size_t>(panels) * static_cast<std::size_t>(rows * m_panel), 0.0f);
@@ -65,7 +65,7 @@ void FrameLayer::pack() {
 
 void FrameLayer::apply(FrameBlock& in, int dilation, FrameBlock& out, bool accumulate) {
     const kernels::Kernels& vec = *kernels::active;
-    if (m_panel != vec.panel) pack();
+    if (m_panel != vec.panel) pack(vec.panel);
     const int frames = in.frames();
     if (!accumulate) out.reset(frames, m_nOut, out.lead());
     if (frames == 0) return;

@@ -56,7 +56,7 @@ public:
     void apply(FrameBlock& in, int dilation, FrameBlock& out, bool accumulate = false);
 
 private:
-    void pack();
+    void pack(int panel);  // into panels of so many outputs
 
     struct Part {
         const float* W;

@@ -6,7 +6,9 @@
 #include <memory>
 #include <vector>
 
+#include "dsp/LaneSpectrum.h"
 #include "dsp/ReferenceSpectrum.h"
+#include "katessel/InstructionSet.h"
 #include "katessel/MRSpectrum.h"
 #include "support/AllocationCounter.h"
 #include "support/GuardedBuffer.h"
@@ -192,6 +194,30 @@ TEST(MultiResolutionSpectrum, KernelsAreKept) {
             << other.length << ", " << other.windowType << ", " << other.padFactor;
         EXPECT_EQ(analysed(mr, first, frame), original);
     }
+}
+
+// Its arrays are laid out for one instruction set: it keeps to it when another thread forces another.
+TEST(PlainLaneSpectrum, KeepsTheInstructionSetItWasMadeFor) {
+    const std::string original = instructionSet();
+    const std::vector<float> sound = frameOf(1025 + 15 * 120);  // as many frames as the widest vectors have lanes
+    const ReferenceSpectrum reference(SpectrumArguments{1025});
+    MRSpectrum prepared;
+    prepared.PrepareMR(1025, 10, 1.0f, true, 12000.0f);
+    for (const std::string& made : availableInstructionSets()) {
+        forceInstructionSet(made);
+        LaneSpectrum lanes(prepared, 1025, 299);
+        for (const std::string& forced : availableInstructionSets()) {
+            forceInstructionSet(forced);
+            const float* magnitude = lanes.process(sound.data(), 120, lanes.lanes());
+            for (int f = 0; f < lanes.lanes(); ++f) {
+                const Points bins = reference.spectrum({sound.begin() + f * 120, sound.begin() + f * 120 + 1025}, true);
+                for (int k = 0; k < 299; ++k)
+                    ASSERT_NEAR(magnitude[k * lanes.lanes() + f], std::abs(bins[static_cast<std::size_t>(k)]), 1e-4)
+                        << "made for " << made << ", forced " << forced << ", frame " << f << ", bin " << k;
+            }
+        }
+    }
+    forceInstructionSet(original);
 }
 
 }  // namespace
