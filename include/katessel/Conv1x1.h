@@ -28,7 +28,7 @@ namespace KaTessel {
 //   rowOffset     0 or more: output o uses row rowOffset + o of W, over the whole input
 //
 // dual8bitMode goes before coarseLevels, that before oneHotLevels. Encodings use scratch of the calling thread;
-// beyond 4096 one-hot entries, 128 interpolated inputs or 30 coarse or dual 8-bit inputs a warning is printed
+// beyond 4096 one-hot entries, 128 interpolated inputs or 30 coarse or dual 8-bit inputs a warning is printed first
 // and the scratch grows.
 KATESSEL_API void conv1x1(float* in, float* out, float* W, float* b, int nIn, int nOut, int inStart, int inEnd,
                           bool accumulate, bool* mask, int oneHotLevels, int coarseLevels, int dual8bitMode,
@@ -36,8 +36,8 @@ KATESSEL_API void conv1x1(float* in, float* out, float* W, float* b, int nIn, in
 
 // A sequence of frames through layer `layerName` of the weight file at `path`: nIn rows by nOut columns.
 // `out` becomes as long as `in`; frames it lacks are appended as nOut zeros, frames it has keep their size,
-// which must be at least nOut. Encodings and row offsets above 0 need a larger matrix than this form loads: with them
-// "ERROR: not implemented" is printed and the frames stay as they are.
+// which must be at least nOut. Encodings of more than one value per input and row offsets above 0 need a larger matrix
+// than this form loads: with them "ERROR: not implemented" is printed and the frames stay as they are.
 KATESSEL_API void conv1x1(std::vector<std::vector<float>> in, std::vector<std::vector<float>>& out, std::string path,
                           std::string layerName, int nIn, int nOut, int inStart, int inEnd, bool accumulate,
                           bool* mask, int oneHotLevels, int coarseLevels, int dual8bitMode, int rowOffset);

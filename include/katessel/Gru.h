@@ -82,7 +82,7 @@ KATESSEL_API T_BGRU* bgru_init(T_BGRU_conf conf);
 // A sequence of N frames through both units: the forward one from the first frame to the last, the backward one from
 // the last to the first. A further call continues from the states that this one leaves.
 //   in    N frames of nInputs values
-//   cond  N frames of nCond values, or null: no conditioning
+//   cond  N frames of nCond values, not looked at when nCond is 0; or null: no conditioning
 //   out   becomes N frames of 2H values, the forward state after that frame and then the backward one; must be neither
 //         `in` nor `cond`
 KATESSEL_API void bgru_process(std::vector<std::vector<float>>* in, std::vector<std::vector<float>>* cond,

@@ -1,8 +1,8 @@
 // One number as n soft activations of evenly spaced levels, so that a network can take it as a distributed input.
 //
 // Level k of the linear and the coarse form lies at lo + k * (hi - lo) / (n - 1), that of the circular form at k / n of
-// the circle. All forms return an empty vector for n below 2 or hi equal to lo, where there are no levels to lie
-// between.
+// the circle. An empty vector is what all forms return for hi equal to lo and for n below 1, and the linear and the
+// coarse form, whose levels lie between two ends, for n equal to 1.
 #ifndef KATESSEL_VALUEENCODINGS_H
 #define KATESSEL_VALUEENCODINGS_H
 

@@ -105,8 +105,8 @@ KATESSEL_API int calc_receptive_field(int nLayers, int dilationCycle, int initia
 
 // One frame of a dilated convolution: out[o] = bias[o] + sum over taps k of W[k][o] . x(t - k * dilation).
 //   x          nIn values, frame t
-//   hist       the (kernel - 1) * dilation frames before it, circular; histSize floats; read only: append x
-//              at histIndex afterwards
+//   hist       the (kernel - 1) * dilation frames before it, circular; histSize floats, which a kernel of two taps does
+//              not look at; read only: append x at histIndex afterwards
 //   histIndex  [floats] the oldest of them
 //   out        nOut values; must not overlap x or hist
 //   W          kernel blocks of nOut rows of nIn

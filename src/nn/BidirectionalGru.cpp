@@ -42,8 +42,9 @@ void bgru_process(std::vector<std::vector<float>>* in, std::vector<std::vector<f
     out.resize(frames);
     for (std::vector<float>& frame : out) frame.resize(static_cast<std::size_t>(2 * H));
 
+    const bool isConditioned = b->nCond > 0 && cond != nullptr;
     const auto step = [&](std::size_t t, T_GRU* unit, int offset) {
-        gru_step((*in)[t].data(), cond != nullptr ? (*cond)[t].data() : nullptr, unit);
+        gru_step((*in)[t].data(), isConditioned ? (*cond)[t].data() : nullptr, unit);
         std::copy_n(unit->state, H, out[t].data() + offset);
     };
     for (std::size_t t = 0; t < frames; ++t) {

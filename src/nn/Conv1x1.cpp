@@ -37,6 +37,14 @@ void interpolatedProduct(const float* in, float* out, const float* W, const floa
     }
 }
 
+// Whether one weight per input and output is all that a product reads of its matrix.
+bool readsOneWeightPerInput(int oneHotLevels, int coarseLevels, int dual8bitMode, int rowOffset) {
+    if (dual8bitMode >= 1) return false;
+    if (coarseLevels >= 1) return coarseLevels == 1 && rowOffset <= 0;
+    if (oneHotLevels > 0) return oneHotLevels == 1;  // interpolated: row offsets do not apply
+    return oneHotLevels == 0 && rowOffset <= 0;
+}
+
 }  // namespace
 
 void conv1x1(float* in, float* out, float* W, float* b, int nIn, int nOut, int inStart, int inEnd, bool accumulate,
@@ -47,6 +55,7 @@ void conv1x1(float* in, float* out, float* W, float* b, int nIn, int nOut, int i
     } else if (dual8bitMode == 2) {
         encoded = encodeDual8bitScaled(in, nIn);
     } else if (dual8bitMode > 2) {
+        warnOfManyInputs(nIn);
         printMessage("not implemented dual_8bit_input mode\n");
         return;
     } else if (coarseLevels >= 1) {
@@ -74,9 +83,13 @@ void conv1x1(std::vector<std::vector<float>> in, std::vector<std::vector<float>>
     init_and_load_wb(path, layerName, W, b, nIn, nOut);
     const std::unique_ptr<float[]> ownedW(W), ownedB(b);
     out.resize(in.size(), std::vector<float>(static_cast<std::size_t>(nOut), 0.0f));
-    const bool needsMore = oneHotLevels != 0 || coarseLevels > 0 || dual8bitMode > 0 || rowOffset > 0;
-    if (needsMore) printMessage("ERROR: not implemented\n");
-    for (std::size_t t = 0; t < in.size() && !needsMore; ++t)
+    // A mask or an unknown mode is refused frame by frame, before any weight is read.
+    const bool refusedPerFrame = mask != nullptr || dual8bitMode > 2;
+    if (!refusedPerFrame && !readsOneWeightPerInput(oneHotLevels, coarseLevels, dual8bitMode, rowOffset)) {
+        printMessage("ERROR: not implemented\n");
+        return;
+    }
+    for (std::size_t t = 0; t < in.size(); ++t)
         conv1x1(in[t].data(), out[t].data(), W, b, nIn, nOut, inStart, inEnd, accumulate, mask, oneHotLevels,
                 coarseLevels, dual8bitMode, rowOffset);
 }

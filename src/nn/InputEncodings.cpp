@@ -23,7 +23,7 @@ EncodedInput zeros(std::vector<float>& scratch, int usualCount, int count) {
 
 EncodedInput coarseZeros(int nIn, int perInput) {
     static thread_local std::vector<float> scratch;
-    if (nIn > kCoarseInputs) printMessage("WARNING: coarse_encode_layer_inputs buffer not large enough\n");
+    warnOfManyInputs(nIn);
     return zeros(scratch, kCoarseValues, nIn * perInput);
 }
 
@@ -41,6 +41,10 @@ Bytes quantise(float x) {
 
 void warnOfLargeOneHot(int count) {
     if (count > kOneHotValues) printMessage("WARNING: one_hot_encoding buffer not large enough\n");
+}
+
+void warnOfManyInputs(int nIn) {
+    if (nIn > kCoarseInputs) printMessage("WARNING: coarse_encode_layer_inputs buffer not large enough\n");
 }
 
 EncodedInput encodeOneHotWithResidual(const float* in, int nIn, int levels) {

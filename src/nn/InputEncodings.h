@@ -14,6 +14,9 @@ struct EncodedInput {
 // Prints a warning when a one-hot encoding of `count` values is beyond what layers are meant for.
 void warnOfLargeOneHot(int count);
 
+// Prints a warning when a coarse or dual 8-bit encoding of nIn inputs is beyond what layers are meant for.
+void warnOfManyInputs(int nIn);
+
 // Per input a one on the nearest of `levels` levels, then, after all inputs, the distance above it per input:
 // (levels + 1) * nIn values.
 EncodedInput encodeOneHotWithResidual(const float* in, int nIn, int levels);

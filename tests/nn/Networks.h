@@ -7,6 +7,7 @@
 
 #include "gtest/gtest.h"
 #include "katessel/WaveNet2.h"
+#include "support/CapturedStdout.h"
 #include "support/NaiveLayers.h"
 #include "support/Random.h"
 #include "support/TemporaryFolder.h"
@@ -79,7 +80,10 @@ inline NetPointer build(const NaiveWaveNet& naive, const Shape& shape) {
     WeightFileWriter writer;
     naive.addTo(writer);
     writer.save(conf.file);
-    return NetPointer(wavenet2_init(conf));
+    CapturedStdout captured;
+    NetPointer net(wavenet2_init(conf));
+    EXPECT_EQ(captured.text(), "") << "a network asks for its own layers and no others";
+    return net;
 }
 
 }  // namespace KaTessel::tests

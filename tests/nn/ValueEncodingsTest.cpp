@@ -58,6 +58,7 @@ TEST(PlainValueEncodings, Circle) {
     const Row rows[] = {
         {0.0f, 4, 0, 4, 0.3f},        {9.0f, 4, 0, 4, 0.3f},  {-9.0f, 4, 0, 4, 0.3f},
         {3.6f, 4, 0, 4, 0.7f},        {0.3f, 12, -1, 1, 0.3f}, {370.0f, 36, 20, 380, 2.0f},
+        {0.3f, 1, 0, 2, 0.7f},   // the only level is where the circle begins
         {4.0f, 4, 0, 4, 0.05f},  // where only a second lap, which is left out, would make it equal to 0
     };
     for (const Row& row : rows) {
@@ -71,7 +72,7 @@ TEST(PlainValueEncodings, Circle) {
         expectFrames({circular_encoding(row.x, row.n, row.lo, row.hi, row.sharpness)}, {expected}, 1e-5,
                      std::to_string(row.x) + " on " + std::to_string(row.n) + " levels");
     }
-    for (int n : {1, 0, -2}) EXPECT_TRUE(circular_encoding(1, n, 0, 4, 1).empty()) << n;
+    for (int n : {0, -2}) EXPECT_TRUE(circular_encoding(1, n, 0, 4, 1).empty()) << n;
     EXPECT_TRUE(circular_encoding(3, 4, 3, 3, 1).empty());
 }
 

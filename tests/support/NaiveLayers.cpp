@@ -108,7 +108,7 @@ void NaiveWaveNet::addTo(WeightFileWriter& writer) const {
             if (m_conf.nState > 0) writer.add(prefix + "_state_wn_" + suffix, branch.state.tensors());
         }
         if (static_cast<int>(l) >= m_conf.firstSkipLayer) writer.add(prefix + "_skip", layers[l].skip.tensors());
-        if (m_conf.resOneByOne) writer.add(prefix + "_res_1x1", layers[l].res1x1.tensors());
+        if (m_conf.resOneByOne && l + 1 < layers.size()) writer.add(prefix + "_res_1x1", layers[l].res1x1.tensors());
     }
     // A matrix in the place of a bias stands for none.
     writer.add(m_conf.name + "_skip_biases",
