@@ -19,7 +19,7 @@ namespace KaTessel {
 // written: REASON\n", and is skipped.
 //
 // The header counts everything that was passed, also what is left out at the two ends: a trimmed dump announces more
-// frames than it holds, so loadContext takes it for one that was cut off.
+// frames than it holds, and loadContext delivers what is announced.
 
 // Frames of as many values as the first one has: longer ones are cut, shorter ones filled up with zeros.
 //   skipAtStart, skipAtEnd  frames left out; below 0 counts as 0. One frame always remains: the start gives way
@@ -33,16 +33,19 @@ KATESSEL_API void write_data(std::string path, const std::vector<float>& values,
 // All of n values; may be null when n is 0.
 KATESSEL_API void write_data(std::string path, float* values, int n);
 
+// The two readers take files and pipes, and deliver every row that the counts announce: values for which the file is too
+// short are 0, and what follows the last row is ignored.
+
 // Reads a frame file and appends its frames to `frames`.
 //   framePeriod  [s]
 //   frameSize    values per frame
-// Returns false, leaving all three as they were, when the file cannot be read, has other than 0 to 100000 frames of
-// 0 to 1000 values, or ends before the last of them. What follows the last frame is ignored.
+// Returns false, leaving all three as they were, when the three header fields cannot be read or announce other than 0 to
+// 100000 frames of 0 to 1000 values.
 KATESSEL_API bool loadContext(std::string path, std::vector<std::vector<float>>& frames, float& framePeriod,
                               int& frameSize);
 
-// The rows of a statistics file, each of at least one value. When it cannot be read, prints one line on standard
-// output, "WARNING: PATH not loaded: it REASON\n", and returns none.
+// The rows of a statistics file. When its two counts cannot be read, are negative or announce rows of more than 400 MB,
+// prints one line on standard output, "WARNING: PATH not loaded: it REASON\n", and returns none.
 KATESSEL_API std::vector<std::vector<float>> read_stats(std::string path);
 
 }  // namespace KaTessel

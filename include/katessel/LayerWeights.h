@@ -81,11 +81,13 @@ KATESSEL_API bool loadSingleModelWeights(std::string path, std::string layerName
 //   weights       receives tensor 0, or null when only a bias is wanted
 //   bias          receives tensor 1 (tensor 0 without weights); released and set to null when that tensor is
 //                 missing or has rank 2 or more; may be null from the start
-//   expectedSize  elements of `weights`, or -1 when not to be checked
+//   expectedSize  elements that a tensor of rank 2 or more must have, or -1: any number. Not the room in `weights`: a
+//                 tensor of rank 1 is copied whole, whatever its length, and so is a bias
 //   mask          must be null
 //   allowWeightNormalisation  scale each output's weights to the length its gain tensor gives
 //   biasWasMalloced           how to release `bias`: free() or array delete
-// Returns false, with nothing written, when the layer is missing or its tensors do not fit together.
+// Returns false, with nothing written, when the layer is missing or its tensors do not fit together. A wrong size ends
+// the process with status -1, as in init_and_load_wb.
 KATESSEL_API bool copyFileLayerWeights(std::string layerName, int layerCount, T_FileLayerWeights* layers,
                                        float* weights, float*& bias, int expectedSize, bool** mask,
                                        bool allowWeightNormalisation, bool biasWasMalloced);

@@ -11,7 +11,6 @@
 #include <system_error>
 
 #include "base/Messages.h"
-#include "modelio/BinaryReader.h"
 
 namespace KaTessel {
 namespace {
@@ -19,6 +18,7 @@ namespace {
 constexpr float kDumpPeriod = 0.005f;  // [s] the engine's hop
 constexpr std::int32_t kMaxFrames = 100000;
 constexpr std::int32_t kMaxFrameSize = 1000;
+constexpr std::int64_t kMaxBytes = 400'000'000;  // of the rows of a statistics file, as much as the longest context has
 
 // A frame file being written, the period already in it. Remembers the first thing that went wrong.
 class DumpFile {
@@ -57,18 +57,45 @@ private:
     int m_error = 0;  // as errno
 };
 
-// Reads `count` rows of `length` values, neither of them negative.
-bool readRows(BinaryReader& in, std::int32_t count, std::int32_t length, std::vector<std::vector<float>>& rows) {
-    const std::int64_t bytes = static_cast<std::int64_t>(sizeof(float)) * length;
-    if (bytes > 0 && count > in.bytesLeft() / bytes)
-        return in.fail("claims " + std::to_string(count) + " rows of " + std::to_string(length) +
-                       " values, more than it holds");
-    rows.resize(static_cast<std::size_t>(count));
-    for (std::vector<float>& row : rows) {
-        row.resize(static_cast<std::size_t>(length));
-        if (length > 0 && !in.read(row.data(), bytes, "a row's values")) return false;
+// A file or pipe of which only the counts must be there.
+class MatrixFile {
+public:
+    explicit MatrixFile(const std::string& path) : m_file(std::fopen(path.c_str(), "rb"), &std::fclose) {}
+
+    bool isOpen() const { return m_file != nullptr; }
+
+    template <typename Value>
+    bool read(Value& value) {
+        return isOpen() && std::fread(&value, sizeof value, 1, m_file.get()) == 1;
     }
-    return true;
+
+    // `count` rows of `length` values, neither of them negative. Deliberate: values that the file does not hold are 0,
+    // so that a trimmed dump has as many frames as it announces.
+    std::vector<std::vector<float>> readRows(std::int32_t count, std::int32_t length) {
+        const std::size_t values = static_cast<std::size_t>(length);
+        std::vector<std::vector<float>> rows(static_cast<std::size_t>(count));
+        for (std::vector<float>& row : rows) {
+            row.resize(values);
+            const std::size_t present = std::fread(row.data(), sizeof(float), values, m_file.get());
+            // The bytes of a value that is cut in two may be there already.
+            std::fill(row.begin() + static_cast<std::ptrdiff_t>(present), row.end(), 0.0f);
+        }
+        return rows;
+    }
+
+private:
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> m_file;
+};
+
+// Why a statistics file is refused; empty: it is not, and has these counts.
+std::string readCounts(MatrixFile& in, std::int32_t& count, std::int32_t& length) {
+    if (!in.isOpen()) return "cannot be opened";
+    if (!in.read(count)) return "ends within the row count";
+    if (!in.read(length)) return "ends within the row length";
+    // Rows without values count as well: two billion of them cost a file nothing.
+    const std::int64_t perRow = static_cast<std::int64_t>(sizeof(std::vector<float>)) + 4 * std::int64_t{length};
+    if (count >= 0 && length >= 0 && count <= kMaxBytes / perRow) return {};
+    return "claims " + std::to_string(count) + " rows of " + std::to_string(length) + " values";
 }
 
 }  // namespace
@@ -108,14 +135,13 @@ void write_data(std::string path, float* values, int n) {
 }
 
 bool loadContext(std::string path, std::vector<std::vector<float>>& frames, float& framePeriod, int& frameSize) {
-    BinaryReader in(path);
+    MatrixFile in(path);
     float period = 0.0f;
     std::int32_t count = 0, size = 0;
-    std::vector<std::vector<float>> read;
-    if (!in.read(&period, sizeof period, "the frame period") || !in.readInt(count, "the frame count") || count < 0 ||
-        count > kMaxFrames || !in.readInt(size, "the frame size") || size < 0 || size > kMaxFrameSize ||
-        !readRows(in, count, size, read))
+    if (!in.read(period) || !in.read(count) || count < 0 || count > kMaxFrames || !in.read(size) || size < 0 ||
+        size > kMaxFrameSize)
         return false;
+    std::vector<std::vector<float>> read = in.readRows(count, size);
     frames.insert(frames.end(), std::make_move_iterator(read.begin()), std::make_move_iterator(read.end()));
     framePeriod = period;
     frameSize = size;
@@ -123,18 +149,11 @@ bool loadContext(std::string path, std::vector<std::vector<float>>& frames, floa
 }
 
 std::vector<std::vector<float>> read_stats(std::string path) {
-    BinaryReader in(path);
+    MatrixFile in(path);
     std::int32_t count = 0, length = 0;
-    std::vector<std::vector<float>> rows;
-    if (in.readInt(count, "the row count") && in.readInt(length, "the row length")) {
-        // Rows without values cost a file nothing: two billion of them would fit into eight bytes.
-        if (count < 0 || length < 0 || (count > 0 && length == 0))
-            in.fail("claims " + std::to_string(count) + " rows of " + std::to_string(length) + " values");
-        else
-            readRows(in, count, length, rows);
-    }
-    if (in.good()) return rows;
-    printMessage("WARNING: %s not loaded: it %s\n", path.c_str(), in.why().c_str());
+    const std::string refusal = readCounts(in, count, length);
+    if (refusal.empty()) return in.readRows(count, length);
+    printMessage("WARNING: %s not loaded: it %s\n", path.c_str(), refusal.c_str());
     return {};
 }
 

@@ -135,7 +135,6 @@ bool copyFileLayerWeights(std::string layerName, int layerCount, T_FileLayerWeig
     request.weights = weights;
     request.bias = &bias;
     request.expectedSize = expectedSize;
-    if (expectedSize != -1) request.weightCapacity = expectedSize;
     request.allowWeightNormalisation = allowWeightNormalisation;
     request.biasWasMalloced = biasWasMalloced;
     if (mask != nullptr && findFileLayer(request.name, layerCount, layers) >= 0) printMessage("Error: not implemented");

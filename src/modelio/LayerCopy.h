@@ -8,7 +8,7 @@
 
 namespace KaTessel {
 
-// What a caller wants of a layer, and how much room there is.
+// What a caller wants of a layer, and how much room there is as far as that is known.
 struct LayerRequest {
     std::string name;
     float* weights = nullptr;             // null: only a bias is wanted

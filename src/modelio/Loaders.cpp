@@ -53,7 +53,6 @@ bool loadSingleModelWeights(std::string path, std::string layerName, float* weig
     request.weights = weights;
     request.bias = &bias;
     request.expectedSize = expectedSize;
-    if (expectedSize != -1) request.weightCapacity = expectedSize;
     request.biasWasMalloced = biasWasMalloced;
     return loadLayer(request, path);
 }

@@ -37,6 +37,7 @@ protected:
             .add("taps", {countingTensor({2, 2, 3}, 1.0f), countingTensor({3}, 10.0f)})
             .add("bias free", {countingTensor({2, 3}, 1.0f)})
             .add("short", {countingTensor({2}, 1.0f), countingTensor({1}, 10.0f)})
+            .add("long", {countingTensor({6}, 1.0f), countingTensor({1}, 10.0f)})
             .add("long bias", {countingTensor({2, 3}, 1.0f), countingTensor({4}, 10.0f)})
             .add("gained", {StoredTensor{{2, 3}, {3, 0, 1, 4, 2, 0}}, StoredTensor{{1, 1, 3}, {10, 5, 7}}})
             .add("empty", {})
@@ -64,6 +65,7 @@ TEST_F(PlainLoaders, WeightsAndBias) {
           {"gained", {6, 8, 0, 5, 7, 0}, {}, false},
           {"Dense", zeros, {0, 0, 0}, true},
           {"empty", zeros, {0, 0, 0}, true},
+          {"long", {0, 0, 0}, {0, 0, 0}, true},  // longer than what is allocated
           {"long bias", zeros, {0, 0, 0}, true}}) {
         float *weights = nullptr, *bias = nullptr;
         CapturedStdout captured;
@@ -100,6 +102,17 @@ TEST_F(PlainLoaders, OneLayerIntoTheCallersBuffers) {
     EXPECT_TRUE(loadSingleModelWeights(path, "dense", weights.data(), bias, -1, false));
     EXPECT_EQ(weights, (Values{1, 4, 2, 5, 3, 6}));
     take(bias, {10, 11, 12}, "dense");
+
+    // Of rank 1: as many values as there are, whatever number is expected. The caller's buffer has the room.
+    bias = new float[3]();
+    EXPECT_TRUE(loadSingleModelWeights(path, "long", weights.data(), bias, 4, false));
+    EXPECT_EQ(weights, (Values{1, 2, 3, 4, 5, 6}));
+    LayerFile file;
+    file.read(path);
+    weights.assign(6, 0.0f);
+    EXPECT_TRUE(copyFileLayerWeights("long", file.layerCount(), file.layers(), weights.data(), bias, 4, nullptr, true, false));
+    EXPECT_EQ(weights, (Values{1, 2, 3, 4, 5, 6}));
+    take(bias, {10, 0, 0}, "long");
 }
 
 // A model of the wrong shape never runs: the process ends with status 255 and says why on standard output.
