@@ -1,6 +1,7 @@
 // Whole recordings against the naive chain.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -42,7 +43,8 @@ TEST_F(Offline, EqualsTheNaiveChainAtEveryRateAndLength) {
                 {48000, 6000}, {44100, 5001}, {16000, 1999}, {8000, 1000}, {96000, 9000}, {192000, 15000}, {11025, 700}};
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.samples << " samples at " << row.rate << " Hz");
-        const std::vector<float> sound = voiceWithNoise(random, row.samples, row.rate);
+        std::vector<float> sound = voiceWithNoise(random, row.samples, row.rate);
+        if (row.samples == 3000) std::fill_n(sound.begin(), 2048, 0.0f);  // silence has the smallest energy there is
         const std::vector<NaivePair> expected = naive.offline(sound, row.rate);
         const int frames = static_cast<int>(expected.size());
         GuardedBuffer f0(frames), confidence(frames);

@@ -66,9 +66,10 @@ TEST_F(Streaming, EqualsTheNaiveChainAtEveryRate) {
     } rows[] = {{24000, 120}, {48000, 240}, {44100, 147}, {16000, 80}, {8000, 40}, {44100, 441}, {96000, 480}};
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.rate << " Hz in blocks of " << row.block);
-        // The first row goes once around the ring.
+        // The first row goes once around the ring, and begins with silence, which has the smallest energy there is.
         const int samples = row.rate == 24000 ? 26000 : row.rate / 8;
-        const std::vector<float> sound = voiceWithNoise(random, samples, row.rate);
+        std::vector<float> sound = voiceWithNoise(random, samples, row.rate);
+        if (row.rate == 24000) std::fill_n(sound.begin(), 2048, 0.0f);
         Random sameAgain(41);
         NaiveEngine fresh(sameAgain);
         const std::vector<NaivePair> expected = fresh.stream(sound, row.rate, row.block);

@@ -1,22 +1,23 @@
-// Counts what goes through operator new and delete, in the whole program.
+// Counts the allocations of this program's own code: operator new and delete, and the C functions, malloc to free.
 #pragma once
 
 #include <cstddef>
 
 namespace KaTessel::tests {
 
-// Counts from its construction on, allocations of all threads together.
+// Counts from its construction on, all threads together. What the system's libraries allocate inside, as for a FILE, is
+// not counted.
 class AllocationCounter {
 public:
     AllocationCounter();
 
-    long allocations() const;           // calls of any operator new
-    long releases() const;              // calls of any operator delete with a pointer that is not null
-    std::size_t largestRequest() const; // [bytes] largest single allocation since the newest counter was made
+    long allocations() const;            // calls of any operator new, of malloc, calloc, realloc and the aligned forms
+    long releases() const;               // calls of any operator delete, free or realloc with a pointer that is not null
+    long frees() const;                  // those of them that are no operator delete
+    std::size_t largestRequest() const;  // [bytes] largest single allocation since the newest counter was made
 
 private:
-    long m_allocationsBefore;
-    long m_releasesBefore;
+    long m_allocationsBefore, m_deletesBefore, m_freesBefore;
 };
 
 }  // namespace KaTessel::tests
