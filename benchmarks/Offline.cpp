@@ -79,7 +79,7 @@ BENCHMARK(offlineFeatures)->Unit(benchmark::kMicrosecond);
 void offlineNetwork(benchmark::State& state) {
     Segment segment;
     KaTessel::SequenceNetwork network(*segment.engine.encoder);
-    segment.features.reset(kFrames, 150, network.lead());
+    segment.features.reset(kFrames, 150, network.padding());
     std::mt19937 random(2);
     std::normal_distribution<float> normal;
     for (long i = 0; i < segment.features.size(); ++i) segment.features.frame(0)[i] = normal(random);
@@ -135,7 +135,7 @@ BENCHMARK(sequenceConvolution)->Unit(benchmark::kMicrosecond);
 
 void sequenceConvolutionPlainLoops(benchmark::State& state) {
     SequenceConvolution c;
-    c.in.repeatFirstFrame();
+    c.in.replicateFirstFrame();
     c.out.reset(kFrames, kChannels);
     for (auto _ : state) {
         for (int t = 0; t + 1 < kFrames; ++t)

@@ -62,7 +62,8 @@ public:
     std::string modelPath;
     int fftSize = 0;               // [samples] 1024
     int numBands = 0;              // 150
-    float** filterbank = nullptr;  // numBands rows of fftSize / 2 + 1
+    float** filterbank = nullptr;  // numBands rows of fftSize / 2 + 1; of a band only the run of bins that configure()
+                                   // fills is read
     MRSpectrum spectrum;
     float lastF0 = 0.0f;
     float lastConfidence = 0.0f;

@@ -84,7 +84,7 @@ KATESSEL_API bool loadSingleModelWeights(std::string path, std::string layerName
 //   expectedSize  elements that a tensor of rank 2 or more must have, or -1: any number. Not the room in `weights`: a
 //                 tensor of rank 1 is copied whole, whatever its length, and so is a bias
 //   mask          must be null
-//   allowWeightNormalisation  scale each output's weights to the length its gain tensor gives
+//   allowWeightNormalisation  scale each output's weights to the norm that its gain tensor gives
 //   biasWasMalloced           how to release `bias`: free() or array delete
 // Returns false, with nothing written, when the layer is missing or its tensors do not fit together. A wrong size ends
 // the process with status -1, as in init_and_load_wb.

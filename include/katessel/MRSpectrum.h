@@ -14,8 +14,8 @@
 
 namespace KaTessel {
 
-// Spectrum layout, for a transform of n samples: a[0] the value at 0 Hz, a[1] that at half the sample rate (both
-// real), a[2k] and a[2k + 1] real and imaginary part of bin k = 1 .. n/2 - 1; sign exp(-i 2 pi jk / n), no scale.
+// Spectrum layout, for a transform of n samples: a[0] DC, a[1] Nyquist (both real), a[2k] and a[2k + 1] real and
+// imaginary part of bin k = 1 .. n/2 - 1; sign exp(-i 2 pi jk / n), no scale.
 //
 // About 5 MB of buffers, allocated by the constructor. One thread at a time.
 class KATESSEL_API MRSpectrum {
@@ -25,16 +25,16 @@ public:
     MRSpectrum(const MRSpectrum&) = delete;
     MRSpectrum& operator=(const MRSpectrum&) = delete;
 
-    // Forward transform of n real samples in place into the layout above; n a power of two, 2 .. 131072.
-    // Returns 0.
+    // Forward transform of n real samples in place into the layout above; n a power of two, 2 .. 131072. An odd n counts
+    // as n - 1. Returns 0.
     long rFFT(float* a, int n);
 
     // Exact inverse of rFFT, in place. Leaves the spectrum as it was in spareSpectrum(), half-complex when
     // halfComplexCopy is set. Returns 0.
     long irFFT(float* a, int n, bool halfComplexCopy);
 
-    // Writes spectrum a of n floats to spareSpectrum() as h[0] = bin 0, h[k] = real part of bin k, h[n/2] = the
-    // value at half the sample rate, h[n - k] = imaginary part of bin k, and returns that buffer. n up to 131072.
+    // Writes spectrum a of n floats to spareSpectrum() as h[0] = bin 0, h[k] = real part of bin k, h[n/2] =
+    // Nyquist, h[n - k] = imaginary part of bin k, and returns that buffer. n up to 131072.
     float* SpecFormatConversion(float* a, int n);
 
     // 262146 floats that the two functions above write to.
@@ -51,7 +51,7 @@ public:
     //                 allocated with new[] for the caller to own; may be null where not used
     //   outLastBin    receives half
     //   outputMode    0: magnitude [dB, 0 dB = 32768] and phase [rad]; 1: magnitude and phase;
-    //                 2: power (end bins: magnitude) in outMagnitude, and spectrum; 3: spectrum
+    //                 2: power (DC and Nyquist: magnitude) in outMagnitude, and spectrum; 3: spectrum
     //   ioComplexSpectrum  fftLen floats in the layout above, for modes 2 and 3; allocated like outMagnitude
     //                 when it points to null, ignored when it is null itself
     //   padFactor     scales the transform and the number of kernel taps (40 * padFactor + 1)
@@ -98,6 +98,8 @@ public:
     long GetWindow(long n, char type, float** out, bool ignoredFlag, bool derivative);
 
     // The generators. w receives n samples; for n < 1 nothing is written.
+    // Of even length, KaiserBessel has its peak at sample n/2 and nothing that mirrors sample 0; Triangular rises by 2/n a
+    // sample (before the scaling) and has its peak, 1 - 2/n, at both middle samples.
     static void Hamming(long n, float* w);
     static void BlackmanHarris62(long n, float* w);
     static void BlackmanHarris70(long n, float* w);

@@ -1,4 +1,4 @@
-// The one place through which the library speaks: messages on standard output.
+// The one place through which the library prints: messages on standard output.
 #pragma once
 
 namespace KaTessel {

@@ -30,7 +30,7 @@ void LaneSpectrum::extend() {
         const int m = std::abs(e - half);
         float* pair = m_extended.data() + 2 * e * m_lanes;
         std::copy_n(work + 2 * m * m_lanes, 2 * m_lanes, pair);
-        if (m == 0) std::fill_n(pair + m_lanes, m_lanes, 0.0f);  // there the layout holds the last bin
+        if (m == 0) std::fill_n(pair + m_lanes, m_lanes, 0.0f);  // there the layout holds Nyquist
     }
 }
 
@@ -54,7 +54,7 @@ const float* LaneSpectrum::process(const float* samples, int hop, int frames) {
                           m_spectrum.kernel(resolution), m_taps, end - first);
         first = end;
     }
-    // The first bin is real.
+    // DC is real.
     std::fill_n(m_convolved.data() + m_lanes, m_lanes, 0.0f);
     m_vec.magnitudeLanes(m_magnitude.data(), m_convolved.data(), m_bins);
     return m_magnitude.data();

@@ -15,7 +15,7 @@ namespace {
 
 constexpr long kMaxLength = 262145;  // longest frame or window
 constexpr int kMaxTransform = 131072;
-constexpr int kMinBuffer = 2;  // floats of the shortest spectrum, for both end bins
+constexpr int kMinBuffer = 2;  // floats of the shortest spectrum, for DC and Nyquist
 
 enum OutputMode : char { kDecibelsAndPhase = 0, kMagnitudeAndPhase = 1, kPowerAndSpectrum = 2, kSpectrum = 3 };
 
@@ -101,7 +101,7 @@ long MRSpectrum::DoMultiresolutionSpectrum(float* input, long length, char windo
     if (wantsPhase && outPhase != nullptr) {
         float* phase = *outPhase;
         forEachBin(work, half, [=](int k, float re, float im) {
-            // An end bin is real: its phase is 0 or pi whatever the sign of a zero.
+            // DC and Nyquist are real: their phase is 0 or pi whatever the sign of a zero.
             phase[k] = k == 0 || k == half ? (re < 0.0f ? 3.14159274f : 0.0f) : atan2f(im, re);
         });
     }
@@ -120,7 +120,7 @@ long MRSpectrum::DoMultiresolutionSpectrum(short* input, long length, char windo
 }
 
 // Bins -halfTaps .. half + (taps - 1 - halfTaps) of the spectrum as complex pairs. Bins beyond either end are the
-// mirrored ones, deliberately without conjugation; both end bins are real.
+// mirrored ones, deliberately without conjugation; DC and Nyquist are real.
 void MRSpectrum::extendSpectrum(const float* spectrum) {
     const int half = m_fftLen / 2;
     const auto mirrored = [&](int e) {

@@ -86,7 +86,7 @@ void MRSpectrum::buildKernel(int resolution, char windowType, float padFactor, b
         const float re = (isLastBin ? spectrum[1] : spectrum[2 * m]) * scale;
         real[2 * t] = real[2 * t + 1] = re;
         if (windowType != kAsymmetric) continue;
-        // The centre tap takes its imaginary part from element 1, the value at half the sample rate: deliberate, and
+        // The centre tap takes its imaginary part from element 1, the value at Nyquist: deliberate, and
         // part of what this family's spectra are.
         float im = isLastBin ? 0.0f : spectrum[2 * m + 1] * scale;
         if (t >= m_halfTaps) im = -im;

@@ -14,7 +14,7 @@ void CTessel::spectrumStage(float* samples) {
     long lastBin = 0;
     spectrum.DoMultiresolutionSpectrum(samples, kAnalysisLength, kWindowFamily, -200.0f, &spectrumAux, nullptr,
                                        &lastBin, kSpectrumOnly, &complexSpectrum, 1.0f, true, kAnalysisRate);
-    // The two end bins are real and stand at the front.
+    // DC and Nyquist are real and stand at the front.
     const int half = kBins - 1;
     magnitude[0] = fabsf(complexSpectrum[0]);
     magnitude[half] = fabsf(complexSpectrum[1]);

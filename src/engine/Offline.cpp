@@ -70,7 +70,7 @@ int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, 
     for (int first = 0; first < frames; first += kSegmentFrames) {
         const int last = std::min(first + kSegmentFrames, frames);
         const int begin = std::max(first - context, 0), end = std::min(last + context, frames);
-        features.reset(end - begin, numBands, network.lead());
+        features.reset(end - begin, numBands, network.padding());
         for (int f = begin; f < end; f += atOnce) {
             // Frames are centred on sample f * hop; what lies outside the signal reads as 0.
             signal.read(static_cast<long>(f) * hop - half, static_cast<int>(samples.size()), samples.data());

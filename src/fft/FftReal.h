@@ -35,7 +35,7 @@ void negateImaginaryParts(Real* a, int n) {
     for (int k = 3; k < n; k += 2) a[k] = -a[k];
 }
 
-// Spectrum of n real samples: bin 0, the value at half the rate, then bins 1 .. n/2 - 1; sign exp(-i ..).
+// Spectrum of n real samples: DC, Nyquist, then bins 1 .. n/2 - 1; sign exp(-i ..).
 template <typename Real>
 void realTransform(int n, Real* a) {
     forwardTransform(n, a);

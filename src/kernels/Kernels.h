@@ -63,15 +63,15 @@ struct Kernels {
 
     // Lane kernels: `lanes` signals at once. Pointers are aligned to 64 bytes.
 
-    // Spectrum of n real samples per signal, n a power of two, in place: value at 0 Hz, value at half the rate, then real
-    // and imaginary parts of bins 1 .. n/2 - 1; sign exp(-i ..).
+    // Spectrum of n real samples per signal, n a power of two, in place: DC, Nyquist, then real and
+    // imaginary parts of bins 1 .. n/2 - 1; sign exp(-i ..).
     void (*transformLanes)(float* a, int n);
 
     // convolvePairs for every signal with the same taps: pairs k of `out`, k + t of `spectrum`, taps[2 * t]; `count`
     // taps.
     void (*convolveLanes)(float* out, const float* spectrum, const float* taps, int count, int bins);
 
-    // out[k] = size of pair k, n pairs per signal.
+    // out[k] = magnitude of pair k, n pairs per signal.
     void (*magnitudeLanes)(float* out, const float* pairs, int n);
 
     // out = sum over k < n of weights[k] * x[k], one value per signal.

@@ -44,7 +44,7 @@ void copyTransposed(const T_FileTensor& tensor, float* to) {
             for (int b = 0; b < B; ++b) to[b * A + a] = from[a * B + b];
 }
 
-// Gives every output's weights the length that its gain says. The outputs of a kernel with several taps are
+// Gives every output's weights the norm that its gain says. The outputs of a kernel with several taps are
 // normalised over all taps; of any other tensor only the first block of rows is.
 // After "Weight Normalization", Salimans and Kingma, 2016.
 void normalise(const T_FileTensor& tensor, const T_FileTensor& gain, float* weights) {

@@ -1,4 +1,4 @@
-// The dilated convolution over a stream, and what a stack of them sees.
+// The dilated convolution over a stream, and the receptive field of a stack of them.
 #include <algorithm>
 #include <cmath>
 

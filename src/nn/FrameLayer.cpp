@@ -6,16 +6,16 @@
 
 namespace KaTessel {
 
-void FrameBlock::reset(int frames, int channels, int lead) {
+void FrameBlock::reset(int frames, int channels, int padding) {
     m_frames = frames;
     m_channels = channels;
-    m_lead = lead;
-    m_data.assign(static_cast<std::size_t>(frames + lead) * static_cast<std::size_t>(channels), 0.0f);
+    m_padding = padding;
+    m_data.assign(static_cast<std::size_t>(frames + padding) * static_cast<std::size_t>(channels), 0.0f);
 }
 
-void FrameBlock::assign(const std::vector<std::vector<float>>& sequence, int channels, int lead, int start) {
+void FrameBlock::assign(const std::vector<std::vector<float>>& sequence, int channels, int padding, int start) {
     const int n = static_cast<int>(sequence.size());
-    reset(n, channels, lead);
+    reset(n, channels, padding);
     for (int t = 0; t < n; ++t) {
         const int at = ((t + start % n) % n + n) % n;
         const std::vector<float>& from = sequence[static_cast<std::size_t>(at)];
@@ -30,9 +30,9 @@ std::vector<std::vector<float>> FrameBlock::toSequence() const {
     return sequence;
 }
 
-void FrameBlock::repeatFirstFrame() {
+void FrameBlock::replicateFirstFrame() {
     if (m_frames == 0) return;
-    for (int t = 1; t <= m_lead; ++t) std::copy_n(frame(0), m_channels, frame(-t));
+    for (int t = 1; t <= m_padding; ++t) std::copy_n(frame(0), m_channels, frame(-t));
 }
 
 void FrameLayer::add(const float* W, const float* bias, int nOut) {
@@ -67,9 +67,9 @@ void FrameLayer::apply(FrameBlock& in, int dilation, FrameBlock& out, bool accum
     const kernels::Kernels& vec = *kernels::active;
     if (m_panel != vec.panel) pack(vec.panel);
     const int frames = in.frames();
-    if (!accumulate) out.reset(frames, m_nOut, out.lead());
+    if (!accumulate) out.reset(frames, m_nOut, out.padding());
     if (frames == 0) return;
-    in.repeatFirstFrame();
+    in.replicateFirstFrame();
 
     const int shiftFrames = shift(m_kernel, dilation);
     const int newest = std::min(shiftFrames, frames - 1);  // input frame that output frame 0 sees through tap 0

@@ -5,31 +5,31 @@
 
 namespace KaTessel {
 
-// Frames of `channels` values one after the other, with room for repeated frames before the first.
+// Frames of `channels` values one after the other, with padding before the first.
 class FrameBlock {
 public:
-    // Makes the block `frames` frames of zeros with room for `lead` frames before them.
-    void reset(int frames, int channels, int lead = 0);
+    // Makes the block `frames` frames of zeros, with `padding` frames before them.
+    void reset(int frames, int channels, int padding = 0);
 
     // Takes frames from a sequence, beginning with number `start` and going around its end; frames that are shorter
     // than `channels` are filled up with zeros.
-    void assign(const std::vector<std::vector<float>>& sequence, int channels, int lead, int start = 0);
+    void assign(const std::vector<std::vector<float>>& sequence, int channels, int padding, int start = 0);
 
     std::vector<std::vector<float>> toSequence() const;
 
     int frames() const { return m_frames; }
     int channels() const { return m_channels; }
-    int lead() const { return m_lead; }
-    float* frame(int t) { return m_data.data() + static_cast<long>(m_lead + t) * m_channels; }
-    const float* frame(int t) const { return m_data.data() + static_cast<long>(m_lead + t) * m_channels; }
+    int padding() const { return m_padding; }
+    float* frame(int t) { return m_data.data() + static_cast<long>(m_padding + t) * m_channels; }
+    const float* frame(int t) const { return m_data.data() + static_cast<long>(m_padding + t) * m_channels; }
     long size() const { return static_cast<long>(m_frames) * m_channels; }  // [floats] of the frames themselves
 
-    // Copies frame 0 to all of the room before it: what a convolution reads before the start.
-    void repeatFirstFrame();
+    // Fills the padding with copies of frame 0: what a convolution reads before the start.
+    void replicateFirstFrame();
 
 private:
     std::vector<float> m_data;
-    int m_frames = 0, m_channels = 0, m_lead = 0;
+    int m_frames = 0, m_channels = 0, m_padding = 0;
 };
 
 // Weights of one convolution, or of several that read the same input, packed for the products.
@@ -51,7 +51,7 @@ public:
     // out[u] = bias + sum over taps k of W[k] in[max(u + shift - k * dilation, 0)]; the last `shift` frames, for which
     // there is no input, become zeros (without bias). When there are no more than `shift` frames, frame 0 takes the
     // last input as its newest.
-    //   in   must have room for span() frames before the first; repeatFirstFrame() is called on it
+    //   in   must have span() frames of padding; replicateFirstFrame() is called on it
     //   out  outputs() channels, as many frames as `in`; its frames are set to zero first unless accumulated to
     void apply(FrameBlock& in, int dilation, FrameBlock& out, bool accumulate = false);
 

@@ -36,7 +36,7 @@ void runNetwork(const Frames& in, int start, Frames& out, const T_WN2& net, bool
     SequenceNetwork network(net);
     if (dump) dumpSequences(network, net.name);
     FrameBlock block, result;
-    block.assign(in, net.nInputs, network.lead(), start);
+    block.assign(in, net.nInputs, network.padding(), start);
     network.process(block, result);
     out = result.toSequence();
 }

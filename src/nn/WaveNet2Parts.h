@@ -11,7 +11,7 @@ namespace KaTessel {
 
 constexpr float kSqrtHalf = 0.70710677f;  // keeps the power of the residual stream from layer to layer
 
-// Adds the processor time of its life to wavenet2_step_dur_ while performance_analysis_ is set. The sum belongs to the
+// Adds the processor time of its scope to wavenet2_step_dur_ while performance_analysis_ is set. The sum belongs to the
 // whole process, so every network adds to it atomically.
 class StepTimer {
 public:

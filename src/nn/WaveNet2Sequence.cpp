@@ -22,7 +22,7 @@ SequenceNetwork::SequenceNetwork(const T_WN2& net) : m_net(net), m_initial(net.i
     }
 }
 
-int SequenceNetwork::lead() const { return FrameLayer::span(m_net.initialKernel, 1); }
+int SequenceNetwork::padding() const { return FrameLayer::span(m_net.initialKernel, 1); }
 
 void SequenceNetwork::report(const char* name, int layer, const FrameBlock& block) const {
     if (onSequence) onSequence(name, layer, block);

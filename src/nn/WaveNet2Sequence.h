@@ -18,11 +18,11 @@ public:
     // Frames on either side of a frame that its output depends on.
     int context() const { return m_context; }
 
-    // The whole sequence `in` (nInputs channels; see lead()) to `out` (nSkip channels).
+    // The whole sequence `in` (nInputs channels, padding() frames of padding) to `out` (nSkip channels).
     void process(FrameBlock& in, FrameBlock& out);
 
-    // Room that `in` must have before its first frame.
-    int lead() const;
+    // Frames of padding that `in` must have.
+    int padding() const;
 
     // Called with the name and contents of every intermediate sequence, in the order they come about: "INITIAL_CONV"
     // with layer -1, "DILCONVOUT" and "LAYEROUT" with their layer, "SKIPSUM" with layer -1.

@@ -1,4 +1,4 @@
-// The streaming step with look-ahead: every layer's output belongs to the oldest frame that it sees.
+// The streaming step with look-ahead: every layer's output belongs to the oldest frame of its receptive field.
 #include <algorithm>
 
 #include "katessel/FloatBuffer.h"

@@ -13,10 +13,10 @@ namespace KaTessel::tests {
 namespace {
 
 // The sequence in a block whose room before the first frame holds rubbish.
-FrameBlock blockOf(const Frames& frames, int channels, int lead) {
+FrameBlock blockOf(const Frames& frames, int channels, int padding) {
     FrameBlock block;
-    block.assign(frames, channels, lead);
-    for (int i = 0; i < lead * channels; ++i) block.frame(-lead)[i] = 1000.0f;
+    block.assign(frames, channels, padding);
+    for (int i = 0; i < padding * channels; ++i) block.frame(-padding)[i] = 1000.0f;
     return block;
 }
 
@@ -58,7 +58,7 @@ TEST(SequenceNetwork, MatchesTheWholeSignalReference) {
         FrameBlock before, after;
         for (int frames : {0, 1, 2, 4, 30, 7}) {
             const Frames frameValues = randomFrames(random, frames, shape.nInputs);
-            FrameBlock in = blockOf(frameValues, shape.nInputs, network.lead());
+            FrameBlock in = blockOf(frameValues, shape.nInputs, network.padding());
             network.process(in, before);
             expectFrames(before.toSequence(), naive.process(signalOf(frameValues)), 2e-5,
                          "kernel " + std::to_string(shape.kernel) + ", " + std::to_string(frames) + " frames");
@@ -67,7 +67,7 @@ TEST(SequenceNetwork, MatchesTheWholeSignalReference) {
 
         // A frame depends on what lies within the context, and on nothing further away.
         const int frames = 2 * network.context() + 21, middle = network.context() + 10;
-        FrameBlock in = blockOf(randomFrames(random, frames, shape.nInputs), shape.nInputs, network.lead());
+        FrameBlock in = blockOf(randomFrames(random, frames, shape.nInputs), shape.nInputs, network.padding());
         network.process(in, before);
         for (int i = 0; i < shape.nInputs; ++i) in.frame(middle)[i] += 1.0f;
         network.process(in, after);
