@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 
 #include "base/NewFloats.h"
-#include "engine/Constants.h"
+#include "engine/AnalyserArguments.h"
 #include "engine/Filterbank.h"
 #include "katessel/CTessel.h"
 #include "katessel/FloatBuffer.h"
@@ -14,17 +14,17 @@ namespace {
 T_WN2_conf encoderShape(const std::string& modelPath) {
     T_WN2_conf conf;
     conf.file = modelPath;
-    conf.name = "ENCODER";
-    conf.nInputs = kBands;
+    conf.name = facts::kEncoderName;
+    conf.nInputs = facts::kBands;
     conf.nCond = 0;
     conf.nState = 0;
     conf.initialKernel = 1;
-    conf.kernel = 3;
-    conf.dilationCycle = 2;
-    conf.nLayers = 3;
+    conf.kernel = facts::kTaps;
+    conf.dilationCycle = facts::kDilationCycle;
+    conf.nLayers = facts::kLayers;
     conf.firstSkipLayer = 0;
-    conf.nResidual = 70;
-    conf.nSkip = 120;
+    conf.nResidual = facts::kResidual;
+    conf.nSkip = facts::kSkip;
     conf.meanSkip = true;
     conf.tanhResidual = false;
     conf.tanhInitial = false;
@@ -57,25 +57,25 @@ int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, ch
     if (stat(newModelPath, &status) != 0) return -1;
 
     sampleRate = newSampleRate;
-    internalRate = kInternalRate;
-    renewBuffer(magnitude, kBins);
+    internalRate = facts::kRate;
+    renewBuffer(magnitude, facts::kBins);
     delete[] spectrumAux;
     spectrumAux = nullptr;
     delete[] complexSpectrum;
     complexSpectrum = nullptr;
-    hopSize = hopSize2 = static_cast<int>(static_cast<float>(internalRate) * kHopSeconds);
+    hopSize = hopSize2 = facts::kHop;
     if (internalRate != sampleRate) {
         resampler.configure(maxBlockSize);
         rateRatio = static_cast<float>(sampleRate) / static_cast<float>(internalRate);
         renew(resampled, static_cast<long>(static_cast<float>(maxBlockSize) / rateRatio));
     }
     lastF0 = lastConfidence = 0.0f;
-    fftSize = kFftSize;
+    fftSize = facts::kWindow;
     freeFilterbank(filterbank, numBands);
-    numBands = kBands;
+    numBands = facts::kBands;
     renew(frame, fftSize + 1);
     readPos = writePos = 0;
-    ringSize = internalRate;
+    ringSize = facts::kRing;
     renew(ring, ringSize);
     makeFilterbank(filterbank);
     modelPath = newModelPath;
@@ -91,15 +91,15 @@ int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, ch
 
     const int channels = encoder->nSkip;
     renewBuffer(hidden1, channels);
-    loadHead(modelPath, "enc_out1", out1Weights, out1Bias, channels, channels);
-    renewBuffer(headOut, 2);
-    loadHead(modelPath, "enc_out2", out2Weights, out2Bias, channels, 2);
+    loadHead(modelPath, facts::kHead1Name, out1Weights, out1Bias, channels, channels);
+    renewBuffer(headOut, facts::kOutputs);
+    loadHead(modelPath, facts::kHead2Name, out2Weights, out2Bias, channels, facts::kOutputs);
     // Deliberate: a repeated configure() adds to the sum of the one before.
     for (int l = encoder->nLayers - 1; l >= 0; --l)
         lookahead += (encoder->kernel - 1) * encoder->layers[l].dilation / 2;
 
     // The windows are built here and not in the first frame, which may be in a hurry.
-    spectrum.PrepareMR(kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
+    spectrum.PrepareMR(facts::kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
     return 0;
 }
 

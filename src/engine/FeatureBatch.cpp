@@ -1,6 +1,6 @@
 #include "engine/FeatureBatch.h"
 
-#include "engine/Constants.h"
+#include "engine/AnalyserArguments.h"
 #include "engine/Filterbank.h"
 #include "kernels/Kernels.h"
 
@@ -8,21 +8,21 @@ namespace KaTessel {
 
 FeatureBatch::FeatureBatch(const CTessel& engine)
     : m_engine(engine),
-      m_spectrum(engine.spectrum, kAnalysisLength, highestBandBin() + 1),
-      m_bands(static_cast<std::size_t>(kBands * m_spectrum.lanes())) {}
+      m_spectrum(engine.spectrum, facts::kAnalysisLength, highestBandBin() + 1),
+      m_bands(static_cast<std::size_t>(facts::kBands * m_spectrum.lanes())) {}
 
 void FeatureBatch::process(const float* samples, int hop, int frames, float* features) {
     const kernels::Kernels& vec = m_spectrum.vec();
     const float* magnitude = m_spectrum.process(samples, hop, frames);
     float* bands = m_bands.data();
-    for (int b = 0; b < kBands; ++b) {
+    for (int b = 0; b < facts::kBands; ++b) {
         const BandRange range = bandRange(b);
         vec.weightedLanes(bands + b * vec.lanes, magnitude + range.firstBin * vec.lanes,
                           m_engine.filterbank[b] + range.firstBin, range.bins);
     }
-    vec.scaledDecibels(bands, kSmallestEnergy, kPerDecibel, 1.0f, kBands * vec.lanes);
+    vec.scaledDecibels(bands, facts::kSmallestEnergy, facts::kPerDecibel, 1.0f, facts::kBands * vec.lanes);
     for (int f = 0; f < frames; ++f)
-        for (int b = 0; b < kBands; ++b) features[f * kBands + b] = bands[b * vec.lanes + f];
+        for (int b = 0; b < facts::kBands; ++b) features[f * facts::kBands + b] = bands[b * vec.lanes + f];
 }
 
 }  // namespace KaTessel

@@ -7,7 +7,7 @@
 
 namespace KaTessel {
 
-// Makes rows of kBins weights, one per band, in `filterbank`, which must be null; release with freeFilterbank.
+// Makes rows of facts::kBins weights, one per band, in `filterbank`, which must be null; release with freeFilterbank.
 void makeFilterbank(float**& filterbank);
 
 // Releases every row and the table of `bands` rows and sets it to null.
@@ -24,8 +24,8 @@ int highestBandBin();
 
 // Band energies: energies[b] = sum of the band's weights times the magnitudes.
 //   filterbank  from makeFilterbank; only the bins that a band covers are visited, all others weigh nothing
-//   magnitude   kBins values
-//   energies    kBands values
+//   magnitude   facts::kBins values
+//   energies    facts::kBands values
 void bandEnergies(const float* const* filterbank, const float* magnitude, float* energies);
 
 }  // namespace KaTessel

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "engine/Constants.h"
+#include "engine/AnalyserArguments.h"
 #include "engine/FeatureBatch.h"
 #include "engine/PitchScale.h"
 #include "engine/SignalReader.h"
@@ -26,15 +26,15 @@ class SequenceHeads {
 public:
     SequenceHeads(const CTessel& engine, int channels) : m_first(1, channels), m_second(1, channels) {
         m_first.add(engine.out1Weights, engine.out1Bias, channels);
-        m_second.add(engine.out2Weights, engine.out2Bias, 2);
+        m_second.add(engine.out2Weights, engine.out2Bias, facts::kOutputs);
     }
 
     // Rectifies `skip` in place and leaves both outputs per frame in `result`.
     void process(FrameBlock& skip, FrameBlock& result) {
         const kernels::Kernels& vec = *kernels::active;
-        vec.leakyRelu(skip.frame(0), kLeakySlope, static_cast<int>(skip.size()));
+        vec.leakyRelu(skip.frame(0), facts::kLeakySlope, static_cast<int>(skip.size()));
         m_first.apply(skip, 1, m_hidden);
-        vec.leakyRelu(m_hidden.frame(0), kLeakySlope, static_cast<int>(m_hidden.size()));
+        vec.leakyRelu(m_hidden.frame(0), facts::kLeakySlope, static_cast<int>(m_hidden.size()));
         m_second.apply(m_hidden, 1, result);
     }
 
@@ -45,8 +45,13 @@ private:
 
 // Octaves to the value that the caller asked for.
 float offlinePitch(float octaves, int centsMode) {
-    if (centsMode != 0) return octaves * kCentsPerOctave;
-    return octaves < kOfflineUnvoiced ? 0.0f : kReferenceHz * expf(octaves * 0.6931472f);
+    if (centsMode != 0) return octaves * facts::kCentsPerOctave;
+    return octaves < facts::kOfflineUnvoiced ? 0.0f : facts::kReferenceHz * expf(octaves * 0.6931472f);
+}
+
+// In float and double on purpose: for signals of hours the result is that of a length rounded to float.
+int wholeHops(long samples) {
+    return static_cast<int>(static_cast<double>(static_cast<float>(samples)) * facts::kFramesPerSecond / facts::kRate);
 }
 
 }  // namespace
@@ -54,27 +59,26 @@ float offlinePitch(float octaves, int centsMode) {
 int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, float* outConfidence,
                               int centsMode) {
     // Whoever used the analyser in between may have left it with other windows.
-    spectrum.PrepareMR(kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
-    const int hop = static_cast<int>(internalRate * 0.005 + 0.5);
+    spectrum.PrepareMR(facts::kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
     SignalReader signal(input, numSamples, sampleRate == internalRate ? 1.0f : rateRatio, resampler);
-    const int frames = static_cast<int>(static_cast<double>(static_cast<float>(signal.length())) * 200.0 / internalRate);
+    const int frames = wholeHops(signal.length());
     SequenceNetwork network(*encoder);
     SequenceHeads heads(*this, encoder->nSkip);
     const int context = network.context();
-    const int half = (kAnalysisLength - 1) / 2;
+    const int half = (facts::kAnalysisLength - 1) / 2;
 
     FeatureBatch batch(*this);
     const int atOnce = batch.framesAtOnce();
     FrameBlock features, skip, outputs;
-    std::vector<float> samples(static_cast<std::size_t>((atOnce - 1) * hop + kAnalysisLength));
+    std::vector<float> samples(static_cast<std::size_t>((atOnce - 1) * facts::kHop + facts::kAnalysisLength));
     for (int first = 0; first < frames; first += kSegmentFrames) {
         const int last = std::min(first + kSegmentFrames, frames);
         const int begin = std::max(first - context, 0), end = std::min(last + context, frames);
         features.reset(end - begin, numBands, network.padding());
         for (int f = begin; f < end; f += atOnce) {
-            // Frames are centred on sample f * hop; what lies outside the signal reads as 0.
-            signal.read(static_cast<long>(f) * hop - half, static_cast<int>(samples.size()), samples.data());
-            batch.process(samples.data(), hop, std::min(atOnce, end - f), features.frame(f - begin));
+            // Frames are centred on sample f * kHop; what lies outside the signal reads as 0.
+            signal.read(static_cast<long>(f) * facts::kHop - half, static_cast<int>(samples.size()), samples.data());
+            batch.process(samples.data(), facts::kHop, std::min(atOnce, end - f), features.frame(f - begin));
         }
         network.process(features, skip);
         heads.process(skip, outputs);

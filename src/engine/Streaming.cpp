@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "engine/Constants.h"
 #include "engine/PitchScale.h"
 #include "katessel/CTessel.h"
 
@@ -50,11 +49,11 @@ int CTessel::doProcess(float* outF0, float* outConfidence, int centsMode) {
     bandStage(features.data());
     networkStage(features.data());
     headStage();
-    const float octaves = streamingOctaves(headOut[0]);
+    const float octaves = liveOctaves(headOut[0]);
     if (centsMode != 0)
-        *outF0 = octaves * kCentsPerOctave;
+        *outF0 = octaves * facts::kCentsPerOctave;
     else
-        *outF0 = headOut[0] < kStreamingUnvoiced ? 0.0f : kReferenceHz * exp2f(octaves);
+        *outF0 = headOut[0] < facts::kLiveUnvoiced ? 0.0f : facts::kReferenceHz * exp2f(octaves);
     *outConfidence = confidenceOf(headOut[1]);
     lastF0 = *outF0;
     lastConfidence = *outConfidence;
