@@ -12,6 +12,8 @@
 
 namespace KaTessel {
 
+class LayerFile;
+
 // One engine. Sizes in comments are those after configure(). One thread at a time.
 class KATESSEL_API CTessel {
 public:
@@ -27,6 +29,14 @@ public:
     static int GetAnalysisLatency();
     int GetTotalSamplesLatency();
     int GetNumOutputFramesForInputSamples(int numSamples);
+
+    // As above, with weights that were read before; `modelPath` is empty then. Of `weights` nothing is kept but what is
+    // copied: layers that it lacks compute as zeros, and one of the wrong size ends the process. Returns 0.
+    int configure(int sampleRate, int reserved, int maxBlockSize, LayerFile& weights);
+
+    // Forgets the live signal: the next sample is the first one, as after configure(). Touches no file, allocates
+    // nothing. Without a configured network it does nothing.
+    void reset();
 
     // One analysis frame, from the samples in `frame` to the two outputs. Returns 0.
     int doProcess(float* outF0, float* outConfidence, int centsMode);
@@ -75,8 +85,9 @@ public:
     float* complexSpectrum = nullptr;  // 1024, laid out as MRSpectrum says; made by the first frame
 
 private:
-    void appendToRing(const float* samples, int count);
-    int unreadSamples() const;
+    KATESSEL_LOCAL void prepare(int sampleRate, int maxBlockSize, const std::string& modelPath, LayerFile& weights);
+    KATESSEL_LOCAL void appendToRing(const float* samples, int count);
+    KATESSEL_LOCAL int unreadSamples() const;
 };
 
 }  // namespace KaTessel

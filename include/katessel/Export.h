@@ -1,7 +1,8 @@
-// Marks what the shared library exports. Everything else has hidden visibility.
+// Marks what the shared library exports, and what it does not although its class is. Everything else is hidden.
 #ifndef KATESSEL_EXPORT_H
 #define KATESSEL_EXPORT_H
 
 #define KATESSEL_API __attribute__((visibility("default")))
+#define KATESSEL_LOCAL __attribute__((visibility("hidden")))
 
 #endif

@@ -8,52 +8,81 @@
 #ifndef KATESSEL_LAYERWEIGHTS_H
 #define KATESSEL_LAYERWEIGHTS_H
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "katessel/Export.h"
 
 namespace KaTessel {
 
-// One tensor as stored: row-major, the last dimension varies fastest.
+// One tensor as stored: row-major, the last dimension varies fastest. A copy would share the values: there is none.
 struct T_FileTensor {
+    T_FileTensor() = default;
+    T_FileTensor(const T_FileTensor&) = delete;
+    T_FileTensor& operator=(const T_FileTensor&) = delete;
+
     int rank = 0;             // number of dimensions, 1 .. 10
     int dimensions[10] = {};  // each at least 1; the first `rank` count
     int count = 0;            // product of the dimensions
-    float* values = nullptr;  // `count` values, owned
+    float* values = nullptr;  // `count` values, owned by whoever made the record
+    std::int64_t offset = 0;  // [bytes] of its rank from the start of the file
+
+    std::int64_t valuesOffset() const { return offset + 4 * (1 + rank); }  // [bytes] of its first value
 };
 
-// One layer as stored.
+// One layer as stored. Can be moved, not copied, for the same reason.
 struct T_FileLayerWeights {
-    std::string name;
+    T_FileLayerWeights() = default;
+    T_FileLayerWeights(T_FileLayerWeights&& other) noexcept { *this = std::move(other); }
+    T_FileLayerWeights& operator=(T_FileLayerWeights&& other) noexcept {
+        std::swap(name, other.name);
+        std::swap(tensorCount, other.tensorCount);
+        std::swap(tensors, other.tensors);
+        std::swap(loaded, other.loaded);
+        std::swap(offset, other.offset);
+        std::swap(nameLength, other.nameLength);
+        return *this;
+    }
+
+    std::string name;                 // up to its first zero byte
     int tensorCount = 0;
-    T_FileTensor* tensors = nullptr;  // `tensorCount` tensors, owned; null when there are none
+    T_FileTensor* tensors = nullptr;  // `tensorCount` tensors; null when there are none
     bool loaded = false;              // set once the layer was copied to a caller
+    std::int64_t offset = 0;          // [bytes] of its name's length from the start of the file
+    int nameLength = 0;               // [bytes] as stored; more than name.size() where the name holds a zero byte
 };
 
 // All layers of one weight file, in file order. Owns the records.
 class KATESSEL_API LayerFile {
 public:
-    LayerFile() = default;
+    LayerFile();
     ~LayerFile();
     LayerFile(LayerFile&&) noexcept;
     LayerFile& operator=(LayerFile&&) noexcept;
     LayerFile(const LayerFile&) = delete;
     LayerFile& operator=(const LayerFile&) = delete;
 
-    // Reads the whole file, replacing what was held. Returns false and holds nothing when it cannot be opened,
-    // breaks the format or ends early; `why`, when given, then says what was found where.
-    // Bytes after the last layer are ignored.
+    // Reads the whole file, which is opened once, replacing what was held. Returns false and holds no layer when it
+    // cannot be opened, breaks the format or ends early; `why`, when given, then says what is wrong, as the end of a
+    // sentence ("ends within the tensor count of layer ..") whose place is end(). Bytes after the last layer are ignored.
     bool read(const std::string& path, std::string* why = nullptr);
 
-    int layerCount() const { return static_cast<int>(m_layers.size()); }
-    T_FileLayerWeights* layers() { return m_layers.data(); }
-    const T_FileLayerWeights* layers() const { return m_layers.data(); }
+    // The same for the content of such a file in memory, `count` bytes at `bytes`. Nothing of them is kept.
+    bool read(const void* bytes, std::size_t count, std::string* why = nullptr);
+
+    int layerCount() const;
+    T_FileLayerWeights* layers();  // layerCount() of them
+    const T_FileLayerWeights* layers() const;
+
+    std::int64_t size() const;  // [bytes] of what was read
+    std::int64_t end() const;   // [bytes] where the last layer ends or, after a failure, the place of what is wrong
 
 private:
-    void release();
-
-    std::vector<T_FileLayerWeights> m_layers;
+    struct Content;
+    std::unique_ptr<Content> m_content;  // none before the first read
 };
 
 // The three loaders below read the file anew on every call and print "WARNING: NAME not loaded!\n" on standard

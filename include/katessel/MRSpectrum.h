@@ -120,11 +120,11 @@ public:
     float BlackmanHarris92FFT(float f);
 
 private:
-    void buildKernels(long length, char windowType, float padFactor, bool centred, float sampleRate);
-    void planResolutions(long length, float sampleRate);
-    void buildKernel(int resolution, char windowType, float padFactor, bool centred);
-    void convolve(float* spectrum);
-    void extendSpectrum(const float* spectrum);
+    KATESSEL_LOCAL void buildKernels(long length, char windowType, float padFactor, bool centred, float sampleRate);
+    KATESSEL_LOCAL void planResolutions(long length, float sampleRate);
+    KATESSEL_LOCAL void buildKernel(int resolution, char windowType, float padFactor, bool centred);
+    KATESSEL_LOCAL void convolve(float* spectrum);
+    KATESSEL_LOCAL void extendSpectrum(const float* spectrum);
 
     CFFTOoura m_fft;
     std::vector<double> m_sineTables[18];

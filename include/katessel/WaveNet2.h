@@ -93,9 +93,12 @@ struct T_WN2 {
 };
 
 // Builds a network and loads its layers from conf.file under names that begin with conf.name (listed in
-// docs/weight-file.md). A layer that the file lacks is reported on standard output and computes as zeros.
-// All histories start as zeros; there is no reset: free and build again.
+// docs/weight-file.md). The file is read once. A layer that it lacks is reported on standard output and computes as
+// zeros. All histories start as zeros.
 KATESSEL_API T_WN2* wavenet2_init(T_WN2_conf conf);
+
+// Forgets every frame: histories, delay lines and the last output are zeros again. Allocates and releases nothing.
+KATESSEL_API void wavenet2_reset(T_WN2* net);
 
 // Releases a network; null is ignored.
 KATESSEL_API void wavenet2_free(T_WN2* net);

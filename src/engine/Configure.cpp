@@ -1,12 +1,17 @@
-// Preparing an engine for a rate, a block size and a model.
+// Preparing an engine for a rate, a block size and a model, and making it forget what it heard.
 #include <sys/stat.h>
 
 #include "base/NewFloats.h"
+#include <algorithm>
+#include <new>
+
 #include "engine/AnalyserArguments.h"
 #include "engine/Filterbank.h"
 #include "katessel/CTessel.h"
 #include "katessel/FloatBuffer.h"
 #include "katessel/LayerWeights.h"
+#include "modelio/LayerLoaders.h"
+#include "nn/WaveNet2Build.h"
 
 namespace KaTessel {
 namespace {
@@ -44,10 +49,10 @@ void renewBuffer(float*& buffer, int n) {
     init_buf(buffer, n);
 }
 
-void loadHead(const std::string& path, const char* layer, float*& weights, float*& bias, int inputs, int outputs) {
+void loadHead(LayerFile& file, const char* layer, float*& weights, float*& bias, int inputs, int outputs) {
     free_buf(weights);
     free_buf(bias);
-    init_and_load_wb(path, layer, weights, bias, inputs, outputs);
+    loadWeightsAndBias(file, layer, weights, bias, inputs, outputs);
 }
 
 }  // namespace
@@ -55,7 +60,19 @@ void loadHead(const std::string& path, const char* layer, float*& weights, float
 int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, char const* newModelPath) {
     struct stat status;
     if (stat(newModelPath, &status) != 0) return -1;
+    // Read once: a file that is replaced meanwhile gives all of its layers or none.
+    LayerFile weights;
+    weights.read(newModelPath);
+    prepare(newSampleRate, maxBlockSize, newModelPath, weights);
+    return 0;
+}
 
+int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, LayerFile& weights) {
+    prepare(newSampleRate, maxBlockSize, std::string(), weights);
+    return 0;
+}
+
+void CTessel::prepare(int newSampleRate, int maxBlockSize, const std::string& newModelPath, LayerFile& weights) {
     sampleRate = newSampleRate;
     internalRate = facts::kRate;
     renewBuffer(magnitude, facts::kBins);
@@ -65,6 +82,7 @@ int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, ch
     complexSpectrum = nullptr;
     hopSize = hopSize2 = facts::kHop;
     if (internalRate != sampleRate) {
+        if (resampler.interp.table == nullptr) throw std::bad_alloc();  // its constructor does not tell
         resampler.configure(maxBlockSize);
         rateRatio = static_cast<float>(sampleRate) / static_cast<float>(internalRate);
         renew(resampled, static_cast<long>(static_cast<float>(maxBlockSize) / rateRatio));
@@ -85,22 +103,30 @@ int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, ch
                                           encoderConf.kernel);
     wavenet2_free(encoder);
     encoder = nullptr;
-    encoder = wavenet2_init(encoderConf);
+    encoder = buildWaveNet2(encoderConf, weights);
     featureHistory.assign(static_cast<std::size_t>(receptiveField),
                           std::vector<float>(static_cast<std::size_t>(numBands), 0.0f));
 
     const int channels = encoder->nSkip;
     renewBuffer(hidden1, channels);
-    loadHead(modelPath, facts::kHead1Name, out1Weights, out1Bias, channels, channels);
+    loadHead(weights, facts::kHead1Name, out1Weights, out1Bias, channels, channels);
     renewBuffer(headOut, facts::kOutputs);
-    loadHead(modelPath, facts::kHead2Name, out2Weights, out2Bias, channels, facts::kOutputs);
+    loadHead(weights, facts::kHead2Name, out2Weights, out2Bias, channels, facts::kOutputs);
     // Deliberate: a repeated configure() adds to the sum of the one before.
     for (int l = encoder->nLayers - 1; l >= 0; --l)
         lookahead += (encoder->kernel - 1) * encoder->layers[l].dilation / 2;
 
     // The windows are built here and not in the first frame, which may be in a hurry.
     spectrum.PrepareMR(facts::kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
-    return 0;
+}
+
+void CTessel::reset() {
+    if (ring == nullptr || encoder == nullptr) return;
+    std::fill_n(ring, ringSize, 0.0f);
+    readPos = writePos = 0;
+    wavenet2_reset(encoder);
+    std::fill(std::begin(resampler.history), std::end(resampler.history), 0.0f);
+    lastF0 = lastConfidence = 0.0f;
 }
 
 }  // namespace KaTessel

@@ -1,31 +1,70 @@
 #include "modelio/BinaryReader.h"
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 namespace KaTessel {
+namespace {
+
+constexpr std::size_t kMostFromPipe = 400'000'000;  // [bytes]
+constexpr std::size_t kPiece = 1 << 16;             // [bytes]
+
+}  // namespace
 
 BinaryReader::BinaryReader(const std::string& path) : m_file(std::fopen(path.c_str(), "rb"), &std::fclose) {
     if (!m_file) {
         fail("cannot be opened");
         return;
     }
+    if (std::fseek(m_file.get(), 0, SEEK_END) != 0) {
+        takeAll();
+        return;
+    }
     // A folder opens, but has no size.
-    if (std::fseek(m_file.get(), 0, SEEK_END) != 0 || (m_left = std::ftell(m_file.get())) < 0 ||
-        std::fseek(m_file.get(), 0, SEEK_SET) != 0)
+    m_size = std::ftell(m_file.get());
+    if (m_size < 0 || std::fseek(m_file.get(), 0, SEEK_SET) != 0) {
+        m_size = 0;
         fail("cannot be read");
+    }
 }
 
-bool BinaryReader::fail(std::string why) {
-    if (m_why.empty()) m_why = std::move(why);
+BinaryReader::BinaryReader(const void* bytes, std::size_t count)
+    : m_file(nullptr, &std::fclose), m_bytes(static_cast<const char*>(bytes)), m_size(static_cast<std::int64_t>(count)) {}
+
+void BinaryReader::takeAll() {
+    std::size_t count = 0;
+    for (std::size_t got = 1; got > 0 && count <= kMostFromPipe; count += got) {
+        m_taken.resize(count + kPiece);
+        got = std::fread(m_taken.data() + count, 1, kPiece, m_file.get());
+    }
+    m_taken.resize(count);
+    m_bytes = m_taken.data();
+    if (std::ferror(m_file.get()) != 0)
+        fail("cannot be read");
+    else if (count > kMostFromPipe)
+        fail("holds more than 400 MB");
+    else
+        m_size = static_cast<std::int64_t>(count);
+}
+
+bool BinaryReader::fail(std::string why, std::int64_t offset) {
+    if (m_why.empty()) {
+        m_why = std::move(why);
+        m_failedAt = offset;
+    }
     return false;
 }
 
-bool BinaryReader::read(void* to, std::int64_t bytes, const char* what) {
+bool BinaryReader::read(void* to, std::int64_t bytes, const std::string& what) {
     if (!good()) return false;
-    if (bytes > m_left ||
-        std::fread(to, 1, static_cast<std::size_t>(bytes), m_file.get()) != static_cast<std::size_t>(bytes))
-        return fail(std::string("ends within ") + what);
-    m_left -= bytes;
+    if (bytes > bytesLeft()) return fail("ends within " + what, m_size);
+    const std::size_t count = static_cast<std::size_t>(bytes);
+    if (m_bytes != nullptr)
+        std::memcpy(to, m_bytes + m_position, count);
+    else if (std::fread(to, 1, count, m_file.get()) != count)
+        return fail(std::ferror(m_file.get()) != 0 ? "cannot be read" : "ends within " + what);
+    m_position += bytes;
     return true;
 }
 

@@ -6,6 +6,8 @@
 #include "katessel/FloatBuffer.h"
 #include "katessel/LayerWeights.h"
 #include "katessel/WaveNet2.h"
+#include "modelio/LayerLoaders.h"
+#include "nn/WaveNet2Build.h"
 
 namespace KaTessel {
 namespace {
@@ -31,13 +33,13 @@ void copyShape(T_WN2& net, const T_WN2_conf& conf) {
 }
 
 // Loads the weight sets of layer l that the network has.
-void loadLayerSets(T_WN2_layer& layer, int l, const T_WN2_conf& conf) {
+void loadLayerSets(T_WN2_layer& layer, int l, const T_WN2_conf& conf, LayerFile& file) {
     char number[250];
     std::snprintf(number, sizeof number, "_l%d", l);
     const std::string prefix = conf.name + number;
     const int R = conf.nResidual;
     const auto load = [&](const char* suffix, float*& weights, float*& bias, int rows, int cols) {
-        init_and_load_wb(conf.file, prefix + suffix, weights, bias, rows, cols);
+        loadWeightsAndBias(file, prefix + suffix, weights, bias, rows, cols);
     };
     load("_res_tanh", layer.resTanhW, layer.resTanhB, conf.kernel * R, R);
     if (conf.nCond > 0) load("_cond_tanh", layer.condTanhW, layer.condTanhB, conf.nCond, R);
@@ -65,7 +67,7 @@ T_WN2_conf::T_WN2_conf(const T_WN2_conf&) = default;
 T_WN2_conf& T_WN2_conf::operator=(const T_WN2_conf&) = default;
 T_WN2_conf::~T_WN2_conf() = default;
 
-T_WN2* wavenet2_init(T_WN2_conf conf) {
+T_WN2* buildWaveNet2(const T_WN2_conf& conf, LayerFile& file) {
     // Released when anything below throws.
     std::unique_ptr<T_WN2, void (*)(T_WN2*)> net(new T_WN2, &wavenet2_free);
     copyShape(*net, conf);
@@ -76,7 +78,7 @@ T_WN2* wavenet2_init(T_WN2_conf conf) {
     init_buf(net->skipSum, conf.nSkip);
 
     const int inputs = std::max(conf.inputMultiplicity, 1) * conf.nInputs * conf.initialKernel;
-    init_and_load_wb(conf.file, conf.name + "_initial_causal_conv", net->initialW, net->initialB, inputs, R);
+    loadWeightsAndBias(file, conf.name + "_initial_causal_conv", net->initialW, net->initialB, inputs, R);
     if (conf.initialKernel > 1) {
         net->initialHistSize = (conf.initialKernel - 1) * conf.nInputs;
         init_buf(net->initialHist, net->initialHistSize);
@@ -87,14 +89,35 @@ T_WN2* wavenet2_init(T_WN2_conf conf) {
     for (int l = 0; l < conf.nLayers; ++l) {
         T_WN2_layer& layer = net->layers[l];
         layer.dilation = dilation;
-        loadLayerSets(layer, l, conf);
+        loadLayerSets(layer, l, conf, file);
         layer.histSize = (conf.kernel - 1) * dilation * R;
         init_buf(layer.hist, layer.histSize);
         init_buf(layer.skipOut, conf.nSkip);
         dilation = (l + 1) % conf.dilationCycle == 0 ? 1 : 2 * dilation;
     }
-    init_and_load_b(conf.file, conf.name + "_skip_biases", net->skipBias, conf.nSkip);
+    loadBias(file, conf.name + "_skip_biases", net->skipBias, conf.nSkip);
     return net.release();
+}
+
+T_WN2* wavenet2_init(T_WN2_conf conf) {
+    LayerFile file;
+    file.read(conf.file);
+    return buildWaveNet2(conf, file);
+}
+
+void wavenet2_reset(T_WN2* net) {
+    const auto clear = [](float* buffer, int n) {
+        if (buffer != nullptr) std::fill_n(buffer, n, 0.0f);
+    };
+    clear(net->initialHist, net->initialHistSize);
+    net->initialHistIndex = 0;
+    for (int l = 0; l < net->nLayers; ++l) {
+        T_WN2_layer& layer = net->layers[l];
+        clear(layer.hist, layer.histSize);
+        clear(layer.skipDelay, layer.skipDelaySize);
+        layer.histIndex = layer.skipDelayIndex = 0;
+    }
+    clear(net->skipSum, net->nSkip);
 }
 
 void wavenet2_free(T_WN2* net) {
