@@ -10,9 +10,10 @@
 #include <system_error>
 
 #include "katessel/KTessel.h"
-#include "katessel/ModelCheck.hpp"
+#include "katessel/ModelFile.hpp"
 
 namespace KaTessel {
+inline namespace v1 {
 namespace detail {
 
 // The file that the engine's code was loaded from: the shared library, or a plug-in that the engine is linked into.
@@ -46,6 +47,7 @@ inline std::string defaultModel() {
                      " or its path in KATESSEL_MODEL", "neither");
 }
 
+}  // namespace v1
 }  // namespace KaTessel
 
 #endif

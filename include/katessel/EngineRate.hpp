@@ -1,30 +1,35 @@
-// Sound at any rate as sound at the engine's own, in pieces of any size and without losing a sample. Header-only, C++17.
+// Sound at any rate as sound at the engine's own, in pieces of any size and without losing a sample. Header-only over one
+// function of the library, C++17.
 #ifndef KATESSEL_ENGINERATE_HPP
 #define KATESSEL_ENGINERATE_HPP
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
-#include <new>
 #include <vector>
 
-#include "katessel/CKaResample.h"
+#include "katessel/EngineFacts.hpp"
+#include "katessel/Export.h"
 
 namespace KaTessel {
+
+// The FIR of the engine's resampler over in[0] .. in[15], for a place that lies `between`, 0 .. 1, the middle two. Throws
+// std::bad_alloc when there is no memory for the filter, in a program's first call or never.
+KATESSEL_API float resampledValue(const float* in, double between);
+
+inline namespace v1 {
 
 // Uses the filter of the engine's resampler, but goes on exactly where the piece before ended, at every ratio. The
 // positions are counted in whole numbers, so that they do not drift.
 class EngineRate {
 public:
-    static constexpr int kRate = 24000;  // [Hz]
+    static constexpr int kRate = facts::kRate;  // [Hz]
 
-    // `rate` [Hz] is that of the samples to come, 1 to 240000.
+    // `rate` [Hz] is that of the samples to come, 1 to facts::kHighestRate.
     explicit EngineRate(int rate) : m_rate(rate) {
         if (rate == kRate) return;
-        m_filter = std::make_unique<KaResample::CKaResample>();
-        if (m_filter->interp.table == nullptr) throw std::bad_alloc();
         m_input.assign(kHistory + kPiece, 0.0f);
+        resampledValue(m_input.data(), 0.0);  // so that no later one is the first
         m_output.resize(static_cast<std::size_t>(std::int64_t{kPiece} * kRate / rate + 2));
         m_delay = static_cast<int>(std::int64_t{kDelay} * kRate / rate);
         m_offset = std::int64_t{kDelay} * kRate - std::int64_t{m_delay} * rate;
@@ -34,14 +39,20 @@ public:
     int delay() const { return m_delay; }  // [samples at 24 kHz]
 
     // The same in samples that go in; 0 at 24 kHz, 9 at any other rate.
-    int inputDelay() const { return m_filter ? kDelay : 0; }
+    int inputDelay() const { return converts() ? kDelay : 0; }
+
+    // Forgets what was put in. Allocates nothing.
+    void reset() {
+        std::fill(m_input.begin(), m_input.end(), 0.0f);
+        m_consumed = m_produced = 0;
+    }
 
     // Calls sink(const float* samples, int count) with what becomes of `count` samples, in one or more pieces.
     template <class Sink>
     void convert(const float* samples, std::size_t count, Sink&& sink) {
         while (count > 0) {
             const int piece = static_cast<int>(std::min<std::size_t>(count, kPiece));
-            if (m_filter)
+            if (converts())
                 sink(static_cast<const float*>(m_output.data()), convertPiece(samples, piece));
             else
                 sink(samples, piece);
@@ -52,9 +63,11 @@ public:
 
 private:
     static constexpr int kPiece = 512;   // [input samples] converted at a time
-    static constexpr int kDelay = 9;     // [input samples] of the filter
+    static constexpr int kDelay = facts::kFilterDelay;
     static constexpr int kHistory = 32;  // [input samples] kept of the pieces before
     static constexpr int kOrigin = 16;   // where in m_input the filter begins for an output due at the piece's start
+
+    bool converts() const { return !m_input.empty(); }
 
     // Output i is due when (i * m_rate + m_offset) / kRate samples are in. Each is rendered by itself, from a position
     // between two samples that does not depend on where the pieces begin. Returns the number of outputs.
@@ -64,8 +77,8 @@ private:
         for (;; ++outputs, ++m_produced) {
             const std::int64_t ahead = m_produced * m_rate + m_offset - m_consumed * kRate;
             if (ahead >= std::int64_t{count} * kRate) break;
-            m_filter->interp.render1(m_input.data() + kOrigin + ahead / kRate, static_cast<double>(ahead % kRate) / kRate,
-                                     0.0, m_output.data() + outputs, 1);
+            m_output[static_cast<std::size_t>(outputs)] = resampledValue(
+                m_input.data() + kOrigin + ahead / kRate, static_cast<double>(ahead % kRate) / kRate);
         }
         std::copy_n(m_input.begin() + count, kHistory, m_input.begin());
         m_consumed += count;
@@ -73,15 +86,15 @@ private:
     }
 
     int m_rate;
-    int m_delay = 0;                                    // [samples at 24 kHz], whole
-    std::int64_t m_offset = 0;                          // [input samples / kRate] what the whole delay falls short by
-    std::unique_ptr<KaResample::CKaResample> m_filter;  // none at 24 kHz
-    std::vector<float> m_input;                         // kHistory + kPiece
-    std::vector<float> m_output;                        // all outputs of one piece
-    std::int64_t m_consumed = 0;                        // samples put in before this piece
-    std::int64_t m_produced = 0;                        // outputs so far
+    int m_delay = 0;              // [samples at 24 kHz], whole
+    std::int64_t m_offset = 0;    // [input samples / kRate] what the whole delay falls short by
+    std::vector<float> m_input;   // kHistory + kPiece; empty at 24 kHz
+    std::vector<float> m_output;  // all outputs of one piece
+    std::int64_t m_consumed = 0;  // samples put in before this piece
+    std::int64_t m_produced = 0;  // outputs so far
 };
 
+}  // namespace v1
 }  // namespace KaTessel
 
 #endif

@@ -1,4 +1,4 @@
-// Everything: the C interface, the engine CTessel and the toolkit that it is built from.
+// Everything: the C interface, the engine CTessel and the toolkit that it is built from. C++11 and later.
 #ifndef KATESSEL_KATESSEL_H
 #define KATESSEL_KATESSEL_H
 
@@ -15,9 +15,11 @@
 #include "katessel/InstructionSet.h"
 #include "katessel/Interpolator.h"
 #include "katessel/KTessel.h"
+#include "katessel/KTesselExt.h"
 #include "katessel/LayerWeights.h"
 #include "katessel/MRSpectrum.h"
 #include "katessel/ValueEncodings.h"
+#include "katessel/Version.h"
 #include "katessel/WaveNet2.h"
 
 #endif

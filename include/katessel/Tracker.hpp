@@ -1,10 +1,11 @@
-// The pitch of a voice or an instrument in C++: a class over the C interface that checks what it is given, takes any
+// The pitch of a voice or an instrument in C++: a class over the two C headers that checks what it is given, takes any
 // rate and any block size, and says which instant of the sound a value describes. Header-only, C++17; link
 // KaTesselLib.
 //
 //     KaTessel::Tracker tracker(48000);                            // the default model
-//     tracker.process(block, [](const KaTessel::Pitch& pitch) {    // live, every 5 ms
-//         if (pitch.voiced(0.7f)) std::printf("%.3f s: %.1f Hz\n", pitch.time, pitch.frequency);
+//     const float threshold = KaTessel::modelThreshold(tracker.model());
+//     tracker.process(block, [=](const KaTessel::Pitch& pitch) {    // live, every 5 ms
+//         if (pitch.voiced(threshold)) std::printf("%.3f s: %.1f Hz\n", pitch.time, pitch.frequency);
 //     });
 //     const KaTessel::PitchTrack track = tracker.analyse(recording);  // a whole recording at once
 #ifndef KATESSEL_TRACKER_HPP
@@ -17,6 +18,7 @@
 #include <cstdint>
 #include <iterator>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -24,32 +26,16 @@
 #include <vector>
 
 #include "katessel/DefaultModel.hpp"
+#include "katessel/EngineFacts.hpp"
 #include "katessel/EngineRate.hpp"
 #include "katessel/KTessel.h"
-#include "katessel/ModelCheck.hpp"
+#include "katessel/KTesselExt.h"
+#include "katessel/ModelCard.hpp"
+#include "katessel/ModelFile.hpp"
+#include "katessel/Pitch.hpp"
 
 namespace KaTessel {
-
-// What is heard at one instant.
-struct Pitch {
-    double time = -1.0;       // [s] of the sound, a multiple of 5 ms; below 0: nothing was heard yet
-    float frequency = 0.0f;   // [Hz]; 0: far below any voice
-    float confidence = 0.0f;  // 0 or more: about the probability that the sound has a pitch
-
-    // Whether it counts as voiced. A model's card says which threshold suits it, as `default_threshold`.
-    bool voiced(float threshold) const { return frequency > 0.0f && confidence >= threshold; }
-};
-
-// What is heard in a whole recording: one value in each array for every 5 ms that begin inside the recording.
-struct PitchTrack {
-    std::vector<double> times;  // [s] 0, 0.005, 0.01, ..
-    std::vector<float> frequencies;
-    std::vector<float> confidences;
-
-    std::size_t size() const { return times.size(); }
-    Pitch operator[](std::size_t i) const { return {times[i], frequencies[i], confidences[i]}; }
-};
-
+inline namespace v1 {
 namespace detail {
 
 template <class Samples>
@@ -66,16 +52,19 @@ using IfTakesPitch = std::enable_if_t<std::is_invocable_v<Each&, const Pitch&>>;
 // KaTessel::performance_analysis_ (Globals.h) to 0 before they start them.
 class Tracker {
 public:
-    static constexpr int kLowestRate = 1000;     // [Hz]
-    static constexpr int kHighestRate = 240000;  // [Hz]
+    static constexpr int kLowestRate = facts::kLowestRate;    // [Hz] 1000
+    static constexpr int kHighestRate = facts::kHighestRate;  // [Hz] 240000
     static constexpr float kLargestSample = 1e6f;
 
-    // For sound at `rate` [Hz]. Takes a few milliseconds. Throws std::invalid_argument for a rate outside
-    // kLowestRate .. kHighestRate, and ModelError when the weight file is missing or no model of this engine.
+    // For sound at `rate` [Hz]. Takes a few milliseconds. The weight file is read once, here; nothing later needs it.
+    // Throws std::invalid_argument for a rate outside kLowestRate .. kHighestRate, and ModelError when the weight file
+    // is missing or no model of this engine.
     explicit Tracker(int rate, std::string model = defaultModel())
-        : m_rate(checkedRate(rate)), m_model(std::move(model)), m_converter(rate) {
-        checkModel(m_model);
-        reset();
+        : m_rate(checkedRate(rate)),
+          m_model(std::move(model)),
+          m_converter(rate),
+          m_engine(makeEngine(m_model)) {
+        lead();
     }
 
     int rate() const { return m_rate; }
@@ -84,10 +73,10 @@ public:
     // How much sound a live value waits for: it comes with the sample that lies latency() - 1 behind the instant that
     // it describes. 1992 at 48 kHz, 41.5 ms. [samples at rate()]
     int latency() const {
-        const std::int64_t ahead = kFirstFrameEnd - 1 + m_converter.delay();  // the last that frame needs
-        const std::int64_t position = ahead * m_rate + std::int64_t{m_converter.inputDelay()} * EngineRate::kRate -
+        const std::int64_t ahead = kAhead + m_converter.delay();  // the last that the first frame needs
+        const std::int64_t position = ahead * m_rate + std::int64_t{m_converter.inputDelay()} * facts::kRate -
                                       std::int64_t{m_converter.delay()} * m_rate;
-        return static_cast<int>(position / EngineRate::kRate) + 1;
+        return static_cast<int>(position / facts::kRate) + 1;
     }
 
     // Takes `count` mono samples (nominally -1 .. 1) of a live sound, as many or few as there are, and calls
@@ -108,7 +97,7 @@ public:
     }
 
     // The rest of a live sound that has ended: calls `each` for the instants that still waited for what comes after
-    // them. The tracker is then as new.
+    // them. The tracker is then as new. Throws nothing but what `each` throws.
     template <class Each>
     void finish(Each&& each) {
         checkEngine();
@@ -121,19 +110,14 @@ public:
         reset();
     }
 
-    // Forgets the live sound: the next sample is that of instant 0. Takes a few milliseconds.
+    // Forgets the live sound: the next sample is that of instant 0. Touches no file and allocates nothing.
     void reset() {
-        Engine engine(KTessel_Create());
-        if (KTessel_Configure(EngineRate::kRate, 0, kHop, m_model.c_str(), engine.get()) != 0)
-            throw ModelError(m_model, "a layer weight file", "none");
-        m_engine = std::move(engine);
-        m_converter = EngineRate(m_rate);
+        checkEngine();
+        KTesselExt_Reset(m_engine.get());
+        m_converter.reset();
         m_newest = Pitch();
         m_received = m_passed = 0;
-        // Silence before the sound, so that frame kLeadFrames is about its first sample and the network has heard
-        // as many frames as one answer depends on.
-        const std::vector<float> lead(static_cast<std::size_t>(kFirstFrameEnd - m_converter.delay()), 0.0f);
-        advance(lead.data(), static_cast<int>(lead.size()), [](const Pitch&) {});
+        lead();
     }
 
     // Analyses a whole recording of `count` samples; a live sound in progress is not disturbed. Needs 96 kB for each
@@ -179,14 +163,28 @@ private:
     };
     using Engine = std::unique_ptr<void, Destroy>;
 
-    static constexpr int kRowsPerSecond = 200;
-    static constexpr int kHop = EngineRate::kRate / kRowsPerSecond;  // [samples at 24 kHz]
-    static constexpr int kWindow = 1024;                             // [samples at 24 kHz] one frame
-    static constexpr int kLeadFrames = 8;                            // one answer depends on these and its own
-    // Live frame j is about sample 120 j + 512 - 480, the network's answer being 4 frames late; so frame kLeadFrames
-    // is about this one, which therefore is to be the sound's first. Its own last sample lies as far behind.
-    static constexpr int kFirstFrameEnd = kWindow / 2 + (kLeadFrames - 4) * kHop;
-    static constexpr int kMarginFrames = 8;  // silence around a recording, as far as network and window reach
+    static constexpr int kRowsPerSecond = facts::kFramesPerSecond;
+    static constexpr int kHop = facts::kHop;
+    static constexpr int kWindow = facts::kWindow;
+    static constexpr int kLeadFrames = facts::kLeadFrames;
+    // Silence before a live sound, so that frame kLeadFrames is about its first sample and the network has heard as
+    // many frames as one answer depends on. 992 [samples at 24 kHz], too few for a frame.
+    static constexpr int kLeadSamples = kLeadFrames * kHop + facts::kLiveInstant;
+    static constexpr int kAhead = kWindow - 1 - facts::kLiveInstant;  // [samples at 24 kHz] that an instant waits for
+    static constexpr int kMarginFrames = kLeadFrames;  // silence around a recording, as far as network and window reach
+
+    static Engine makeEngine(const std::string& model) {
+        Engine engine(KTessel_Create());
+        const std::vector<char> weights = readModelFile(model);
+        switch (KTesselExt_ConfigureFromMemory(facts::kRate, kHop, weights.data(), weights.size(), engine.get())) {
+            case KTESSELEXT_OK: return engine;
+            case KTESSELEXT_NO_MEMORY: throw std::bad_alloc();
+            default: break;
+        }
+        char fault[512] = "expected an engine, found that it cannot be configured";
+        KTesselExt_CheckWeights(weights.data(), weights.size(), fault, sizeof fault);
+        throw ModelError(model, fault);
+    }
 
     static int checkedRate(int rate) {
         if (rate >= kLowestRate && rate <= kHighestRate) return rate;
@@ -218,6 +216,12 @@ private:
     // The newest row once `passed` samples at 24 kHz are through; below 0: none.
     static std::int64_t rowOf(std::int64_t passed) {
         return passed < kWindow ? -1 - kLeadFrames : (passed - kWindow) / kHop - kLeadFrames;
+    }
+
+    void lead() {
+        const float silence[kHop] = {};
+        for (int missing = kLeadSamples - m_converter.delay(); missing > 0; missing -= kHop)
+            advance(silence, std::min(missing, kHop), [](const Pitch&) {});
     }
 
     template <class Each>
@@ -269,6 +273,7 @@ private:
     std::int64_t m_passed = 0;    // samples at 24 kHz that the engine was given, the silence before included
 };
 
+}  // namespace v1
 }  // namespace KaTessel
 
 #endif

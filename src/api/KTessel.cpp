@@ -8,6 +8,7 @@
 
 namespace {
 
+// Deliberate: hosts know the interface by this text, which does not follow the library's version; that is in Version.h.
 char versionText[] = "KaTesselLib version 1.0 [23042021]";
 constexpr std::size_t kVersionCopySize = 100;
 static_assert(sizeof versionText <= kVersionCopySize);

@@ -1,10 +1,10 @@
 // Preparing an engine for a rate, a block size and a model, and making it forget what it heard.
 #include <sys/stat.h>
 
-#include "base/NewFloats.h"
 #include <algorithm>
 #include <new>
 
+#include "base/NewFloats.h"
 #include "engine/AnalyserArguments.h"
 #include "engine/Filterbank.h"
 #include "katessel/CTessel.h"

@@ -4,7 +4,6 @@
 #include "katessel/LayerWeights.h"
 #include "modelio/LayerCopy.h"
 #include "modelio/LayerLoaders.h"
-#include "base/Messages.h"
 
 namespace KaTessel {
 namespace {

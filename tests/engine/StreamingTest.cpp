@@ -5,11 +5,11 @@
 #include <cmath>
 #include <vector>
 
+#include "engine/ConstantModel.h"
 #include "engine/NaiveEngine.h"
 #include "katessel/CTessel.h"
 #include "support/AllocationCounter.h"
 #include "support/TemporaryFolder.h"
-#include "support/WeightFileWriter.h"
 
 namespace KaTessel::tests {
 namespace {
@@ -29,21 +29,6 @@ std::vector<Pair> feed(CTessel& engine, const std::vector<float>& sound, int blo
         pairs.push_back(pair);
     }
     return pairs;
-}
-
-// A model whose two outputs are fixed whatever the sound.
-void saveConstantModel(const std::string& path, float pitch, float voicing) {
-    WeightFileWriter writer;
-    writer.add("ENCODER_initial_causal_conv", {constantTensor({150, 70}, 0.0f)});
-    for (const char* layer : {"ENCODER_l0", "ENCODER_l1", "ENCODER_l2"}) {
-        for (const char* set : {"_res_tanh", "_res_sigmoid"})
-            writer.add(std::string(layer) + set, {constantTensor({3, 70, 70}, 0.0f)});
-        writer.add(std::string(layer) + "_skip", {constantTensor({70, 120}, 0.0f)});
-    }
-    writer.add("ENCODER_skip_biases", {constantTensor({120}, 0.0f)});
-    writer.add("enc_out1", {constantTensor({120, 120}, 0.0f)});
-    writer.add("enc_out2", {constantTensor({120, 2}, 0.0f), StoredTensor{{2}, {pitch, voicing}}});
-    writer.save(path);
 }
 
 class Streaming : public testing::Test {
@@ -163,7 +148,7 @@ TEST_F(Streaming, HoldsTheLastPairAndConvertsUnits) {
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << "outputs " << row.pitch << ", " << row.voicing);
         const std::string path = folder.file("constant.weights");
-        saveConstantModel(path, row.pitch, row.voicing);
+        saveBytes(path, bytesOf(constantLayers(0.0f, row.pitch, row.voicing)));
         for (int centsMode : {0, 1, -7}) {
             CTessel engine;
             engine.configure(24000, 0, 1024, path.c_str());
