@@ -10,7 +10,6 @@
 namespace {
 
 constexpr char kThreshold[] = "threshold";
-constexpr float kRowsPerSecond = 200.0f;
 constexpr std::size_t kSilence = 1024;  // [samples] at a time
 
 enum Output { kFrequency, kConfidence, kNotes };
@@ -27,7 +26,7 @@ Vamp::Plugin::OutputDescriptor output(const char* identifier, const char* name, 
     descriptor.hasFixedBinCount = true;
     descriptor.binCount = 1;
     descriptor.sampleType = Vamp::Plugin::OutputDescriptor::VariableSampleRate;
-    descriptor.sampleRate = kRowsPerSecond;
+    descriptor.sampleRate = KaTessel::facts::kFramesPerSecond;
     return descriptor;
 }
 
@@ -38,10 +37,19 @@ std::string noteName(float frequency) {
     return names[midi % 12] + std::to_string(midi / 12 - 1);
 }
 
+// What the card of the model asks for. Without a model initialise() says why.
+float cardThreshold() {
+    try {
+        return std::clamp(KaTessel::modelThreshold(KaTessel::defaultModel()), 0.0f, 1.0f);
+    } catch (const std::exception&) {
+        return 0.5f;
+    }
+}
+
 }  // namespace
 
 PitchPlugin::PitchPlugin(float inputSampleRate)
-    : Plugin(inputSampleRate), m_threshold(KATESSEL_DEFAULT_THRESHOLD), m_silence(kSilence, 0.0f) {}
+    : Plugin(inputSampleRate), m_defaultThreshold(cardThreshold()), m_threshold(m_defaultThreshold), m_silence(kSilence, 0.0f) {}
 
 std::string PitchPlugin::getDescription() const {
     return "Fundamental frequency of a voice or an instrument every 5 ms, how sure it is, and notes";
@@ -54,7 +62,7 @@ PitchPlugin::ParameterList PitchPlugin::getParameterDescriptors() const {
     threshold.description = "Confidence from which on the sound counts as voiced";
     threshold.minValue = 0.0f;
     threshold.maxValue = 1.0f;
-    threshold.defaultValue = KATESSEL_DEFAULT_THRESHOLD;
+    threshold.defaultValue = m_defaultThreshold;
     return {threshold};
 }
 
@@ -82,18 +90,34 @@ bool PitchPlugin::initialise(std::size_t channels, std::size_t stepSize, std::si
     if (channels != 1 || stepSize == 0 || blockSize == 0) return false;
     m_step = stepSize;
     m_block = blockSize;
-    try {
+    guarded([&](FeatureSet&) {
         m_tracker.emplace(static_cast<int>(std::lround(m_inputSampleRate)));
-        reset();
-    } catch (const std::exception& error) {
-        complain(error.what());
-        m_tracker.reset();
-    }
+        forget();
+    });
     return m_tracker.has_value();
 }
 
 void PitchPlugin::reset() {
-    if (m_tracker) m_tracker->reset();
+    if (!m_tracker) return;
+    guarded([&](FeatureSet&) {
+        m_tracker->reset();
+        forget();
+    });
+}
+
+template <class Work>
+PitchPlugin::FeatureSet PitchPlugin::guarded(Work work) {
+    FeatureSet features;
+    try {
+        work(features);
+    } catch (const std::exception& error) {
+        complain(error.what());
+        m_tracker.reset();
+    }
+    return features;
+}
+
+void PitchPlugin::forget() {
     m_notes = NoteFinder();
     m_origin.reset();
     m_rest.clear();
@@ -101,32 +125,32 @@ void PitchPlugin::reset() {
 }
 
 PitchPlugin::FeatureSet PitchPlugin::process(const float* const* inputBuffers, Vamp::RealTime timestamp) {
-    FeatureSet features;
-    if (!m_tracker) return features;
-    if (!m_origin) m_origin = timestamp;
-    const float* const block = inputBuffers[0];
-    const std::size_t fresh = std::min(m_step, m_block);
-    feed(block, fresh, features);
-    for (std::size_t missing = m_step - fresh; missing > 0;) {
-        const std::size_t count = std::min(missing, kSilence);
-        feed(m_silence.data(), count, features);
-        missing -= count;
-    }
-    m_rest.assign(block + fresh, block + m_block);
-    return features;
+    if (!m_tracker) return {};
+    return guarded([&](FeatureSet& features) {
+        if (!m_origin) m_origin = timestamp;
+        const float* const block = inputBuffers[0];
+        const std::size_t fresh = std::min(m_step, m_block);
+        feed(block, fresh, features);
+        for (std::size_t missing = m_step - fresh; missing > 0;) {
+            const std::size_t count = std::min(missing, kSilence);
+            feed(m_silence.data(), count, features);
+            missing -= count;
+        }
+        m_rest.assign(block + fresh, block + m_block);
+    });
 }
 
 PitchPlugin::FeatureSet PitchPlugin::getRemainingFeatures() {
-    FeatureSet features;
-    if (!m_tracker || !m_origin) return features;
-    feed(m_rest.data(), m_rest.size(), features);
-    m_tracker->finish([&](const KaTessel::Pitch& pitch) { add(pitch, features); });
-    add(m_notes.finish(), features);
-    reset();
-    return features;
+    if (!m_tracker || !m_origin) return {};
+    return guarded([&](FeatureSet& features) {
+        feed(m_rest.data(), m_rest.size(), features);
+        m_tracker->finish([&](const KaTessel::Pitch& pitch) { add(pitch, features); });
+        add(m_notes.finish(), features);
+        forget();
+    });
 }
 
-// Nothing may be thrown through the host: a block with a sample that is no number counts as silence.
+// A block with a sample that is no number counts as silence.
 void PitchPlugin::feed(const float* samples, std::size_t count, FeatureSet& features) {
     const auto take = [&](const KaTessel::Pitch& pitch) { add(pitch, features); };
     try {

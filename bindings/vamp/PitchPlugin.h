@@ -39,11 +39,17 @@ public:
     FeatureSet getRemainingFeatures() override;
 
 private:
+    // Runs `work`, which fills what is returned. Nothing may be thrown through the host: what is thrown is said on
+    // standard error, and the plug-in gives nothing more until it is initialised again.
+    template <class Work>
+    FeatureSet guarded(Work work);
+    void forget();
     void feed(const float* samples, std::size_t count, FeatureSet& features);
     void add(const KaTessel::Pitch& pitch, FeatureSet& features);
     void add(const std::optional<Note>& note, FeatureSet& features) const;
     Feature at(double time, float value) const;
 
+    float m_defaultThreshold;
     float m_threshold;
     std::size_t m_step = 0;   // [samples]
     std::size_t m_block = 0;  // [samples]

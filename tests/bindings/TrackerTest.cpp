@@ -176,6 +176,26 @@ TEST(Tracker, MovesWithItsSound) {
     EXPECT_EQ(live(first, sound, [] { return 480; }).size(), 60u);
 }
 
+// After its construction a tracker needs no file: not one that is cut short, nor one that is gone.
+TEST(Tracker, StartsAgainWithoutTheFile) {
+    const TemporaryFolder folder;
+    const std::string model = folder.file("own.weights"), weights = contentOf(kModel);
+    for (const int rate : {24000, 44100}) {
+        const std::vector<float> sound = glide(rate, 0.3, 150.0, 300.0), other = tone(rate, 0.2, 400.0);
+        const std::vector<Pitch> expected = live(rate, sound);
+        save(model, weights);
+        Tracker own(rate, model);
+        save(model, weights.substr(0, weights.size() / 2));
+        own.process(other);
+        std::filesystem::remove(model);
+        const AllocationCounter counter;
+        own.reset();
+        EXPECT_EQ(counter.allocations() + counter.releases(), 0);
+        for (int pass = 0; pass < 2; ++pass)  // live() ends with finish()
+            EXPECT_TRUE(same(live(own, sound, [] { return 480; }), expected)) << rate << " Hz";
+    }
+}
+
 TEST(Tracker, AllocatesOnlyFeatureVectorsWhileItStreams) {
     for (const int rate : {24000, 44100}) {
         Tracker tracker(rate, kModel);

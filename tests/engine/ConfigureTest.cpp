@@ -39,6 +39,7 @@ TEST_F(PlainConfigure, BuildsAnEngineOfTheRightShape) {
     EXPECT_EQ(engine.encoderConf.file, model());
     EXPECT_EQ(engine.encoder->layers[1].dilation, 2);
     EXPECT_EQ(engine.complexSpectrum, nullptr);
+    EXPECT_EQ(engine.spectrum.resolutionCount(), 69) << "windows are not left to the first frame";
 
     CTessel native;
     native.configure(24000, 0, 512, model().c_str());

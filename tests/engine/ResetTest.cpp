@@ -121,7 +121,6 @@ TEST_F(Reset, WeightsFromMemoryGiveTheSameEngine) {
 }
 
 TEST_F(Reset, TheFirstFaultIsToldInTheRoomThereIs) {
-    std::string none;
     EXPECT_EQ(firstFault(weights.substr(0, 2)), "byte 2: expected a layer weight file, found one that ends within the layer count");
     std::vector<StoredLayer> layers = constantLayers(0.5f, 0.0f, 0.0f);
     layers[4].name = "other";
