@@ -23,6 +23,10 @@ struct KATESSEL_API T_FF_CONV1D_conf {
 
 // A layer with its weights and its history; made by FF_CONV1D_init. One thread at a time.
 struct KATESSEL_API T_FF_CONV1D {
+    T_FF_CONV1D() = default;
+    T_FF_CONV1D(const T_FF_CONV1D&) = delete;  // a copy would share the arrays
+    T_FF_CONV1D& operator=(const T_FF_CONV1D&) = delete;
+
     int kernel = 0, nIn = 0, nOut = 0;
     float* weights = nullptr;  // kernel blocks of nOut rows of nIn; block k multiplies the frame k frames ago
     float* bias = nullptr;     // nOut, or null: none

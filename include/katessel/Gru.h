@@ -33,6 +33,10 @@ struct KATESSEL_API T_GRU_conf {
 // A unit with its weights and its state; made by gru_init. One thread at a time.
 // The 3H rows of every matrix, and so all arrays of 3H values, are ordered z, r, n.
 struct KATESSEL_API T_GRU {
+    T_GRU() = default;
+    T_GRU(const T_GRU&) = delete;  // a copy would share the arrays
+    T_GRU& operator=(const T_GRU&) = delete;
+
     int nInputs = 0, nCond = 0, nHidden = 0;
     float* inputGates = nullptr;      // 3H, input share of this frame
     float* state = nullptr;           // H, the result of the last step
@@ -69,6 +73,10 @@ struct KATESSEL_API T_BGRU_conf {
 
 // A pair of units and the states that they start from; made by bgru_init. One thread at a time.
 struct KATESSEL_API T_BGRU {
+    T_BGRU() = default;
+    T_BGRU(const T_BGRU&) = delete;  // a copy would share the arrays
+    T_BGRU& operator=(const T_BGRU&) = delete;
+
     int nInputs = 0, nCond = 0, nHidden = 0;
     float* forwardInitial = nullptr;   // H: layer NAME_f_h
     float* backwardInitial = nullptr;  // H: layer NAME_b_h

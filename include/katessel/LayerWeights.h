@@ -81,7 +81,7 @@ public:
     std::int64_t end() const;   // [bytes] where the last layer ends or, after a failure, the place of what is wrong
 
 private:
-    struct Content;
+    struct KATESSEL_LOCAL Content;
     std::unique_ptr<Content> m_content;  // none before the first read
 };
 

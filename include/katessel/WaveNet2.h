@@ -71,6 +71,10 @@ struct T_WN2_layer {
 
 // A network with its weights and its streaming state; made by wavenet2_init. One thread at a time.
 struct T_WN2 {
+    T_WN2() = default;
+    T_WN2(const T_WN2&) = delete;  // a copy would share the arrays
+    T_WN2& operator=(const T_WN2&) = delete;
+
     std::string name;
     int nInputs = 0, nCond = 0, nState = 0, initialKernel = 0, kernel = 0, dilationCycle = 0;
     int nLayers = 0, firstSkipLayer = 0, nResidual = 0, nSkip = 0;

@@ -1,5 +1,9 @@
 // Reading weight files: what a good one yields, and that a broken one fails without harm.
+#include <sys/stat.h>
+
+#include <cstring>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -48,6 +52,37 @@ TEST_F(PlainLayerFile, HoldsWhatTheFileSays) {
     EXPECT_EQ(file.layerCount(), 1);
     LayerFile moved = std::move(file);
     EXPECT_EQ(moved.layers()[0].name, "other");
+    EXPECT_EQ(LayerFile().layers(), nullptr);
+}
+
+// From memory that is gone afterwards and through a pipe, with the places of everything.
+TEST_F(PlainLayerFile, ReadsMemoryAndPipesAndTellsPlaces) {
+    std::string bytes = whole + "end";
+    const std::string pipe = folder.file("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::thread writer([&] { saveBytes(pipe, bytes); });
+    LayerFile fromPipe, file;
+    EXPECT_TRUE(fromPipe.read(pipe));
+    writer.join();
+    ASSERT_TRUE(file.read(bytes.data(), bytes.size()));
+    bytes.assign(bytes.size(), 'x');
+    for (const LayerFile* read : {&file, &fromPipe}) {
+        EXPECT_EQ(rewritten(*read), whole);
+        EXPECT_EQ(read->size(), static_cast<std::int64_t>(whole.size() + 3));
+        EXPECT_EQ(read->end(), static_cast<std::int64_t>(whole.size()));
+        const T_FileLayerWeights& layer = read->layers()[1];
+        EXPECT_EQ(whole.substr(static_cast<std::size_t>(layer.offset), 7), "\006Rank 4");
+        EXPECT_EQ(layer.nameLength, 6);
+        const T_FileTensor& tensor = layer.tensors[0];
+        EXPECT_EQ(whole[static_cast<std::size_t>(tensor.offset)], 4);
+        EXPECT_EQ(std::memcmp(whole.data() + tensor.valuesOffset(), tensor.values, 8 * sizeof(float)), 0);
+    }
+    std::string why;
+    EXPECT_FALSE(file.read(nullptr, 0, &why));
+    EXPECT_EQ(why, "ends within the layer count");
+    EXPECT_FALSE(file.read(whole.data(), 49, &why));
+    EXPECT_EQ(why, "claims [2,3] values in layer \"first\", tensor 0, with 23 bytes left");
+    EXPECT_EQ(file.end(), 22) << "where the 3 stands";
 }
 
 TEST_F(PlainLayerFile, NamesMatchExactlyAndTheFirstWins) {
