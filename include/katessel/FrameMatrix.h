@@ -33,14 +33,14 @@ KATESSEL_API void write_data(std::string path, const std::vector<float>& values,
 // All of n values; may be null when n is 0.
 KATESSEL_API void write_data(std::string path, float* values, int n);
 
-// The two readers take files and pipes, and deliver every row that the counts announce: values for which the file is too
-// short are 0, and what follows the last row is ignored.
+// The two readers take files and pipes, and deliver every row that the counts announce: values for which the file is
+// too short are 0, and what follows the last row is ignored.
 
 // Reads a frame file and appends its frames to `frames`.
 //   framePeriod  [s]
 //   frameSize    values per frame
-// Returns false, leaving all three as they were, when the three header fields cannot be read or announce other than 0 to
-// 100000 frames of 0 to 1000 values.
+// Returns false, leaving all three as they were, when the three header fields cannot be read or announce other than
+// 0 to 100000 frames of 0 to 1000 values.
 KATESSEL_API bool loadContext(std::string path, std::vector<std::vector<float>>& frames, float& framePeriod,
                               int& frameSize);
 

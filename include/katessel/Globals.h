@@ -1,8 +1,8 @@
 // Process-wide settings and accumulators of the toolkit, initialised when the library is loaded.
 //
 // Of the engine's paths only the streaming network step touches one: it adds its processor time to wavenet2_step_dur_
-// while performance_analysis_ is set, atomically, so that engines may run on any number of threads. Everything else here
-// is for one thread at a time, and settings are to be made before engines run.
+// while performance_analysis_ is set, atomically, so that engines may run on any number of threads. Everything else
+// here is for one thread at a time, and settings are to be made before engines run.
 #ifndef KATESSEL_GLOBALS_H
 #define KATESSEL_GLOBALS_H
 
@@ -13,7 +13,7 @@
 
 namespace KaTessel {
 
-KATESSEL_API extern int performance_analysis_;  // 1: network steps measure their time, 0: they save the two clock readings
+KATESSEL_API extern int performance_analysis_;  // 1: network steps measure their time, by two clock readings each
 
 // Settings that applications may keep here; no function of the library reads them.
 KATESSEL_API extern float syntemperature_;   // synthesis temperature, 1.0

@@ -25,8 +25,8 @@ public:
     MRSpectrum(const MRSpectrum&) = delete;
     MRSpectrum& operator=(const MRSpectrum&) = delete;
 
-    // Forward transform of n real samples in place into the layout above; n a power of two, 2 .. 131072. An odd n counts
-    // as n - 1. Returns 0.
+    // Forward transform of n real samples in place into the layout above; n a power of two, 2 .. 131072. An odd n
+    // counts as n - 1. Returns 0.
     long rFFT(float* a, int n);
 
     // Exact inverse of rFFT, in place. Leaves the spectrum as it was in spareSpectrum(), half-complex when
@@ -87,7 +87,8 @@ public:
     int kernelTaps() const { return m_taps; }
     int transformLength() const { return m_fftLen; }
     const float* frameWindow() const { return m_frameWindow.get(); }  // as many values as the frame has samples
-    // Real kernel taps of a resolution, kernelTaps() values with a stride of 2; the middle one belongs to the bin itself.
+    // Real kernel taps of a resolution, kernelTaps() values with a stride of 2; the middle one belongs to the bin
+    // itself.
     const float* kernel(int resolution) const { return m_kernels.data() + resolution * m_kernelStride; }
 
     // Writes a window of n samples to *out, scaled to the sum 2. Codes: 0 Hamming; 1 .. 7 Kaiser-Bessel, alpha
@@ -98,8 +99,8 @@ public:
     long GetWindow(long n, char type, float** out, bool ignoredFlag, bool derivative);
 
     // The generators. w receives n samples; for n < 1 nothing is written.
-    // Of even length, KaiserBessel has its peak at sample n/2 and nothing that mirrors sample 0; Triangular rises by 2/n a
-    // sample (before the scaling) and has its peak, 1 - 2/n, at both middle samples.
+    // Of even length, KaiserBessel has its peak at sample n/2 and nothing that mirrors sample 0; Triangular rises by
+    // 2/n a sample (before the scaling) and has its peak, 1 - 2/n, at both middle samples.
     static void Hamming(long n, float* w);
     static void BlackmanHarris62(long n, float* w);
     static void BlackmanHarris70(long n, float* w);

@@ -2,8 +2,8 @@
 //
 // Each kernel exists once per instruction set (Variant*.cpp); ScalarKernels.cpp holds the plain loops that say what
 // each one means. Destination first; arrays may have any alignment and must not overlap unless said otherwise.
-// For finite arguments variants differ from the plain loops only by the order of summation, fused multiply-adds and, for
-// sigmoid, tanh and decibels, by a few units in the last place.
+// For finite arguments variants differ from the plain loops only by the order of summation, fused multiply-adds and,
+// for sigmoid, tanh and decibels, by a few units in the last place.
 #pragma once
 
 #include <atomic>

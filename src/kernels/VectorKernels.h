@@ -1,9 +1,9 @@
 // The kernels in vectors of kLanes floats: one source for every instruction set.
 //
 // Included once by each Variant*.cpp, which sets KATESSEL_LANES and names the table; the build gives that file its
-// instruction set. Nothing here may call an inline function from another header, unless it is in an unnamed namespace as
-// the transform is: the linker would keep one copy of it, perhaps the one compiled for instructions that the machine
-// lacks.
+// instruction set. Nothing here may call an inline function from another header, unless it is in an unnamed namespace
+// as the transform is: the linker would keep one copy of it, perhaps the one compiled for instructions that the
+// machine lacks.
 #include <math.h>
 
 #include "fft/FftReal.h"

@@ -6,7 +6,8 @@ namespace KaTessel {
 namespace {
 
 void product(float* out, const float* in, const DenseLayer& layer, bool accumulate) {
-    kernels::active->rowProduct(out, layer.weights, layer.nIn, 0, &in, 1, layer.nIn, layer.nOut, layer.bias, accumulate);
+    kernels::active->rowProduct(out, layer.weights, layer.nIn, 0, &in, 1, layer.nIn, layer.nOut, layer.bias,
+                                accumulate);
 }
 
 }  // namespace

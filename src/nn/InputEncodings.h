@@ -1,4 +1,4 @@
-// Input values, nominally -1 .. 1, encoded as one-hot, coarse or byte-wise vectors that a layer multiplies in their place.
+// Input values, nominally -1 .. 1, encoded as one-hot, coarse or byte-wise vectors that a layer multiplies instead.
 #pragma once
 
 #include <vector>

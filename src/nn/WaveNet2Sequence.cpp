@@ -18,7 +18,8 @@ SequenceNetwork::SequenceNetwork(const T_WN2& net) : m_net(net), m_initial(net.i
         if (from.skipW != nullptr) layer.skip.add(from.skipW, from.skipB, net.nSkip);
         m_layers.push_back(std::move(layer));
         const int span = FrameLayer::span(net.kernel, from.dilation);
-        m_context += std::max(FrameLayer::shift(net.kernel, from.dilation), span - FrameLayer::shift(net.kernel, from.dilation));
+        const int shift = FrameLayer::shift(net.kernel, from.dilation);
+        m_context += std::max(shift, span - shift);
     }
 }
 

@@ -176,7 +176,9 @@ TEST(Conv1x1, TheOrderOfTheModes) {
     };
     std::vector<float> weights;
     for (int i = 0; i < 512; ++i) weights.push_back(static_cast<float>(i));
-    for (const Row& row : {Row{fixedPoint, 4, 6, 1, 0x4d + 256 + 0x2f}, {1.25f, -3, 5, 0, 0.5 * 4}, {1.7f, 5, -5, -1, 4.0},
+    for (const Row& row : {Row{fixedPoint, 4, 6, 1, 0x4d + 256 + 0x2f},
+                           {1.25f, -3, 5, 0, 0.5 * 4},
+                           {1.7f, 5, -5, -1, 4.0},
                            {-0.5f, -3, 0, 0, 1.0 - 3.0 * 0.5}}) {
         float x = row.x, out = 0.0f;
         const AllocationCounter counter;  // the table above has made the scratch

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <new>
 
-// The linker sends this program's own calls of the C functions to __wrap_.. and what is called __real_.. to the library.
+// The linker sends this program's own calls of the C functions to __wrap_.., and __real_.. to the library's functions.
 extern "C" {
 void* __real_malloc(std::size_t n);
 void* __real_calloc(std::size_t count, std::size_t n);

@@ -12,7 +12,7 @@ public:
     AllocationCounter();
 
     long allocations() const;            // calls of any operator new, of malloc, calloc, realloc and the aligned forms
-    long releases() const;               // calls of any operator delete, free or realloc with a pointer that is not null
+    long releases() const;               // calls of operator delete, free and realloc with a pointer that is not null
     long frees() const;                  // those of them that are no operator delete
     std::size_t largestRequest() const;  // [bytes] largest single allocation since the newest counter was made
 
