@@ -22,7 +22,8 @@ public:
     CTessel(const CTessel&) = delete;
     CTessel& operator=(const CTessel&) = delete;
 
-    // The functions of the C interface; see KTessel.h for arguments and results.
+    // The functions of the C interface; see KTessel.h for arguments and results. configure() throws std::bad_alloc where
+    // there is no memory, for the resampler's filter too, and std::bad_array_new_length for a negative block size.
     int configure(int sampleRate, int reserved, int maxBlockSize, char const* modelPath);
     int doProcess(float const* input, int numSamples, float* outF0, float* outConfidence, int centsMode);
     int doProcessOffline(float const* input, int numSamples, float* outF0, float* outConfidence, int centsMode);
@@ -75,7 +76,7 @@ public:
     float** filterbank = nullptr;  // numBands rows of fftSize / 2 + 1; of a band only the run of bins that configure()
                                    // fills is read
     MRSpectrum spectrum;
-    float lastF0 = 0.0f;
+    float lastF0 = 0.0f;          // the held pair, in the unit that it was asked for in; 0, 0 before the first frame
     float lastConfidence = 0.0f;
     KaResample::CKaResample resampler;
     float rateRatio = 1.0f;            // sampleRate / internalRate; keeps its value while the two are equal

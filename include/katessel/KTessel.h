@@ -8,6 +8,7 @@
  * No function checks its arguments: a null or unconfigured handle, a null output or a negative count is
  * undefined behaviour. One engine serves one thread at a time; different engines share only an accumulator of
  * processor time (see docs/hosts.md). When memory runs out, the C++ exception std::bad_alloc leaves the call.
+ * Functions that check, take weights from memory or start a live signal again are in KTesselExt.h.
  */
 #ifndef KATESSEL_KTESSEL_H
 #define KATESSEL_KTESSEL_H
@@ -25,17 +26,19 @@ KTESSEL_API void* KTessel_Create(void);
 KTESSEL_API void KTessel_Destroy(void* handle);
 
 /*
- * Prepares an engine. May be called again to change rate, block size or model.
+ * Prepares an engine. May be called again to change rate, block size or model: the engine then starts anew, like a new
+ * one, and what it heard before is forgotten.
  *
- *   sampleRate    rate of the samples that will be passed in [Hz]
+ *   sampleRate    rate of the samples that will be passed in [Hz], 1000 .. 240000
  *   reserved      ignored; pass 0
  *   maxBlockSize  most samples that one KTessel_DoProcess call will pass
- *   modelPath     layer weight file
+ *   modelPath     layer weight file; read once, here. One that others may be reading is best replaced by renaming the
+ *                 new file to its name: every engine then has all layers of the old or of the new one.
  *
  * Returns 0, or -1 (and changes nothing) when there is no file at modelPath. A layer that the file lacks is
  * reported on standard output ("WARNING: NAME not loaded!") and computes as zeros: with nothing loaded every
- * frame reads 239 Hz with confidence 1. A layer of the wrong size is reported there and ends the process with
- * status 255. Check files that you do not know before.
+ * frame reads 239.3 Hz live, 240.6 Hz offline, with confidence 1. A layer of the wrong size is reported there and ends
+ * the process with status 255. Check files that you do not know before: KTesselExt_CheckWeightFile.
  */
 KTESSEL_API int KTessel_Configure(int sampleRate, int reserved, int maxBlockSize, const char* modelPath, void* handle);
 
@@ -44,13 +47,15 @@ KTESSEL_API int KTessel_Configure(int sampleRate, int reserved, int maxBlockSize
  *
  *   input          numSamples mono samples at the configured rate, nominally -1 .. 1
  *   numSamples     0 .. maxBlockSize, and at most 0.95 s: the engine remembers one second
- *   outF0          one value: frequency [Hz], 0 when unvoiced; or, with centsMode, the pitch in cents above
- *                  440 Hz (without a mark for unvoiced frames)
- *   outConfidence  one value, 0 or more: about the probability that the frame is voiced
+ *   outF0          one value: frequency [Hz], 0 where it would be below 1.4 Hz; or, with centsMode, the pitch in cents
+ *                  above 440 Hz
+ *   outConfidence  one value, 0 or more: about the probability that the frame is voiced. Unvoiced are the frames whose
+ *                  confidence is below a threshold; many of them have a frequency all the same. The model's card, the
+ *                  JSON file beside the weight file, gives its threshold as "default_threshold": 0.7 for the default one.
  *   centsMode      0 for Hz, anything else for cents
  *
  * Both outputs receive the last frame that this call completed or, when it completed none, the pair of the
- * frame before. At 24000 Hz the first frame comes with sample 1024, then one every 120 samples.
+ * frame before, in the unit that it was asked for in; before the first frame the pair is 0, 0. At 24000 Hz the first frame comes with sample 1024, then one every 120 samples.
  * Returns 1.
  */
 KTESSEL_API int KTessel_DoProcess(const float* input, int numSamples, float* outF0, float* outConfidence,
@@ -60,8 +65,8 @@ KTESSEL_API int KTessel_DoProcess(const float* input, int numSamples, float* out
  * Analyses a whole signal; a live signal in progress on the same engine is not disturbed.
  *
  *   input          numSamples mono samples at the configured rate
- *   outF0          one value per frame: frequency [Hz], 0 when unvoiced, or cents above 440 Hz
- *   outConfidence  one value per frame, 0 or more
+ *   outF0          one value per frame, as above
+ *   outConfidence  one value per frame, as above
  *   centsMode      0 for Hz, anything else for cents
  *
  * Frame f is centred on the instant f * 5 ms. Both arrays need room for

@@ -19,6 +19,11 @@ cmp "$model" "$source/models/default.weights"
 "$scratch/outside/use" "$model"
 "$scratch/outside/toolkit" "$model"
 
+echo "-- headers in the oldest language that they promise"
+check_header() { $cxx "-std=$1" -Wall -Wextra -pedantic -Werror -fsyntax-only -I"$root/include" -x c++ - <<<"#include <katessel/$2>"; }
+check_header c++11 KaTessel.h
+for header in "$root"/include/katessel/*.hpp; do check_header c++17 "$(basename "$header")"; done
+
 echo "-- pkg-config, C89"
 libdir=$(dirname "$(find "$root" -name libKaTesselLib.so.1 | head -n 1)")
 export PKG_CONFIG_PATH=$libdir/pkgconfig

@@ -1,5 +1,6 @@
-/* A host in C89 that knows nothing but the installed header: one second of a 200 Hz tone, live and offline. */
+/* A host in C89 that knows nothing but the installed headers: one second of a 200 Hz tone, live and offline. */
 #include <katessel/KTessel.h>
+#include <katessel/KTesselExt.h>
 
 #include <math.h>
 #include <stdio.h>
@@ -13,6 +14,33 @@ static int fail(const char* what)
 {
     printf("failed: %s\n", what);
     return 1;
+}
+
+/* The same model from memory, twice with a reset between. */
+static int memoryAndReset(const char* model, const float* sound, float expected)
+{
+    static char weights[1 << 20];
+    char fault[80];
+    float f0 = 0.0f, confidence = 0.0f;
+    size_t bytes;
+    int i, pass;
+    void* engine = KTessel_Create();
+    FILE* file = fopen(model, "rb");
+
+    if (file == NULL) return fail("the model's file");
+    bytes = fread(weights, 1, sizeof weights, file);
+    fclose(file);
+    if (KTesselExt_CheckWeights(weights, bytes, fault, sizeof fault) != KTESSELEXT_OK) return fail(fault);
+    if (KTesselExt_CheckWeights(weights, bytes / 2, fault, sizeof fault) != KTESSELEXT_BAD_MODEL) return fail("a cut model");
+    printf("half a model: %s\n", fault);
+    if (KTesselExt_ConfigureFromMemory(RATE, BLOCK, weights, bytes, engine) != KTESSELEXT_OK) return fail("from memory");
+    for (pass = 0; pass < 2; ++pass) {
+        for (i = 0; i + BLOCK <= RATE; i += BLOCK) KTessel_DoProcess(sound + i, BLOCK, &f0, &confidence, 0, engine);
+        if (f0 != expected) return fail("the same pitch from memory");
+        if (KTesselExt_Reset(engine) != KTESSELEXT_OK) return fail("reset");
+    }
+    KTessel_Destroy(engine);
+    return 0;
 }
 
 int main(int argc, char** argv)
@@ -44,6 +72,7 @@ int main(int argc, char** argv)
     if (frames != KTessel_GetNumOutputFramesForInputSamples(RATE, engine)) return fail("frames");
     printf("offline: %d frames, %.1f Hz in the middle\n", frames, trackF0[100]);
     if (fabs(trackF0[100] - 200.0) > 4.0) return fail("offline pitch");
+    if (memoryAndReset(argv[1], sound, f0) != 0) return 1;
     KTessel_Destroy(engine);
     KTessel_Destroy(NULL);
 
