@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ScoreReport.h"
-#include "Track.h"
+#include "TrackMode.h"
 
 struct EvalOptions {
     std::vector<std::string> references;  // one folder of recordings, or an .f0 file and a track

@@ -7,7 +7,7 @@
 
 #include "AudioFile.h"
 #include "PitchTrack.h"
-#include "Track.h"
+#include "TrackMode.h"
 
 // Fails unless `threshold`, where given, is a number from 0 up.
 void checkThreshold(const std::optional<double>& threshold);

@@ -6,8 +6,7 @@
 #include <string>
 
 #include "InputSelection.h"
-
-enum class TrackMode { offline, live };
+#include "TrackMode.h"
 
 // What the command line says; what it leaves out is none or empty.
 struct TrackOptions {
