@@ -6,13 +6,13 @@
 #include <cstdio>
 #include <vector>
 
-#include "Errors.h"
-#include "ModelCheck.h"
-#include "ModelPath.h"
-#include "StreamPlan.h"
 #include "TestSound.h"
 #include "katessel/CTessel.h"
 #include "katessel/InstructionSet.h"
+#include "recordings/base/Errors.h"
+#include "tracking/ModelCheck.h"
+#include "tracking/ModelPath.h"
+#include "tracking/StreamPlan.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <numbers>
 
-#include "Errors.h"
+#include "recordings/base/Errors.h"
 
 namespace {
 

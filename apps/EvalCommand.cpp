@@ -4,7 +4,7 @@
 #include <string>
 
 #include "Commands.h"
-#include "Eval.h"
+#include "tracking/FolderScores.h"
 
 namespace {
 

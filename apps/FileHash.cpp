@@ -8,7 +8,7 @@
 #include <cstring>
 #include <memory>
 
-#include "Errors.h"
+#include "recordings/base/Errors.h"
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <set>
 #include <system_error>
 
-#include "Errors.h"
-#include "SoundSource.h"
+#include "recordings/audio/SoundSource.h"
+#include "recordings/base/Errors.h"
 
 namespace fs = std::filesystem;
 

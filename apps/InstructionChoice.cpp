@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "Errors.h"
 #include "katessel/InstructionSet.h"
+#include "recordings/base/Errors.h"
 
 void applyInstructionChoice() {
     const char* name = std::getenv("KATESSEL_ISA");

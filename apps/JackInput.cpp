@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "Errors.h"
+#include "recordings/base/Errors.h"
 
 namespace {
 

@@ -7,14 +7,14 @@
 #include <cstdio>
 #include <vector>
 
-#include "Errors.h"
 #include "JackInput.h"
 #include "LiveDisplay.h"
-#include "ModelCard.h"
-#include "ModelCheck.h"
-#include "ModelPath.h"
-#include "OutputFile.h"
-#include "RecordingTracker.h"
+#include "recordings/base/Errors.h"
+#include "recordings/base/OutputFile.h"
+#include "tracking/ModelCard.h"
+#include "tracking/ModelCheck.h"
+#include "tracking/ModelPath.h"
+#include "tracking/RecordingTracker.h"
 
 namespace {
 

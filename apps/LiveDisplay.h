@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "PitchTrack.h"
+#include "recordings/tracks/PitchTrack.h"
 
 // The nearest note of equal temperament (A4 = 440 Hz), by how many cents the pitch is off, a needle between 50 cents flat
 // and sharp, the frequency and the confidence. Always as long; an unvoiced row has neither note nor needle.

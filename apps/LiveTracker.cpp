@@ -4,8 +4,8 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "Errors.h"
 #include "katessel/KTessel.h"
+#include "recordings/base/Errors.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "PitchTrack.h"
-#include "StreamPlan.h"
+#include "recordings/tracks/PitchTrack.h"
+#include "tracking/StreamPlan.h"
 
 struct LiveBlock {
     std::uint32_t clock = 0;  // [samples] when its first sample came; begins again after 2^32

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "BinaryText.h"
-#include "NoteSegments.h"
+#include "recordings/tracks/NoteSegments.h"
 
 namespace {
 

@@ -6,12 +6,12 @@
 #include <filesystem>
 #include <optional>
 
-#include "Errors.h"
 #include "FileHash.h"
-#include "ModelCard.h"
-#include "ModelCheck.h"
-#include "ModelPath.h"
-#include "WeightFile.h"
+#include "recordings/base/Errors.h"
+#include "tracking/ModelCard.h"
+#include "tracking/ModelCheck.h"
+#include "tracking/ModelPath.h"
+#include "tracking/WeightFile.h"
 
 namespace {
 

@@ -7,12 +7,12 @@
 #include <tuple>
 #include <utility>
 
-#include "AudioFile.h"
-#include "Errors.h"
-#include "GivenTrack.h"
-#include "OutputFile.h"
 #include "PlotPicture.h"
-#include "RecordingTracker.h"
+#include "recordings/audio/AudioFile.h"
+#include "recordings/base/Errors.h"
+#include "recordings/base/OutputFile.h"
+#include "recordings/tracks/GivenTrack.h"
+#include "tracking/RecordingTracker.h"
 
 namespace fs = std::filesystem;
 

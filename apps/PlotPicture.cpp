@@ -5,8 +5,8 @@
 #include <cmath>
 
 #include "ColourScale.h"
-#include "Errors.h"
 #include "Spectrogram.h"
+#include "recordings/base/Errors.h"
 
 namespace {
 

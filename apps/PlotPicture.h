@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "AudioFile.h"
 #include "Canvas.h"
 #include "FrequencyScale.h"
-#include "PitchTrack.h"
+#include "recordings/audio/AudioFile.h"
+#include "recordings/tracks/PitchTrack.h"
 
 struct NamedTrack {
     std::string name;

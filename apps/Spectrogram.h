@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "AudioFile.h"
 #include "FrequencyScale.h"
+#include "recordings/audio/AudioFile.h"
 
 struct Spectrogram {
     int columns = 0, rows = 0;

@@ -6,12 +6,12 @@
 #include <set>
 #include <utility>
 
-#include "AudioFile.h"
-#include "Errors.h"
-#include "GivenTrack.h"
-#include "OutputFile.h"
-#include "RecordingTracker.h"
-#include "SoundWriter.h"
+#include "recordings/audio/AudioFile.h"
+#include "recordings/audio/SoundWriter.h"
+#include "recordings/base/Errors.h"
+#include "recordings/base/OutputFile.h"
+#include "recordings/tracks/GivenTrack.h"
+#include "tracking/RecordingTracker.h"
 
 namespace {
 

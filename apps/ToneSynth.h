@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "PitchTrack.h"
+#include "recordings/tracks/PitchTrack.h"
 
 enum class Waveform { sine, harmonics };
 

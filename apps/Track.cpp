@@ -9,14 +9,14 @@
 #include <thread>
 #include <vector>
 
-#include "Errors.h"
 #include "Interruption.h"
-#include "OutputFile.h"
-#include "SoundSource.h"
 #include "TrackPlan.h"
 #include "TrackPool.h"
 #include "TrackSettings.h"
 #include "TrackWorker.h"
+#include "recordings/audio/SoundSource.h"
+#include "recordings/base/Errors.h"
+#include "recordings/base/OutputFile.h"
 
 namespace fs = std::filesystem;
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "InputSelection.h"
-#include "TrackMode.h"
+#include "tracking/TrackMode.h"
 
 // What the command line says; what it leaves out is none or empty.
 struct TrackOptions {

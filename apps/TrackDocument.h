@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "PitchTrack.h"
+#include "recordings/tracks/PitchTrack.h"
 
 enum class PitchUnit { hertz, cents, midi };      // cents above 440 Hz; MIDI note numbers with fractions
 enum class UnvoicedRows { zero, notANumber, drop };

@@ -4,9 +4,9 @@
 #include <map>
 #include <system_error>
 
-#include "Errors.h"
-#include "OutputFile.h"
-#include "SoundSource.h"
+#include "recordings/audio/SoundSource.h"
+#include "recordings/base/Errors.h"
+#include "recordings/base/OutputFile.h"
 
 namespace fs = std::filesystem;
 

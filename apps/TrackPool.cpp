@@ -9,9 +9,9 @@
 #include <thread>
 #include <utility>
 
-#include "Errors.h"
 #include "Progress.h"
 #include "katessel/Globals.h"
+#include "recordings/base/Errors.h"
 
 namespace {
 

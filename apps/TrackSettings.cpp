@@ -2,13 +2,13 @@
 
 #include <cmath>
 
-#include "Errors.h"
 #include "FileHash.h"
-#include "ModelCard.h"
-#include "ModelCheck.h"
-#include "ModelPath.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/KTessel.h"
+#include "recordings/base/Errors.h"
+#include "tracking/ModelCard.h"
+#include "tracking/ModelCheck.h"
+#include "tracking/ModelPath.h"
 
 namespace {
 

@@ -7,11 +7,11 @@
 #include <optional>
 #include <string>
 
-#include "Excerpt.h"
-#include "RawForm.h"
 #include "Track.h"
 #include "TrackDocument.h"
 #include "TrackFormat.h"
+#include "recordings/audio/RawForm.h"
+#include "recordings/tracks/Excerpt.h"
 
 // The same for all recordings of a run.
 struct TrackSettings {

@@ -5,12 +5,12 @@
 #include <system_error>
 #include <utility>
 
-#include "AudioFile.h"
-#include "Errors.h"
-#include "OfflineTrack.h"
-#include "OutputFile.h"
-#include "SoundSource.h"
-#include "StreamTrack.h"
+#include "recordings/audio/AudioFile.h"
+#include "recordings/audio/SoundSource.h"
+#include "recordings/base/Errors.h"
+#include "recordings/base/OutputFile.h"
+#include "tracking/OfflineTrack.h"
+#include "tracking/StreamTrack.h"
 
 namespace fs = std::filesystem;
 

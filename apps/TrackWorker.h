@@ -3,9 +3,9 @@
 #define KATESSEL_APPS_TRACKWORKER_H
 
 #include "TrackDocument.h"
-#include "TrackEngine.h"
 #include "TrackPlan.h"
 #include "TrackSettings.h"
+#include "tracking/TrackEngine.h"
 
 class TrackWorker {
 public:

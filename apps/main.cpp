@@ -5,12 +5,12 @@
 #include <string>
 
 #include "Commands.h"
-#include "Errors.h"
 #include "FileHash.h"
 #include "InstructionChoice.h"
-#include "ModelPath.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/KTessel.h"
+#include "recordings/base/Errors.h"
+#include "tracking/ModelPath.h"
 
 namespace {
 

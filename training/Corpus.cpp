@@ -6,10 +6,10 @@
 #include <cmath>
 #include <filesystem>
 
-#include "AudioFile.h"
-#include "Errors.h"
-#include "RateConversion.h"
-#include "Reference.h"
+#include "recordings/audio/AudioFile.h"
+#include "recordings/audio/RateConversion.h"
+#include "recordings/base/Errors.h"
+#include "recordings/tracks/Reference.h"
 
 namespace fs = std::filesystem;
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Errors.h"
+#include "recordings/base/Errors.h"
 
 FeatureExtractor::FeatureExtractor(const std::string& model) : m_window(kWindow) {
     if (m_engine.configure(kRate, 0, kHop, model.c_str()) != 0)

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Errors.h"
+#include "recordings/base/Errors.h"
 
 namespace fs = std::filesystem;
 

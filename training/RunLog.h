@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "ScoreReport.h"
 #include "Trainer.h"
+#include "recordings/scoring/ScoreReport.h"
 
 class RunLog {
 public:

@@ -5,8 +5,8 @@
 #include <exception>
 #include <thread>
 
-#include "Errors.h"
 #include "WeightExport.h"
+#include "recordings/base/Errors.h"
 
 namespace fs = std::filesystem;
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "FeatureExtractor.h"
-#include "OutputFile.h"
+#include "recordings/base/OutputFile.h"
 
 namespace {
 

@@ -9,11 +9,11 @@
 #include <optional>
 
 #include "Corpus.h"
-#include "Errors.h"
-#include "Eval.h"
 #include "RunLog.h"
 #include "Trainer.h"
 #include "WeightExport.h"
+#include "recordings/base/Errors.h"
+#include "tracking/FolderScores.h"
 
 namespace fs = std::filesystem;
 

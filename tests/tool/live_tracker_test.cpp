@@ -4,12 +4,12 @@
 #include <cmath>
 #include <numbers>
 
-#include "AudioFile.h"
 #include "LiveDisplay.h"
 #include "LiveTracker.h"
-#include "ModelPath.h"
-#include "StreamTrack.h"
 #include "TestSound.h"
+#include "recordings/audio/AudioFile.h"
+#include "tracking/ModelPath.h"
+#include "tracking/StreamTrack.h"
 
 namespace {
 

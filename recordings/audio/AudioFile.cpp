@@ -1,0 +1,84 @@
+#include "recordings/audio/AudioFile.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "recordings/audio/SoundSource.h"
+#include "recordings/base/Errors.h"
+
+namespace {
+
+constexpr int kChunk = 4096;            // [frames] per read
+constexpr float kLargestSample = 1e6f;  // far above any scale in use; powers of it still fit in a float
+
+// One sample of all channels' samples of an instant.
+class ChannelChoice {
+public:
+    ChannelChoice(const std::string& path, const std::optional<int>& channel, int channels)
+        : m_channels(channels), m_chosen(channel.value_or(0) - 1) {
+        if (m_chosen >= channels)
+            fail(kCannotRead, path, "channel " + std::to_string(*channel),
+                 std::to_string(channels) + (channels == 1 ? " channel" : " channels"));
+    }
+
+    float operator()(const float* frame) const {
+        if (m_chosen >= 0) return frame[m_chosen];
+        float sum = 0.0f;
+        for (int c = 0; c < m_channels; ++c) sum += frame[c];
+        return sum / static_cast<float>(m_channels);
+    }
+
+private:
+    int m_channels;
+    int m_chosen;  // from 0 on; -1: the average
+};
+
+void checkSample(float sample, const std::string& path, std::int64_t index, int rate) {
+    if (std::fabs(sample) <= kLargestSample) return;
+    fail(kCannotRead, path, "samples within +-" + shortNumber(kLargestSample),
+         shortNumber(sample) + " at " + shortNumber(static_cast<double>(index) / rate) + " s");
+}
+
+// The frame at an instant [s]; far beyond any recording for the end of time.
+std::int64_t frameAt(double seconds, int rate) {
+    return static_cast<std::int64_t>(std::min(std::round(seconds * rate), 1e18));
+}
+
+// Skips `frames` frames, or up to the end.
+void skip(SoundSource& source, std::int64_t frames, std::vector<float>& chunk) {
+    if (frames == 0 || source.seek(frames)) return;
+    while (frames > 0) {
+        const int read = source.read(chunk.data(), static_cast<int>(std::min<std::int64_t>(frames, kChunk)));
+        if (read == 0) return;
+        frames -= read;
+    }
+}
+
+}  // namespace
+
+Recording readRecording(const std::string& path, const SoundSelection& selection) {
+    const std::unique_ptr<SoundSource> source = openSound(path, selection.raw);
+    const int channels = source->channels();
+    const ChannelChoice sampleOf(path, selection.channel, channels);
+    Recording recording;
+    recording.rate = source->rate();
+    const std::int64_t from = frameAt(selection.from, recording.rate), to = frameAt(selection.to, recording.rate);
+
+    // The length in a header may be wrong, so the samples are counted as they come. It serves to ask for the memory
+    // once, with some room for the silence that an analysis puts around them.
+    const std::int64_t expected = std::min(source->expectedFrames(), to) - from;
+    if (expected > 0) recording.samples.reserve(static_cast<std::size_t>(expected + recording.rate / 4));
+    std::vector<float> chunk(static_cast<std::size_t>(kChunk) * static_cast<std::size_t>(channels));
+    skip(*source, from, chunk);
+    for (std::int64_t at = from; at < to;) {
+        const int frames = source->read(chunk.data(), static_cast<int>(std::min<std::int64_t>(to - at, kChunk)));
+        if (frames == 0) break;
+        for (int i = 0; i < frames; ++i, ++at) {
+            const float sample = sampleOf(chunk.data() + static_cast<std::ptrdiff_t>(i) * channels);
+            checkSample(sample, path, at, recording.rate);
+            recording.samples.push_back(sample);
+        }
+    }
+    if (recording.samples.empty() && from == 0) fail(kCannotRead, path, "at least 1 sample", "0 samples");
+    return recording;
+}

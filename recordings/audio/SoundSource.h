@@ -1,0 +1,40 @@
+// Where the samples of a recording come from: a file or standard input, with a header or raw.
+#ifndef KATESSEL_APPS_SOUNDSOURCE_H
+#define KATESSEL_APPS_SOUNDSOURCE_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "recordings/audio/RawForm.h"
+
+constexpr char kCannotRead[] = "cannot read the recording";
+constexpr char kStandardStream[] = "-";  // names standard input and standard output
+
+class SoundSource {
+public:
+    virtual ~SoundSource() = default;
+
+    int rate() const { return m_rate; }          // [Hz], above 0
+    int channels() const { return m_channels; }  // above 0
+
+    // How many frames there seem to be; 0: unknown. A header may be wrong.
+    virtual std::int64_t expectedFrames() const { return 0; }
+
+    // Reads up to `frames` frames of all channels, interleaved. Returns how many; 0 is the end. Fails when the sound
+    // is broken off.
+    virtual int read(float* samples, int frames) = 0;
+
+    // Moves on by that many frames if that costs no reading. Returns false, and moves nowhere, where it would.
+    virtual bool seek(std::int64_t) { return false; }
+
+protected:
+    int m_rate = 0;
+    int m_channels = 0;
+};
+
+// Opens a file, or standard input for "-". Without a raw form the sound must be in a format that libsndfile reads.
+std::unique_ptr<SoundSource> openSound(const std::string& path, const std::optional<RawForm>& raw);
+
+#endif

@@ -1,0 +1,20 @@
+// Scores as a table, as CSV and as JSON.
+#ifndef KATESSEL_APPS_SCOREREPORT_H
+#define KATESSEL_APPS_SCOREREPORT_H
+
+#include <string>
+#include <vector>
+
+#include "recordings/scoring/Scores.h"
+
+struct ScoredGroup {
+    std::string name;  // a folder, or "all"
+    int recordings = 0;
+    Scores scores;
+};
+
+std::string scoreTable(const std::vector<ScoredGroup>& groups);
+std::string scoreCsv(const std::vector<ScoredGroup>& groups);
+std::string scoreJson(const std::vector<ScoredGroup>& groups);
+
+#endif

@@ -1,0 +1,21 @@
+#include "recordings/tracks/PitchTrack.h"
+
+#include <cmath>
+#include <limits>
+
+void applyThreshold(PitchTrack& track, double threshold) {
+    for (PitchRow& row : track)
+        if (row.confidence < threshold) row.frequency = 0.0f;
+}
+
+void applyRange(PitchTrack& track, double lowest, double highest) {
+    for (PitchRow& row : track)
+        if (row.frequency < lowest || row.frequency > highest) row.frequency = 0.0f;
+}
+
+double centsAbove440(float frequency) {
+    if (frequency <= 0.0f) return std::numeric_limits<double>::quiet_NaN();
+    return 1200.0 * std::log2(frequency / 440.0);
+}
+
+double midiNote(float frequency) { return 69.0 + centsAbove440(frequency) / 100.0; }

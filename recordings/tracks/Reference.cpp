@@ -1,0 +1,96 @@
+#include "recordings/tracks/Reference.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "recordings/base/Errors.h"
+
+namespace {
+
+constexpr char kCannotRead[] = "cannot read the pitch";
+
+// The numbers of a line, whatever separates them. Returns false when something on it is no number.
+bool numbersOf(std::string line, std::vector<double>& numbers) {
+    for (char& c : line)
+        if (c == ',' || c == ';' || c == '\t' || c == '\r') c = ' ';
+    std::istringstream in(line);
+    numbers.clear();
+    for (std::string word; in >> word;) {
+        char* end = nullptr;
+        numbers.push_back(std::strtod(word.c_str(), &end));
+        if (end == word.c_str() || *end != '\0') return false;
+    }
+    return true;
+}
+
+// Calls row(numbers) for every line that is not empty; a first line that is no row of numbers may be skipped.
+template <typename Row>
+void forEachRow(const std::string& path, std::size_t columns, bool mayHaveHeader, Row row) {
+    std::ifstream in(path);
+    if (!in) fail(kCannotRead, path, "a text file", "none that can be opened");
+    std::vector<double> numbers;
+    std::size_t lineNumber = 0;
+    for (std::string line; std::getline(in, line);) {
+        ++lineNumber;
+        const bool clean = numbersOf(line, numbers);
+        if (clean && numbers.empty()) continue;
+        if (!clean && lineNumber == 1 && mayHaveHeader) {
+            if (line.find("cents") != std::string::npos) fail(kCannotRead, path, "frequencies in Hz", "cents");
+            continue;
+        }
+        if (!clean || numbers.size() < columns)
+            fail(kCannotRead, path, std::to_string(columns) + " numbers in line " + std::to_string(lineNumber),
+                 "\"" + line + "\"");
+        row(numbers, lineNumber);
+    }
+    if (in.bad() || lineNumber == 0) fail(kCannotRead, path, "at least one line", "none");
+}
+
+}  // namespace
+
+std::vector<float> readReference(const std::string& path) {
+    std::vector<float> frequencies;
+    forEachRow(path, 2, false, [&](const std::vector<double>& numbers, std::size_t line) {
+        const double expected = static_cast<double>(frequencies.size()) * kFrameSeconds;
+        if (std::fabs(numbers[0] - expected) > 0.1 * kFrameSeconds)
+            fail(kCannotRead, path, shortNumber(expected) + " s in line " + std::to_string(line),
+                 shortNumber(numbers[0]) + " s");
+        if (!std::isfinite(numbers[1]) || (numbers[1] < 0.0 && numbers[1] != -1.0))
+            fail(kCannotRead, path, "a frequency, 0 or -1 in line " + std::to_string(line), shortNumber(numbers[1]));
+        frequencies.push_back(static_cast<float>(numbers[1]));
+    });
+    return frequencies;
+}
+
+PitchTrack readTrack(const std::string& path) {
+    PitchTrack track;
+    forEachRow(path, 2, true, [&](const std::vector<double>& numbers, std::size_t line) {
+        PitchRow row;
+        row.time = numbers[0];
+        if (!track.empty() && !(row.time >= track.back().time))
+            fail(kCannotRead, path, "times that rise, in line " + std::to_string(line), shortNumber(row.time) + " s");
+        row.frequency = numbers[1] > 0.0 ? static_cast<float>(numbers[1]) : 0.0f;
+        row.confidence = numbers.size() > 2 ? static_cast<float>(numbers[2]) : row.frequency > 0.0f ? 1.0f : 0.0f;
+        track.push_back(row);
+    });
+    return track;
+}
+
+PitchTrack onGrid(const PitchTrack& track, std::size_t frames, double tolerance) {
+    PitchTrack grid(frames);
+    auto next = track.begin();
+    for (std::size_t f = 0; f < frames; ++f) {
+        const double time = static_cast<double>(f) * kFrameSeconds;
+        next = std::lower_bound(next, track.end(), time, [](const PitchRow& row, double t) { return row.time < t; });
+        auto nearest = next;
+        if (next == track.end() || (next != track.begin() && time - (next - 1)->time < next->time - time))
+            nearest = track.empty() ? next : next - 1;
+        if (nearest != track.end() && std::fabs(nearest->time - time) <= tolerance) grid[f] = *nearest;
+        grid[f].time = time;
+        if (next != track.begin()) --next;
+    }
+    return grid;
+}
