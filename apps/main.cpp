@@ -4,9 +4,9 @@
 #include <exception>
 #include <string>
 
-#include "Commands.h"
-#include "FileHash.h"
-#include "InstructionChoice.h"
+#include "apps/batch/FileHash.h"
+#include "apps/commands/Commands.h"
+#include "apps/commands/InstructionChoice.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/KTessel.h"
 #include "recordings/base/Errors.h"

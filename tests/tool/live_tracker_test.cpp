@@ -4,9 +4,9 @@
 #include <cmath>
 #include <numbers>
 
-#include "LiveDisplay.h"
-#include "LiveTracker.h"
-#include "TestSound.h"
+#include "apps/commands/TestSound.h"
+#include "apps/live/LiveDisplay.h"
+#include "apps/live/LiveTracker.h"
 #include "recordings/audio/AudioFile.h"
 #include "tracking/ModelPath.h"
 #include "tracking/StreamTrack.h"

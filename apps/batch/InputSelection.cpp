@@ -1,0 +1,121 @@
+#include "apps/batch/InputSelection.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <set>
+#include <system_error>
+
+#include "recordings/audio/SoundSource.h"
+#include "recordings/base/Errors.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kBadList[] = "cannot read the list";
+
+// Of the formats that libsndfile reads. A recording with another extension can still be named by itself.
+const std::set<std::string> kSoundExtensions = {".aif", ".aifc", ".aiff", ".au",  ".caf", ".flac", ".mp3", ".oga",
+                                                ".ogg", ".opus", ".rf64", ".snd", ".sph", ".voc",  ".w64", ".wav",
+                                                ".wave"};
+
+bool looksLikeSound(const fs::path& path) {
+    std::string extension = path.extension().string();
+    for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return kSoundExtensions.count(extension) != 0;
+}
+
+Input broken(const std::string& path, const std::string& expected, const std::string& found) {
+    return {path, "", errorMessage(kCannotRead, path, expected, found)};
+}
+
+// Appends the recordings in and below `folder`, each with its place below `root`.
+void searchFolder(const fs::path& folder, const fs::path& root, std::vector<Input>& found) {
+    std::error_code error;
+    std::vector<fs::directory_entry> entries;
+    const fs::directory_iterator end;
+    for (fs::directory_iterator entry(folder, error); !error && entry != end; entry.increment(error))
+        entries.push_back(*entry);
+    if (error) {
+        found.push_back(broken(folder.string(), "a readable folder", error.message()));
+        return;
+    }
+    std::sort(entries.begin(), entries.end());
+    for (const fs::directory_entry& entry : entries) {
+        const fs::path& path = entry.path();
+        if (path.filename().native().front() == '.') continue;
+        if (fs::is_directory(entry.symlink_status(error)))
+            searchFolder(path, root, found);
+        else if (looksLikeSound(path) && !entry.is_directory(error))
+            found.push_back({path.string(), path.lexically_relative(root).string(), ""});
+    }
+}
+
+// One path as given, in the place that it would have as a recording.
+void addPath(const std::string& path, const std::string& place, bool recursive, std::vector<Input>& inputs) {
+    std::error_code error;
+    if (!recursive || !fs::is_directory(path, error)) {
+        inputs.push_back({path, place, ""});
+        return;
+    }
+    const std::size_t before = inputs.size();
+    searchFolder(path, path, inputs);
+    if (inputs.size() == before) inputs.push_back(broken(path, "recordings in this folder", "none"));
+}
+
+// A name in a list keeps its folders if they lead downwards.
+std::string placeOfListed(const fs::path& path) {
+    const fs::path normal = path.lexically_normal();
+    const bool leadsDown = path.is_relative() && *normal.begin() != "..";
+    return (leadsDown ? normal : path.filename()).string();
+}
+
+void addList(std::istream& list, const InputOptions& options, std::vector<Input>& inputs) {
+    for (std::string line; std::getline(list, line);) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (!line.empty()) addPath(line, placeOfListed(line), options.recursive, inputs);
+    }
+    if (list.bad()) fail(kBadList, options.listFile, "lines up to its end", std::strerror(errno));
+}
+
+void addListFile(const InputOptions& options, std::vector<Input>& inputs) {
+    if (options.listFile == kStandardStream) return addList(std::cin, options, inputs);
+    std::error_code error;
+    if (fs::is_directory(options.listFile, error)) fail(kBadList, options.listFile, "a text file", "a folder");
+    std::ifstream file(options.listFile);
+    if (!file) fail(kBadList, options.listFile, "a text file", std::strerror(errno));
+    addList(file, options, inputs);
+}
+
+}  // namespace
+
+std::vector<Input> selectInputs(const InputOptions& options) {
+    std::vector<Input> inputs;
+    for (const std::string& path : options.paths)
+        addPath(path, fs::path(path).filename().string(), options.recursive, inputs);
+    if (!options.listFile.empty()) addListFile(options, inputs);
+    if (inputs.empty()) fail("nothing to track", options.listFile, "at least one recording", "none");
+    return inputs;
+}
+
+Shard parseShard(const std::string& text) {
+    Shard shard;
+    const char* const end = text.data() + text.size();
+    const auto [slash, indexError] = std::from_chars(text.data(), end, shard.index);
+    if (indexError == std::errc() && slash != end && *slash == '/') {
+        const auto [rest, countError] = std::from_chars(slash + 1, end, shard.count);
+        if (countError == std::errc() && rest == end && shard.index >= 1 && shard.index <= shard.count) return shard;
+    }
+    failUsage("wrong shard", "--shard", "K/N with K from 1 to N", text);
+}
+
+void sortInputs(std::vector<Input>& inputs) {
+    std::sort(inputs.begin(), inputs.end(), [](const Input& a, const Input& b) { return a.path < b.path; });
+}

@@ -1,0 +1,34 @@
+// Which file each recording's track goes to, decided before any work.
+#ifndef KATESSEL_APPS_TRACKPLAN_H
+#define KATESSEL_APPS_TRACKPLAN_H
+
+#include <string>
+#include <vector>
+
+#include "apps/batch/InputSelection.h"
+
+struct TrackJob {
+    std::string input;
+    std::string output;   // "-": standard output
+    std::string problem;  // why there will be no track, as a whole message; empty: none known
+    bool isDone = false;  // there is one already
+};
+
+// What to do about tracks that are there already.
+enum class ExistingTracks { refuse, skip, replace };
+
+// One recording, to a file of any name, or to standard output where `output` is empty or "-". A file that is named is
+// meant to be replaced, unless `skipExisting`.
+TrackJob planSingle(const std::string& input, const std::string& output, bool skipExisting);
+
+// Each recording to a file of its own: its name with `ending` (".f0.csv") for the extension, beside it, or below `folder`
+// if one is given. Wrong usage when two of them would be the same, or one of the recordings.
+std::vector<TrackJob> planMany(const std::vector<Input>& inputs, const std::string& folder, const std::string& ending);
+
+// The jobs of one shard, in their order.
+std::vector<TrackJob> shardOf(const std::vector<TrackJob>& jobs, const Shard& shard);
+
+// Looks which of the tracks are there already.
+void checkExisting(std::vector<TrackJob>& jobs, ExistingTracks existing);
+
+#endif

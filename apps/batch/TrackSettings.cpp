@@ -1,0 +1,93 @@
+#include "apps/batch/TrackSettings.h"
+
+#include <cmath>
+
+#include "apps/batch/FileHash.h"
+#include "katessel/InstructionSet.h"
+#include "katessel/KTessel.h"
+#include "recordings/base/Errors.h"
+#include "tracking/ModelCard.h"
+#include "tracking/ModelCheck.h"
+#include "tracking/ModelPath.h"
+
+namespace {
+
+constexpr char kWrongUsage[] = "wrong usage";
+
+// Fails unless a number that is given is finite and at least `least`.
+void checkNumber(const char* what, const char* option, const std::optional<double>& value, double least,
+                 const std::string& expected) {
+    if (value && !(*value >= least && std::isfinite(*value))) failUsage(what, option, expected, shortNumber(*value));
+}
+
+void checkNumbers(const TrackOptions& options) {
+    checkNumber("wrong threshold", "--threshold", options.threshold, 0.0, "a number from 0 up");
+    checkNumber("wrong frequency", "--fmin", options.lowest, 0.0, "a number from 0 up");
+    checkNumber("wrong frequency", "--fmax", options.highest, options.lowest.value_or(0.0), "a number from --fmin up");
+    checkNumber("wrong time", "--start", options.start, 0.0, "a number from 0 up");
+    checkNumber("wrong time", "--duration", options.duration, 1e-6, "a number above 0");
+}
+
+void checkCombinations(const TrackOptions& options) {
+    if (options.blockSize && options.mode == TrackMode::offline)
+        failUsage(kWrongUsage, "--block-size", "--mode live", "--mode offline, which has no blocks");
+    if (options.raw && options.inputs.recursive)
+        failUsage(kWrongUsage, "--raw", "recordings by name", "-r, which looks for known formats");
+}
+
+// How the rows look, as far as the format has any.
+void chooseRows(const TrackOptions& options, TrackSettings& settings) {
+    const bool unitGiven = options.unit || options.cents;
+    if (!settings.format->hasRows && (unitGiven || options.unvoiced))
+        failUsage(kWrongUsage, unitGiven ? "--unit" : "--unvoiced", "a format with rows",
+                  std::string(settings.format->name));
+    const std::string unit = options.cents ? "cents" : options.unit.value_or("hz");
+    settings.unit = unit == "cents" ? PitchUnit::cents : unit == "midi" ? PitchUnit::midi : PitchUnit::hertz;
+    const std::string unvoiced = options.unvoiced.value_or(settings.unit == PitchUnit::hertz ? "zero" : "nan");
+    if (unvoiced == "zero" && settings.unit != PitchUnit::hertz)
+        failUsage(kWrongUsage, "--unvoiced zero", "--unit hz", "--unit " + unit + ", where 0 is a pitch");
+    settings.unvoiced = unvoiced == "zero"  ? UnvoicedRows::zero
+                        : unvoiced == "nan" ? UnvoicedRows::notANumber
+                                            : UnvoicedRows::drop;
+}
+
+nlohmann::ordered_json describe(const TrackOptions& options, const TrackSettings& settings) {
+    nlohmann::ordered_json about, used;
+    about["library"] = KTessel_GetVersion();
+    about["instructions"] = KaTessel::instructionSet();
+    about["model"] = {{"file", settings.model}, {"sha256", fileSha256(settings.model)}};
+    used["mode"] = settings.mode == TrackMode::live ? "live" : "offline";
+    used["threshold"] = settings.threshold;
+    if (settings.blockSize) used["block_size"] = *settings.blockSize;
+    if (options.lowest) used["fmin"] = *options.lowest;
+    if (options.highest) used["fmax"] = *options.highest;
+    if (options.channel) used["channel"] = *options.channel;
+    if (options.raw) used["raw"] = *options.raw;
+    about["settings"] = used;
+    return about;
+}
+
+}  // namespace
+
+TrackSettings chooseSettings(const TrackOptions& options, const TrackFormat& defaultFormat) {
+    checkNumbers(options);
+    checkCombinations(options);
+    TrackSettings settings;
+    settings.mode = options.blockSize ? TrackMode::live : options.mode.value_or(TrackMode::offline);
+    settings.blockSize = options.blockSize;
+    settings.lowest = options.lowest.value_or(settings.lowest);
+    settings.highest = options.highest.value_or(settings.highest);
+    settings.channel = options.channel;
+    if (options.raw) settings.raw = parseRawForm(*options.raw);
+    settings.excerpt = {options.start.value_or(0.0), options.duration};
+    settings.format = options.format ? &trackFormat(*options.format) : &defaultFormat;
+    chooseRows(options, settings);
+    return settings;
+}
+
+void chooseModel(const TrackOptions& options, TrackSettings& settings) {
+    settings.model = modelPath(options.model);
+    checkModel(settings.model);
+    settings.threshold = options.threshold ? *options.threshold : defaultThreshold(settings.model);
+    if (settings.format == &trackFormat("json")) settings.about = describe(options, settings);
+}

@@ -1,0 +1,149 @@
+#include "apps/commands/Bench.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <vector>
+
+#include "apps/commands/TestSound.h"
+#include "katessel/CTessel.h"
+#include "katessel/InstructionSet.h"
+#include "recordings/base/Errors.h"
+#include "tracking/ModelCheck.h"
+#include "tracking/ModelPath.h"
+#include "tracking/StreamPlan.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kWarmUpFrames = 200;  // one second: delay lines, caches and the clock frequency settle
+constexpr int kConfigureRuns = 5;
+
+double microsSince(Clock::time_point start) {
+    return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t half = values.size() / 2;
+    return values.size() % 2 == 1 ? values[half] : 0.5 * (values[half - 1] + values[half]);
+}
+
+double largest(const std::vector<double>& values) { return *std::max_element(values.begin(), values.end()); }
+
+void configure(KaTessel::CTessel& engine, int rate, int blockSize, const std::string& model) {
+    if (engine.configure(rate, 0, blockSize, model.c_str()) != 0)
+        fail("cannot load the model", model, "a weight file", "none");
+}
+
+// [ms], median over fresh engines.
+double measureConfigure(const StreamPlan& plan, const std::string& model) {
+    std::vector<double> times;
+    for (int run = 0; run < kConfigureRuns; ++run) {
+        KaTessel::CTessel engine;
+        const Clock::time_point start = Clock::now();
+        configure(engine, plan.rate(), plan.blockSize(), model);
+        times.push_back(microsSince(start) * 1e-3);
+    }
+    return median(times);
+}
+
+// Blocks of about 5 ms, as the stream delivers them: without loss where the rate allows it.
+StreamPlan planFor(int rate) {
+    if (StreamPlan::streamsWhole(rate)) return StreamPlan::forGrid(rate);
+    const int smallest = StreamPlan::smallestBlock(rate);
+    return StreamPlan::forHostBlocks(rate, std::max(static_cast<int>(rate * kHopSeconds), smallest));
+}
+
+struct StreamFigures {
+    double firstFrame = 0.0;     // [us]
+    std::vector<double> frames;  // [us] each, after the warm-up
+    float f0 = 0.0f;             // [Hz] last estimate
+};
+
+// Every frame's cost: that of all the calls since the frame before, resampling included.
+StreamFigures measureStream(const StreamPlan& plan, const std::string& model, const std::vector<float>& sound) {
+    KaTessel::CTessel engine;
+    configure(engine, plan.rate(), plan.blockSize(), model);
+    StreamFigures figures;
+    float confidence = 0.0f;
+    double sinceFrame = 0.0;
+    const std::int64_t blocks = static_cast<std::int64_t>(sound.size()) / plan.blockSize();
+    for (std::int64_t b = 0; b < blocks; ++b) {
+        const float* block = sound.data() + b * plan.blockSize();
+        const Clock::time_point start = Clock::now();
+        engine.doProcess(block, plan.blockSize(), &figures.f0, &confidence, 0);
+        sinceFrame += microsSince(start);
+        const std::int64_t before = plan.framesAfter(b);
+        const std::int64_t completed = plan.framesAfter(b + 1) - before;
+        if (completed == 0) continue;
+        if (before == 0) figures.firstFrame = sinceFrame;
+        if (before >= kWarmUpFrames) figures.frames.push_back(sinceFrame / static_cast<double>(completed));
+        sinceFrame = 0.0;
+    }
+    return figures;
+}
+
+struct Stage {
+    const char* name;
+    std::vector<double> times = {};  // [us]
+};
+
+// The four stages of one frame, called one by one on the frames of a sound at 24 kHz.
+std::vector<Stage> measureStages(const std::string& model, const std::vector<float>& sound) {
+    KaTessel::CTessel engine;
+    configure(engine, kEngineRate, kHop, model);
+    std::vector<float> features(static_cast<std::size_t>(engine.numBands));
+    std::vector<Stage> stages = {{"spectrum"}, {"bands"}, {"network"}, {"heads"}};
+    const std::int64_t frames = (static_cast<std::int64_t>(sound.size()) - engine.fftSize) / kHop;
+    for (std::int64_t f = 0; f < frames; ++f) {
+        std::copy_n(sound.data() + f * kHop, engine.fftSize, engine.frame);
+        std::fill(features.begin(), features.end(), 0.0f);
+        const auto timed = [&](std::size_t stage, const auto& work) {
+            const Clock::time_point start = Clock::now();
+            work();
+            const double time = microsSince(start);
+            if (f >= kWarmUpFrames) stages[stage].times.push_back(time);
+        };
+        timed(0, [&] { engine.spectrumStage(engine.frame); });
+        timed(1, [&] { engine.bandStage(features.data()); });
+        timed(2, [&] { engine.networkStage(features.data()); });
+        timed(3, [&] { engine.headStage(); });
+    }
+    return stages;
+}
+
+void printStage(const char* name, const std::vector<double>& times) {
+    std::printf("  %-12s %9.2f %9.2f\n", name, median(times), largest(times));
+}
+
+}  // namespace
+
+void runBench(const BenchOptions& options) {
+    if (!std::isfinite(options.seconds)) failUsage("wrong length", "--seconds", "a number", shortNumber(options.seconds));
+    const std::string model = modelPath(options.model);
+    checkModel(model);
+    const StreamPlan plan = planFor(options.rate);
+    const double seconds = options.seconds + (kWarmUpFrames + 20) * kHopSeconds;
+
+    const double configureTime = measureConfigure(plan, model);
+    const StreamFigures stream = measureStream(plan, model, makeTestSound(plan.rate(), seconds));
+    const std::vector<Stage> stages = measureStages(model, makeTestSound(kEngineRate, seconds));
+    if (stream.frames.empty() || stages.front().times.empty())
+        failUsage("nothing measured", "--seconds", "a longer sound", shortNumber(options.seconds));
+
+    const double frame = median(stream.frames);
+    std::printf("model            %s\n", model.c_str());
+    std::printf("instruction set  %s\n", KaTessel::instructionSet());
+    std::printf("stream           %d Hz, %d samples a call, one thread\n", plan.rate(), plan.blockSize());
+    std::printf("configure        %.2f ms, median of %d engines\n", configureTime, kConfigureRuns);
+    std::printf("first frame      %.0f us, before any warm-up\n", stream.firstFrame);
+    std::printf("measured         %zu frames, after %d frames of warm-up\n", stream.frames.size(), kWarmUpFrames);
+    std::printf("last estimate    %.2f Hz\n", static_cast<double>(stream.f0));
+    std::printf("\n  us per frame    median     worst\n");
+    printStage("whole call", stream.frames);
+    for (const Stage& stage : stages) printStage(stage.name, stage.times);
+    std::printf("\n%.0f x real time: 5 ms / median of a whole call\n", kHopSeconds * 1e6 / frame);
+}

@@ -1,0 +1,27 @@
+// The tool's commands: each adds itself, with its options, to the command line.
+#ifndef KATESSEL_APPS_COMMANDS_H
+#define KATESSEL_APPS_COMMANDS_H
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "apps/commands/Track.h"
+
+void addTrackCommand(CLI::App& app);
+void addEvalCommand(CLI::App& app);
+void addBenchCommand(CLI::App& app);
+void addPlotCommand(CLI::App& app);  // only with cairo
+void addModelCommand(CLI::App& app);
+void addSynthCommand(CLI::App& app);
+void addLiveCommand(CLI::App& app);  // only with JACK
+
+// Runs `work` once the whole command line is read and says that this command is the chosen one, with the vector
+// instructions that the environment asks for.
+void whenChosen(CLI::App& command, std::function<void()> work);
+
+// Adds --mode: as a whole or as a host streams it.
+CLI::Option* addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, const std::string& description);
+
+#endif

@@ -1,0 +1,110 @@
+#include "apps/commands/ModelReport.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+
+#include "apps/batch/FileHash.h"
+#include "recordings/base/Errors.h"
+#include "tracking/ModelCard.h"
+#include "tracking/ModelCheck.h"
+#include "tracking/ModelPath.h"
+#include "tracking/WeightFile.h"
+
+namespace {
+
+constexpr char kBadModel[] = "bad model";
+
+struct Range {
+    double least = 0.0, most = 0.0, rms = 0.0;
+};
+
+// What is no number counts for the mean square alone, and shows there.
+Range rangeOf(const std::vector<float>& values) {
+    double least = values.front(), most = values.front(), squares = 0.0;
+    for (const double value : values) {
+        least = std::fmin(least, value);
+        most = std::fmax(most, value);
+        squares += value * value;
+    }
+    return {least, most, std::sqrt(squares / static_cast<double>(values.size()))};
+}
+
+// Names come from the file and go to a terminal.
+std::string printable(std::string text) {
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+    return text;
+}
+
+void printTensor(const WeightLayer& layer, std::size_t index, int nameWidth) {
+    const WeightTensor& tensor = layer.tensors[index];
+    const Range range = rangeOf(tensor.values);
+    std::printf("%-*s  %-7s %-12s %8zu %10.4g %10.4g %10.4g %10lld  %s\n", nameWidth,
+                index == 0 ? printable(layer.name).c_str() : "", roleOf(layer, index).c_str(),
+                shapeText(tensor.shape).c_str(), tensor.values.size(), range.least, range.most, range.rms,
+                static_cast<long long>(tensor.offset),
+                index != 0 ? "" : isNeededLayer(layer.name) ? "yes" : "no");
+}
+
+std::string plural(std::size_t count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+}  // namespace
+
+void inspectModel(const std::string& given) {
+    const std::string path = modelPath(given);
+    const WeightFile file = readWeightFile(path);
+    if (!file.faults.empty()) fail(kBadModel, path, file.faults.front().expected, file.faults.front().found);
+    std::size_t values = 0, nameWidth = 5;
+    for (const WeightLayer& layer : file.layers) {
+        nameWidth = std::max(nameWidth, layer.name.size());
+        for (const WeightTensor& tensor : layer.tensors) values += tensor.values.size();
+    }
+    std::printf("%s: %lld bytes, %s, %zu values\n\n", path.c_str(), static_cast<long long>(file.size),
+                plural(file.layers.size(), "layer", "layers").c_str(), values);
+    const int width = static_cast<int>(nameWidth);
+    std::printf("%-*s  %-7s %-12s %8s %10s %10s %10s %10s  %s\n", width, "layer", "tensor", "shape", "values", "min", "max",
+                "rms", "at byte", "needed");
+    for (const WeightLayer& layer : file.layers) {
+        if (layer.tensors.empty())
+            std::printf("%-*s  no tensors\n", width, printable(layer.name).c_str());
+        for (std::size_t t = 0; t < layer.tensors.size(); ++t) printTensor(layer, t, width);
+    }
+    const std::vector<WeightFault> faults = findFaults(file);
+    if (faults.empty())
+        std::printf("\nThe engine can use it.\n");
+    else
+        std::printf("\nexpected %s, found %s%s\n", printable(faults.front().expected).c_str(),
+                    printable(faults.front().found).c_str(),
+                    faults.size() > 1 ? "; `katessel model verify` lists more" : "");
+}
+
+void verifyModel(const std::string& given) {
+    const std::string path = modelPath(given);
+    const WeightFile file = readWeightFile(path);
+    const std::vector<WeightFault> faults = findFaults(file);
+    for (const WeightFault& fault : faults)
+        std::printf("%s: byte %lld: expected %s, found %s\n", path.c_str(), static_cast<long long>(fault.offset),
+                    printable(fault.expected).c_str(), printable(fault.found).c_str());
+    if (!faults.empty()) fail(kBadModel, path, "a file without faults", plural(faults.size(), "fault", "faults"));
+    std::printf("%s: good, %s, %lld bytes\n", path.c_str(), plural(file.layers.size(), "layer", "layers").c_str(),
+                static_cast<long long>(file.size));
+}
+
+void hashModel(const std::string& given) {
+    const std::string path = modelPath(given);
+    const std::string hash = fileSha256(path);
+    std::printf("%s  %s\n", hash.c_str(), path.c_str());
+    const std::string card = cardPath(path);
+    const std::optional<std::string> expected = cardHash(path);
+    if (expected && *expected != hash) fail("another model than its card says", path, "sha256 " + *expected, hash);
+    // A comment, so that `sha256sum -c` reads the output.
+    if (expected)
+        std::printf("# as %s says\n", card.c_str());
+    else
+        std::printf("# %s\n", std::filesystem::exists(card) ? "its card gives no sha256" : "no card beside it");
+}

@@ -1,0 +1,27 @@
+// The file formats of a track, by name.
+#ifndef KATESSEL_APPS_TRACKFORMAT_H
+#define KATESSEL_APPS_TRACKFORMAT_H
+
+#include <string>
+#include <vector>
+
+#include "apps/formats/TrackDocument.h"
+
+struct TrackFormat {
+    const char* name;
+    const char* extension;
+    bool hasRows;   // one entry a row: unit and unvoiced rows can be chosen
+    bool isBinary;  // nothing for a terminal
+    std::string (*bytes)(const TrackDocument&);
+};
+
+// All of them; the first is the default.
+const std::vector<TrackFormat>& trackFormats();
+
+// The one of that name, which must be one of them.
+const TrackFormat& trackFormat(const std::string& name);
+
+// The one that a file of this name would be in, going by its extension; else the default.
+const TrackFormat& trackFormatOfFile(const std::string& path);
+
+#endif

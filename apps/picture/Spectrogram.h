@@ -1,0 +1,27 @@
+// What a recording sounds like over time and frequency, as a picture of levels.
+#ifndef KATESSEL_APPS_SPECTROGRAM_H
+#define KATESSEL_APPS_SPECTROGRAM_H
+
+#include <vector>
+
+#include "apps/picture/FrequencyScale.h"
+#include "recordings/audio/AudioFile.h"
+
+struct Spectrogram {
+    int columns = 0, rows = 0;
+    std::vector<float> levels;  // rows x columns, the top frequency first [dB, 0 dB: a sine of amplitude 1]
+
+    float at(int row, int column) const {
+        return levels[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
+                      static_cast<std::size_t>(column)];
+    }
+};
+
+constexpr float kSilentLevel = -200.0f;  // [dB] nothing is below, and what lies above half the sample rate is here
+
+// The part from `start` [s] on, `duration` long, one value per pixel. A pixel that is longer than 10 ms or higher than a
+// bin shows the loudest of what it covers.
+Spectrogram makeSpectrogram(const Recording& recording, double start, double duration, const FrequencyScale& scale,
+                            int columns, int rows);
+
+#endif
