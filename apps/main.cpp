@@ -12,6 +12,7 @@
 #include "recordings/base/Errors.h"
 #include "tracking/ModelPath.h"
 
+namespace katessel {
 namespace {
 
 constexpr char kAbout[] =
@@ -62,8 +63,10 @@ void run(int argc, char** argv) {
 }
 
 }  // namespace
+}  // namespace katessel
 
 int main(int argc, char** argv) {
+    using namespace katessel;
     try {
         run(argc, argv);
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)

@@ -19,6 +19,8 @@
 #include "tracking/OfflineTrack.h"
 #include "tracking/StreamTrack.h"
 
+namespace katessel {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -134,3 +136,5 @@ void runEval(const EvalOptions& options) {
     if (!options.csv.empty()) OutputFile(options.csv).write(scoreCsv(groups));
     if (!options.json.empty()) OutputFile(options.json).write(scoreJson(groups));
 }
+
+}  // namespace katessel

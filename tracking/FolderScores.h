@@ -1,6 +1,5 @@
 // `katessel eval`: how well tracks agree with recordings of known pitch.
-#ifndef KATESSEL_APPS_EVAL_H
-#define KATESSEL_APPS_EVAL_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -8,6 +7,8 @@
 
 #include "recordings/scoring/ScoreReport.h"
 #include "tracking/TrackMode.h"
+
+namespace katessel {
 
 struct EvalOptions {
     std::vector<std::string> references;  // one folder of recordings, or an .f0 file and a track
@@ -23,4 +24,4 @@ std::vector<ScoredGroup> scoreFolder(const EvalOptions& options);
 
 void runEval(const EvalOptions& options);
 
-#endif
+}  // namespace katessel

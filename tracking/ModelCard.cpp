@@ -7,6 +7,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr double kThresholdWithoutCard = 0.5;
@@ -58,3 +60,5 @@ std::optional<std::string> cardHash(const std::string& model) {
     if (!entry->is_string()) fail(kBadCard, card, std::string(kHashKey) + " to be a text", entry->dump());
     return entry->get<std::string>();
 }
+
+}  // namespace katessel

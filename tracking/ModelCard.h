@@ -1,9 +1,10 @@
 // The model's card: a JSON file beside the weight file, with the same stem, that says how to use the model.
-#ifndef KATESSEL_APPS_MODELCARD_H
-#define KATESSEL_APPS_MODELCARD_H
+#pragma once
 
 #include <optional>
 #include <string>
+
+namespace katessel {
 
 // The confidence below which frames of this model count as unvoiced: the card's `default_threshold`, or 0.5
 // when there is no card or it does not say. Fails when the card is not JSON or the value is no threshold.
@@ -16,4 +17,4 @@ std::string cardPath(const std::string& model);
 // is not JSON or the value is no text.
 std::optional<std::string> cardHash(const std::string& model);
 
-#endif
+}  // namespace katessel

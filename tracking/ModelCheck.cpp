@@ -6,6 +6,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kBadModel[] = "bad model";
@@ -197,3 +199,5 @@ void checkModel(const std::string& path) {
     const std::vector<WeightFault> faults = engineFaults(readWeightFile(path));
     if (!faults.empty()) fail(kBadModel, path, faults.front().expected, faults.front().found);
 }
+
+}  // namespace katessel

@@ -1,11 +1,12 @@
 // Checking a weight file before an engine sees it.
-#ifndef KATESSEL_APPS_MODELCHECK_H
-#define KATESSEL_APPS_MODELCHECK_H
+#pragma once
 
 #include <string>
 #include <vector>
 
 #include "tracking/WeightFile.h"
+
+namespace katessel {
 
 // Fails, naming the layer, unless the file holds every layer that the engine needs, in the right shape and
 // with finite values. The engine itself would compute with zeros for a missing layer and end the process at
@@ -24,4 +25,4 @@ std::string roleOf(const WeightLayer& layer, std::size_t tensor);
 // the file; missing layers come last.
 std::vector<WeightFault> findFaults(const WeightFile& file);
 
-#endif
+}  // namespace katessel

@@ -5,6 +5,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace fs = std::filesystem;
 
 std::string modelPath(const std::string& given) {
@@ -16,3 +18,5 @@ std::string modelPath(const std::string& given) {
         if (fs::is_regular_file(candidate, error)) return candidate.string();
     fail("no model", installed.string(), "the default weight file here or another one with --model", "none");
 }
+
+}  // namespace katessel

@@ -1,10 +1,11 @@
 // Finding the default model.
-#ifndef KATESSEL_APPS_MODELPATH_H
-#define KATESSEL_APPS_MODELPATH_H
+#pragma once
 
 #include <string>
+
+namespace katessel {
 
 // `given`, or without one the default model: the one installed beside the executable, else the source tree's.
 std::string modelPath(const std::string& given);
 
-#endif
+}  // namespace katessel

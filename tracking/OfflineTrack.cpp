@@ -9,6 +9,8 @@
 #include "recordings/base/Errors.h"
 #include "tracking/StreamPlan.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr int kMarginFrames = 8;         // silence on both sides, as far as the network's context and a window reach
@@ -55,3 +57,5 @@ PitchTrack offlineTrack(Recording recording, const std::string& path, const std:
     TrackEngine engine(model);
     return offlineTrack(std::move(recording), path, engine);
 }
+
+}  // namespace katessel

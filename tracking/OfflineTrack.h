@@ -1,6 +1,5 @@
 // Producing a track with the offline form of the engine: the whole recording at once.
-#ifndef KATESSEL_APPS_OFFLINETRACK_H
-#define KATESSEL_APPS_OFFLINETRACK_H
+#pragma once
 
 #include <string>
 
@@ -8,9 +7,11 @@
 #include "recordings/tracks/PitchTrack.h"
 #include "tracking/TrackEngine.h"
 
+namespace katessel {
+
 // Estimates for every 5 ms from instant 0 on, as long as the instant lies inside the recording. A recording at a rate
 // above what the engine takes is converted first. The recording's samples are used up: zeros are put around them.
 PitchTrack offlineTrack(Recording recording, const std::string& path, TrackEngine& engine);
 PitchTrack offlineTrack(Recording recording, const std::string& path, const std::string& model);
 
-#endif
+}  // namespace katessel

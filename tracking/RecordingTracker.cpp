@@ -10,6 +10,8 @@
 #include "tracking/OfflineTrack.h"
 #include "tracking/StreamTrack.h"
 
+namespace katessel {
+
 void checkThreshold(const std::optional<double>& threshold) {
     if (threshold && !(*threshold >= 0.0 && std::isfinite(*threshold)))
         failUsage("wrong threshold", "--threshold", "a number from 0 up", shortNumber(*threshold));
@@ -29,3 +31,5 @@ PitchTrack RecordingTracker::track(Recording recording, const std::string& path)
     applyThreshold(track, m_threshold);
     return track;
 }
+
+}  // namespace katessel

@@ -1,6 +1,5 @@
 // Tracking a recording for a command that goes on with its pitch.
-#ifndef KATESSEL_APPS_RECORDINGTRACKER_H
-#define KATESSEL_APPS_RECORDINGTRACKER_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -8,6 +7,8 @@
 #include "recordings/audio/AudioFile.h"
 #include "recordings/tracks/PitchTrack.h"
 #include "tracking/TrackMode.h"
+
+namespace katessel {
 
 // Fails unless `threshold`, where given, is a number from 0 up.
 void checkThreshold(const std::optional<double>& threshold);
@@ -29,4 +30,4 @@ private:
     TrackMode m_mode;
 };
 
-#endif
+}  // namespace katessel

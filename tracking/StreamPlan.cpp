@@ -3,6 +3,8 @@
 #include <cmath>
 #include <numeric>
 
+namespace katessel {
+
 namespace {
 
 constexpr int kWindow = 1024;         // [samples at 24 kHz] one frame
@@ -89,3 +91,5 @@ double StreamPlan::instantOf(std::int64_t frame) const {
                             static_cast<double>(sample % m_blockOutput) * ratioOf(m_rate);
     return (position - delayOf(m_rate) - m_lead) / m_rate;
 }
+
+}  // namespace katessel

@@ -9,10 +9,11 @@
 // Each call reports only the last frame that it completed, and resamples a block from a whole input position on,
 // dropping what does not fill another output. A block loses nothing when it becomes a whole number of samples,
 // and hides nothing when they are at most 120.
-#ifndef KATESSEL_APPS_STREAMPLAN_H
-#define KATESSEL_APPS_STREAMPLAN_H
+#pragma once
 
 #include <cstdint>
+
+namespace katessel {
 
 constexpr int kEngineRate = 24000;  // [Hz]
 constexpr int kHop = 120;           // [samples at 24 kHz] 5 ms
@@ -58,4 +59,4 @@ private:
     int m_lead = 0;         // [samples]
 };
 
-#endif
+}  // namespace katessel

@@ -9,6 +9,8 @@
 #include "recordings/base/Errors.h"
 #include "tracking/StreamPlan.h"
 
+namespace katessel {
+
 namespace {
 
 // One block of the stream: zeros, the recording, zeros without end. `first` is the block's first sample,
@@ -66,3 +68,5 @@ PitchTrack streamTrackInBlocks(const Recording& recording, const std::string& pa
                   std::to_string(blockSize));
     return stream(recording, recording.seconds(), StreamPlan::forHostBlocks(recording.rate, blockSize), engine);
 }
+
+}  // namespace katessel

@@ -3,6 +3,8 @@
 #include "katessel/KTessel.h"
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 TrackEngine::TrackEngine(const std::string& model) : m_model(model), m_handle(KTessel_Create(), &KTessel_Destroy) {}
 
 void* TrackEngine::forRecordings(int rate) {
@@ -21,3 +23,5 @@ void TrackEngine::configure(int rate, int blockSize) {
         fail("cannot load the model", m_model, "a weight file", "none");
     m_rate = rate;
 }
+
+}  // namespace katessel

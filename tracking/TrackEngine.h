@@ -1,9 +1,10 @@
 // An engine that tracks one recording after the other.
-#ifndef KATESSEL_APPS_TRACKENGINE_H
-#define KATESSEL_APPS_TRACKENGINE_H
+#pragma once
 
 #include <memory>
 #include <string>
+
+namespace katessel {
 
 class TrackEngine {
 public:
@@ -23,4 +24,4 @@ private:
     int m_rate = 0;  // [Hz] configured; 0: not yet
 };
 
-#endif
+}  // namespace katessel

@@ -8,6 +8,8 @@
 #include <limits>
 #include <utility>
 
+namespace katessel {
+
 namespace {
 
 constexpr char kAFile[] = "a layer weight file";
@@ -136,3 +138,5 @@ std::string shapeText(const std::vector<int>& shape) {
     all += ']';
     return all;
 }
+
+}  // namespace katessel

@@ -1,10 +1,11 @@
 // A layer weight file with the places of everything in it, for who wants to know what is where.
-#ifndef KATESSEL_APPS_WEIGHTFILE_H
-#define KATESSEL_APPS_WEIGHTFILE_H
+#pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
+
+namespace katessel {
 
 struct WeightTensor {
     std::int64_t offset = 0;        // [bytes] of its rank
@@ -40,4 +41,4 @@ WeightFile readWeightFile(const std::string& path);
 // "[3,70,70]"
 std::string shapeText(const std::vector<int>& shape);
 
-#endif
+}  // namespace katessel

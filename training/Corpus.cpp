@@ -12,6 +12,7 @@
 #include "recordings/tracks/Reference.h"
 
 namespace fs = std::filesystem;
+using namespace katessel;
 
 namespace {
 

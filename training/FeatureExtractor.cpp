@@ -4,6 +4,8 @@
 
 #include "recordings/base/Errors.h"
 
+using katessel::fail;
+
 FeatureExtractor::FeatureExtractor(const std::string& model) : m_window(kWindow) {
     if (m_engine.configure(kRate, 0, kHop, model.c_str()) != 0)
         fail("cannot load the model", model, "a weight file", "none");

@@ -10,6 +10,7 @@
 #include "recordings/base/Errors.h"
 
 namespace fs = std::filesystem;
+using namespace katessel;
 
 namespace {
 

@@ -16,7 +16,7 @@ public:
     RunLog(const std::string& folder, std::int64_t firstStep, std::int64_t steps);
 
     void losses(std::int64_t step, const LossMeans& means);
-    void scores(std::int64_t step, const std::string& form, const std::vector<ScoredGroup>& groups);
+    void scores(std::int64_t step, const std::string& form, const std::vector<katessel::ScoredGroup>& groups);
 
 private:
     void progress(std::int64_t step, const LossMeans& means);

@@ -9,6 +9,7 @@
 #include "recordings/base/Errors.h"
 
 namespace fs = std::filesystem;
+using katessel::fail;
 
 namespace {
 

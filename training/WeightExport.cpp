@@ -69,5 +69,5 @@ void exportWeights(const Network& network, const std::string& path) {
     std::string bytes;
     appendInteger(bytes, static_cast<std::int64_t>(layers.size()));
     for (const Layer& layer : layers) appendLayer(bytes, layer);
-    OutputFile(path).write(bytes);
+    katessel::OutputFile(path).write(bytes);
 }

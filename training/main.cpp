@@ -16,6 +16,7 @@
 #include "tracking/FolderScores.h"
 
 namespace fs = std::filesystem;
+using namespace katessel;
 
 namespace {
 

@@ -10,6 +10,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kCannotHash[] = "cannot read the file";
@@ -41,3 +43,5 @@ std::string fileSha256(const std::string& path) {
     if (!good) fail("cannot hash", path, "SHA-256 in libcrypto", "none");
     return hexadecimal(result.data(), size);
 }
+
+}  // namespace katessel

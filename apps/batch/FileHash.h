@@ -1,10 +1,11 @@
 // Which file it was: the SHA-256 of its bytes.
-#ifndef KATESSEL_APPS_FILEHASH_H
-#define KATESSEL_APPS_FILEHASH_H
+#pragma once
 
 #include <string>
+
+namespace katessel {
 
 // 64 lower-case hexadecimal digits. Fails when the file cannot be read.
 std::string fileSha256(const std::string& path);
 
-#endif
+}  // namespace katessel

@@ -15,6 +15,8 @@
 #include "recordings/audio/SoundSource.h"
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -119,3 +121,5 @@ Shard parseShard(const std::string& text) {
 void sortInputs(std::vector<Input>& inputs) {
     std::sort(inputs.begin(), inputs.end(), [](const Input& a, const Input& b) { return a.path < b.path; });
 }
+
+}  // namespace katessel

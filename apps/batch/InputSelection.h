@@ -1,10 +1,11 @@
 // Which recordings a run is about, and in which order.
-#ifndef KATESSEL_APPS_INPUTSELECTION_H
-#define KATESSEL_APPS_INPUTSELECTION_H
+#pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
+
+namespace katessel {
 
 // Every `count`-th recording, starting with number `index`, from 1 on.
 struct Shard {
@@ -33,4 +34,4 @@ Shard parseShard(const std::string& text);
 // Sorts by path, so that every machine sees the same order.
 void sortInputs(std::vector<Input>& inputs);
 
-#endif
+}  // namespace katessel

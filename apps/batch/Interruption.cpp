@@ -7,6 +7,8 @@
 #include <thread>
 #include <utility>
 
+namespace katessel {
+
 namespace {
 
 sigset_t wantedSignals() {
@@ -32,3 +34,5 @@ void endOnSignals(std::function<void()> cleanUp) {
         ::_exit(128 + number);
     }).detach();
 }
+
+}  // namespace katessel

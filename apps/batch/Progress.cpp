@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdio>
 
+namespace katessel {
+
 namespace {
 
 constexpr double kRedrawSeconds = 0.1;
@@ -57,3 +59,5 @@ void Progress::draw() {
 double Progress::elapsed() const {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
 }
+
+}  // namespace katessel

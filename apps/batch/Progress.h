@@ -1,10 +1,11 @@
 // How far a run is: one line on the terminal that is drawn again and again.
-#ifndef KATESSEL_APPS_PROGRESS_H
-#define KATESSEL_APPS_PROGRESS_H
+#pragma once
 
 #include <chrono>
 #include <cstddef>
 #include <string>
+
+namespace katessel {
 
 class Progress {
 public:
@@ -32,4 +33,4 @@ private:
 // The line, 0 < done <= total: "[#####-----] 5 of 10 recordings, 140 x real time, 0:07 left".
 std::string progressLine(std::size_t done, std::size_t total, double soundSeconds, double elapsed);
 
-#endif
+}  // namespace katessel

@@ -8,6 +8,8 @@
 #include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
 
+namespace katessel {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -99,3 +101,5 @@ void checkExisting(std::vector<TrackJob>& jobs, ExistingTracks existing) {
                 errorMessage(kCannotWrite, job.output, "no such file yet, or --skip-existing or --force", "one");
     }
 }
+
+}  // namespace katessel

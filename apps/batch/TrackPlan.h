@@ -1,11 +1,12 @@
 // Which file each recording's track goes to, decided before any work.
-#ifndef KATESSEL_APPS_TRACKPLAN_H
-#define KATESSEL_APPS_TRACKPLAN_H
+#pragma once
 
 #include <string>
 #include <vector>
 
 #include "apps/batch/InputSelection.h"
+
+namespace katessel {
 
 struct TrackJob {
     std::string input;
@@ -31,4 +32,4 @@ std::vector<TrackJob> shardOf(const std::vector<TrackJob>& jobs, const Shard& sh
 // Looks which of the tracks are there already.
 void checkExisting(std::vector<TrackJob>& jobs, ExistingTracks existing);
 
-#endif
+}  // namespace katessel

@@ -13,6 +13,8 @@
 #include "katessel/Globals.h"
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 struct Outcome {
@@ -104,3 +106,5 @@ std::size_t runJobs(const std::vector<TrackJob>& jobs, const TrackSettings& sett
     const std::size_t useful = std::clamp<std::size_t>(jobs.size(), 1, static_cast<std::size_t>(threads));
     return TrackPool(jobs, settings, showProgress).run(static_cast<int>(useful));
 }
+
+}  // namespace katessel

@@ -1,6 +1,5 @@
 // Many recordings, several at a time.
-#ifndef KATESSEL_APPS_TRACKPOOL_H
-#define KATESSEL_APPS_TRACKPOOL_H
+#pragma once
 
 #include <cstddef>
 #include <vector>
@@ -8,8 +7,10 @@
 #include "apps/batch/TrackPlan.h"
 #include "apps/batch/TrackWorker.h"
 
+namespace katessel {
+
 // Carries out the jobs on up to `threads` threads with an engine each. What goes wrong with a recording is printed, in the
 // order of the jobs, and the others go on. Returns how many have no track.
 std::size_t runJobs(const std::vector<TrackJob>& jobs, const TrackSettings& settings, int threads, bool showProgress);
 
-#endif
+}  // namespace katessel

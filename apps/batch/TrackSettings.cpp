@@ -10,6 +10,8 @@
 #include "tracking/ModelCheck.h"
 #include "tracking/ModelPath.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kWrongUsage[] = "wrong usage";
@@ -91,3 +93,5 @@ void chooseModel(const TrackOptions& options, TrackSettings& settings) {
     settings.threshold = options.threshold ? *options.threshold : defaultThreshold(settings.model);
     if (settings.format == &trackFormat("json")) settings.about = describe(options, settings);
 }
+
+}  // namespace katessel

@@ -1,6 +1,5 @@
 // How recordings become tracks: the command line's wishes, checked and completed.
-#ifndef KATESSEL_APPS_TRACKSETTINGS_H
-#define KATESSEL_APPS_TRACKSETTINGS_H
+#pragma once
 
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -12,6 +11,8 @@
 #include "apps/formats/TrackFormat.h"
 #include "recordings/audio/RawForm.h"
 #include "recordings/tracks/Excerpt.h"
+
+namespace katessel {
 
 // The same for all recordings of a run.
 struct TrackSettings {
@@ -36,4 +37,4 @@ TrackSettings chooseSettings(const TrackOptions& options, const TrackFormat& def
 // The rest. Fails unless the model is good.
 void chooseModel(const TrackOptions& options, TrackSettings& settings);
 
-#endif
+}  // namespace katessel

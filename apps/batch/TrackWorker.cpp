@@ -12,6 +12,8 @@
 #include "tracking/OfflineTrack.h"
 #include "tracking/StreamTrack.h"
 
+namespace katessel {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -62,3 +64,5 @@ TrackDocument TrackWorker::track(const TrackJob& job) {
     document.about = m_settings.about;
     return document;
 }
+
+}  // namespace katessel

@@ -1,11 +1,12 @@
 // Tracking one recording after the other, each from reading to writing.
-#ifndef KATESSEL_APPS_TRACKWORKER_H
-#define KATESSEL_APPS_TRACKWORKER_H
+#pragma once
 
 #include "apps/batch/TrackPlan.h"
 #include "apps/batch/TrackSettings.h"
 #include "apps/formats/TrackDocument.h"
 #include "tracking/TrackEngine.h"
+
+namespace katessel {
 
 class TrackWorker {
 public:
@@ -22,4 +23,4 @@ private:
     TrackEngine m_engine;
 };
 
-#endif
+}  // namespace katessel

@@ -14,6 +14,8 @@
 #include "tracking/ModelPath.h"
 #include "tracking/StreamPlan.h"
 
+namespace katessel {
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -147,3 +149,5 @@ void runBench(const BenchOptions& options) {
     for (const Stage& stage : stages) printStage(stage.name, stage.times);
     std::printf("\n%.0f x real time: 5 ms / median of a whole call\n", kHopSeconds * 1e6 / frame);
 }
+
+}  // namespace katessel

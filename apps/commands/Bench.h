@@ -1,8 +1,9 @@
 // `katessel bench`: what a frame costs on this machine.
-#ifndef KATESSEL_APPS_BENCH_H
-#define KATESSEL_APPS_BENCH_H
+#pragma once
 
 #include <string>
+
+namespace katessel {
 
 struct BenchOptions {
     std::string model;      // empty: the default model
@@ -12,4 +13,4 @@ struct BenchOptions {
 
 void runBench(const BenchOptions& options);
 
-#endif
+}  // namespace katessel

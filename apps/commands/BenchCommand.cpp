@@ -5,6 +5,8 @@
 #include "apps/commands/Bench.h"
 #include "apps/commands/Commands.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kAboutBench[] =
@@ -27,3 +29,5 @@ void addBenchCommand(CLI::App& app) {
         ->capture_default_str();
     whenChosen(*command, [owned] { runBench(*owned); });
 }
+
+}  // namespace katessel

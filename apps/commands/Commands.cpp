@@ -4,6 +4,8 @@
 
 #include "apps/commands/InstructionChoice.h"
 
+namespace katessel {
+
 void whenChosen(CLI::App& command, std::function<void()> work) {
     command.final_callback([work = std::move(work)] {
         applyInstructionChoice();
@@ -18,3 +20,5 @@ CLI::Option* addModeOption(CLI::App& command, std::function<void(TrackMode)> cho
     const std::vector<std::string> names = {"offline", "live"};
     return command.add_option_function<std::string>("--mode", choose, description)->check(CLI::IsMember(names));
 }
+
+}  // namespace katessel

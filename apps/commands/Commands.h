@@ -1,6 +1,5 @@
 // The tool's commands: each adds itself, with its options, to the command line.
-#ifndef KATESSEL_APPS_COMMANDS_H
-#define KATESSEL_APPS_COMMANDS_H
+#pragma once
 
 #include <CLI/CLI.hpp>
 #include <functional>
@@ -8,6 +7,8 @@
 #include <vector>
 
 #include "apps/commands/Track.h"
+
+namespace katessel {
 
 void addTrackCommand(CLI::App& app);
 void addEvalCommand(CLI::App& app);
@@ -24,4 +25,4 @@ void whenChosen(CLI::App& command, std::function<void()> work);
 // Adds --mode: as a whole or as a host streams it.
 CLI::Option* addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, const std::string& description);
 
-#endif
+}  // namespace katessel

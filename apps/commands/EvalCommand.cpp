@@ -6,6 +6,8 @@
 #include "apps/commands/Commands.h"
 #include "tracking/FolderScores.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kAboutEval[] =
@@ -41,3 +43,5 @@ void addEvalCommand(CLI::App& app) {
     command->add_option("--json", options.json, "Write the figures as JSON, too");
     whenChosen(*command, [owned] { runEval(*owned); });
 }
+
+}  // namespace katessel

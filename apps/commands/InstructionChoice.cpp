@@ -6,6 +6,8 @@
 #include "katessel/InstructionSet.h"
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 void applyInstructionChoice() {
     const char* name = std::getenv("KATESSEL_ISA");
     if (name == nullptr || *name == '\0' || KaTessel::forceInstructionSet(name)) return;
@@ -16,3 +18,5 @@ void applyInstructionChoice() {
     }
     failUsage("wrong instruction set", "KATESSEL_ISA", "one of " + possible, name);
 }
+
+}  // namespace katessel

@@ -16,6 +16,8 @@
 #include "tracking/ModelPath.h"
 #include "tracking/RecordingTracker.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr double kWait = 0.05;           // [s] after which an interruption is noticed
@@ -157,3 +159,5 @@ void runLive(const LiveOptions& options) {
     if (input.hasEnded() && isInterrupted == 0)
         fail("listening ended early", "JACK", "a running server", "one that went away");
 }
+
+}  // namespace katessel

@@ -1,9 +1,10 @@
 // `katessel live`: the pitch of a JACK port, now.
-#ifndef KATESSEL_APPS_LIVE_H
-#define KATESSEL_APPS_LIVE_H
+#pragma once
 
 #include <optional>
 #include <string>
+
+namespace katessel {
 
 struct LiveOptions {
     std::string port;                 // empty: the first with sound from outside
@@ -16,4 +17,4 @@ struct LiveOptions {
 
 void runLive(const LiveOptions& options);
 
-#endif
+}  // namespace katessel

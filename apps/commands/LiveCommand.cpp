@@ -5,6 +5,8 @@
 #include "apps/commands/Commands.h"
 #include "apps/commands/Live.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kAboutLive[] =
@@ -30,3 +32,5 @@ void addLiveCommand(CLI::App& app) {
                         "Rows with a lower confidence count as not voiced (default: as for track)");
     whenChosen(*command, [owned] { runLive(*owned); });
 }
+
+}  // namespace katessel

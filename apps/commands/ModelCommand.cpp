@@ -6,6 +6,8 @@
 #include "apps/commands/Commands.h"
 #include "apps/commands/ModelReport.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kAboutInspect[] =
@@ -39,3 +41,5 @@ void addModelCommand(CLI::App& app) {
     addPart(*command, "verify", "Say everything that is wrong with it, and where", kAboutVerify, &verifyModel);
     addPart(*command, "hash", "Print its SHA-256 and compare it with the model's card", kAboutHash, &hashModel);
 }
+
+}  // namespace katessel

@@ -13,6 +13,8 @@
 #include "tracking/ModelPath.h"
 #include "tracking/WeightFile.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kBadModel[] = "bad model";
@@ -108,3 +110,5 @@ void hashModel(const std::string& given) {
     else
         std::printf("# %s\n", std::filesystem::exists(card) ? "its card gives no sha256" : "no card beside it");
 }
+
+}  // namespace katessel

@@ -1,8 +1,9 @@
 // `katessel model`: what a weight file holds, whether it is good, and which it is.
-#ifndef KATESSEL_APPS_MODELREPORT_H
-#define KATESSEL_APPS_MODELREPORT_H
+#pragma once
 
 #include <string>
+
+namespace katessel {
 
 // All print to standard output; an empty path is the default model.
 
@@ -15,4 +16,4 @@ void verifyModel(const std::string& path);
 // The SHA-256 as sha256sum prints it, then a comment that the card agrees. Fails when it does not.
 void hashModel(const std::string& path);
 
-#endif
+}  // namespace katessel

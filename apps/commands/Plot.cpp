@@ -14,6 +14,8 @@
 #include "recordings/tracks/GivenTrack.h"
 #include "tracking/RecordingTracker.h"
 
+namespace katessel {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -125,3 +127,5 @@ void runPlot(const PlotOptions& options) {
     }
     output.write(drawPlot(content, recording, offset, scale, format, size.width, size.height));
 }
+
+}  // namespace katessel

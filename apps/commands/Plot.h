@@ -1,12 +1,13 @@
 // `katessel plot`: a recording's spectrogram with the pitch over it.
-#ifndef KATESSEL_APPS_PLOT_H
-#define KATESSEL_APPS_PLOT_H
+#pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "apps/commands/Track.h"
+
+namespace katessel {
 
 struct PlotOptions {
     std::string recording;
@@ -28,4 +29,4 @@ struct PlotOptions {
 
 void runPlot(const PlotOptions& options);
 
-#endif
+}  // namespace katessel

@@ -6,6 +6,8 @@
 #include "apps/commands/Commands.h"
 #include "apps/commands/Plot.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kAboutPlot[] =
@@ -43,3 +45,5 @@ void addPlotCommand(CLI::App& app) {
     command->add_option("--title", options.title, "Title (default: the recording's name)");
     whenChosen(*command, [owned] { runPlot(*owned); });
 }
+
+}  // namespace katessel

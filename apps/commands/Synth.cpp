@@ -13,6 +13,8 @@
 #include "recordings/tracks/GivenTrack.h"
 #include "tracking/RecordingTracker.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr int kUsualRate = 48000;          // [Hz]
@@ -120,3 +122,5 @@ void runSynth(const SynthOptions& options) {
     const OutputFile output(options.output);
     output.write(soundBytes(channelsOf(options, std::move(tone), recording), rate, options.output));
 }
+
+}  // namespace katessel

@@ -1,12 +1,13 @@
 // `katessel synth`: a pitch track made audible.
-#ifndef KATESSEL_APPS_SYNTH_H
-#define KATESSEL_APPS_SYNTH_H
+#pragma once
 
 #include <optional>
 #include <string>
 
 #include "apps/commands/ToneSynth.h"
 #include "apps/commands/Track.h"
+
+namespace katessel {
 
 struct SynthOptions {
     std::string input;                // a track, an .f0 file or a recording, by its name
@@ -22,4 +23,4 @@ struct SynthOptions {
 
 void runSynth(const SynthOptions& options);
 
-#endif
+}  // namespace katessel

@@ -5,6 +5,8 @@
 #include "apps/commands/Commands.h"
 #include "apps/commands/Synth.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kAboutSynth[] =
@@ -37,3 +39,5 @@ void addSynthCommand(CLI::App& app) {
     addModeOption(*command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
     whenChosen(*command, [owned] { runSynth(*owned); });
 }
+
+}  // namespace katessel

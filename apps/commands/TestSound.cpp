@@ -4,6 +4,8 @@
 #include <numbers>
 #include <random>
 
+namespace katessel {
+
 std::vector<float> makeTestSound(int rate, double seconds) {
     constexpr int kHarmonics = 10;
     constexpr double kTurn = 2.0 * std::numbers::pi;
@@ -21,3 +23,5 @@ std::vector<float> makeTestSound(int rate, double seconds) {
     }
     return sound;
 }
+
+}  // namespace katessel

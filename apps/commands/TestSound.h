@@ -1,11 +1,12 @@
 // Sound to measure with.
-#ifndef KATESSEL_APPS_TESTSOUND_H
-#define KATESSEL_APPS_TESTSOUND_H
+#pragma once
 
 #include <vector>
+
+namespace katessel {
 
 // `seconds` at `rate` [Hz] of a voice-like tone, ten harmonics gliding between 100 and 400 Hz, over a little
 // noise. The same on every run.
 std::vector<float> makeTestSound(int rate, double seconds);
 
-#endif
+}  // namespace katessel

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+namespace katessel {
+
 namespace {
 
 constexpr double kFadeSeconds = 0.01;
@@ -93,3 +95,5 @@ std::vector<float> followPitch(const PitchTrack& track, const std::vector<float>
     for (std::size_t i = 0; i < count; ++i) sound[i] = oscillator.next(contour.at(static_cast<double>(i) / rate));
     return sound;
 }
+
+}  // namespace katessel

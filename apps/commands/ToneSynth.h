@@ -1,10 +1,11 @@
 // A tone that follows a pitch track, without a break in its phase.
-#ifndef KATESSEL_APPS_TONESYNTH_H
-#define KATESSEL_APPS_TONESYNTH_H
+#pragma once
 
 #include <vector>
 
 #include "recordings/tracks/PitchTrack.h"
+
+namespace katessel {
 
 enum class Waveform { sine, harmonics };
 
@@ -14,4 +15,4 @@ enum class Waveform { sine, harmonics };
 std::vector<float> followPitch(const PitchTrack& track, const std::vector<float>& levels, Waveform waveform, int rate,
                                std::size_t count);
 
-#endif
+}  // namespace katessel

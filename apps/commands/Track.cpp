@@ -18,6 +18,8 @@
 #include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
 
+namespace katessel {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -99,3 +101,5 @@ void runTrack(const TrackOptions& options) {
     else
         trackMany(options, settings);
 }
+
+}  // namespace katessel

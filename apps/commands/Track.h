@@ -1,12 +1,13 @@
 // `katessel track`: the pitch of recordings.
-#ifndef KATESSEL_APPS_TRACK_H
-#define KATESSEL_APPS_TRACK_H
+#pragma once
 
 #include <optional>
 #include <string>
 
 #include "apps/batch/InputSelection.h"
 #include "tracking/TrackMode.h"
+
+namespace katessel {
 
 // What the command line says; what it leaves out is none or empty.
 struct TrackOptions {
@@ -32,4 +33,4 @@ struct TrackOptions {
 
 void runTrack(const TrackOptions& options);
 
-#endif
+}  // namespace katessel

@@ -9,6 +9,8 @@
 #include "apps/commands/Track.h"
 #include "apps/formats/TrackFormat.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kAboutTrack[] =
@@ -102,3 +104,5 @@ void addTrackCommand(CLI::App& app) {
     command->add_flag("-q,--quiet", options.quiet, "No progress on the terminal");
     whenChosen(*command, [owned] { runTrack(*owned); });
 }
+
+}  // namespace katessel

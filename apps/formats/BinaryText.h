@@ -1,9 +1,10 @@
 // Numbers as bytes of a file, independent of the machine.
-#ifndef KATESSEL_APPS_BINARYTEXT_H
-#define KATESSEL_APPS_BINARYTEXT_H
+#pragma once
 
 #include <cstdint>
 #include <string>
+
+namespace katessel {
 
 // The lowest `size` bytes of `value`, the lowest first.
 inline void appendLittleEndian(std::string& bytes, std::uint32_t value, int size) {
@@ -15,4 +16,4 @@ inline void appendBigEndian(std::string& bytes, std::uint32_t value, int size) {
     for (int i = size; i-- > 0;) bytes += static_cast<char>(value >> 8 * i & 0xff);
 }
 
-#endif
+}  // namespace katessel

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdio>
 
+namespace katessel {
+
 namespace {
 
 // printf may give a not-a-number a sign.
@@ -35,3 +37,5 @@ std::string columns(const TrackDocument& document, char separator) {
 std::string csvText(const TrackDocument& document) { return columns(document, ','); }
 
 std::string tsvText(const TrackDocument& document) { return columns(document, '\t'); }
+
+}  // namespace katessel

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+namespace katessel {
+
 namespace {
 
 // With the decimals that the text formats have. A not-a-number becomes null when it is written.
@@ -30,3 +32,5 @@ std::string jsonText(const TrackDocument& document) {
     // A path may hold any bytes, JSON only UTF-8.
     return all.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
+
+}  // namespace katessel

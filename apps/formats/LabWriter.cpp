@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+namespace katessel {
+
 std::string labText(const TrackDocument& document) {
     const PitchTrack& track = document.track;
     std::string text;
@@ -18,3 +20,5 @@ std::string labText(const TrackDocument& document) {
     }
     return text;
 }
+
+}  // namespace katessel

@@ -6,6 +6,8 @@
 #include "apps/formats/BinaryText.h"
 #include "recordings/tracks/NoteSegments.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr int kTicksPerBeat = 500;
@@ -64,3 +66,5 @@ std::string midiBytes(const TrackDocument& document) {
     events.add(document.end, std::string("\xff\x2f\x00", 3));
     return chunk("MThd", header) + chunk("MTrk", events.bytes());
 }
+
+}  // namespace katessel

@@ -5,6 +5,8 @@
 
 #include "apps/formats/BinaryText.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr std::size_t kPrefix = 10;  // magic text, version, length of the header
@@ -32,3 +34,5 @@ std::string npyBytes(const TrackDocument& document) {
     appendLittleEndian(bytes, static_cast<std::uint32_t>(text.size()), 2);
     return bytes + text + values;
 }
+
+}  // namespace katessel

@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+namespace katessel {
+
 namespace {
 
 // One "name = value" line.
@@ -25,3 +27,5 @@ std::string pitchTierText(const TrackDocument& document) {
     return "File type = \"ooTextFile\"\nObject class = \"PitchTier\"\n\n" + line("xmin", document.start, 6) +
            line("xmax", document.end, 6) + "points: size = " + std::to_string(count) + "\n" + points;
 }
+
+}  // namespace katessel

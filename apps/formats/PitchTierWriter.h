@@ -1,11 +1,12 @@
 // A track as a Praat PitchTier: a point in Hz for every voiced row.
-#ifndef KATESSEL_APPS_PITCHTIERWRITER_H
-#define KATESSEL_APPS_PITCHTIERWRITER_H
+#pragma once
 
 #include <string>
 
 #include "apps/formats/TrackDocument.h"
 
+namespace katessel {
+
 std::string pitchTierText(const TrackDocument& document);
 
-#endif
+}  // namespace katessel

@@ -2,6 +2,8 @@
 
 #include <limits>
 
+namespace katessel {
+
 const char* pitchColumn(PitchUnit unit) {
     switch (unit) {
         case PitchUnit::cents: return "cents";
@@ -19,3 +21,5 @@ double pitchOf(const PitchRow& row, const TrackDocument& document) {
         default: return static_cast<double>(row.frequency);
     }
 }
+
+}  // namespace katessel

@@ -1,11 +1,12 @@
 // A finished track with everything that a file about it may say.
-#ifndef KATESSEL_APPS_TRACKDOCUMENT_H
-#define KATESSEL_APPS_TRACKDOCUMENT_H
+#pragma once
 
 #include <nlohmann/json.hpp>
 #include <string>
 
 #include "recordings/tracks/PitchTrack.h"
+
+namespace katessel {
 
 enum class PitchUnit { hertz, cents, midi };      // cents above 440 Hz; MIDI note numbers with fractions
 enum class UnvoicedRows { zero, notANumber, drop };
@@ -38,4 +39,4 @@ void forEachRow(const TrackDocument& document, Row row) {
     }
 }
 
-#endif
+}  // namespace katessel

@@ -10,6 +10,8 @@
 #include "apps/formats/NpyWriter.h"
 #include "apps/formats/PitchTierWriter.h"
 
+namespace katessel {
+
 const std::vector<TrackFormat>& trackFormats() {
     static const std::vector<TrackFormat> formats = {
         {"csv", ".csv", true, false, &csvText},
@@ -34,3 +36,5 @@ const TrackFormat& trackFormatOfFile(const std::string& path) {
         if (format.extension == extension) return format;
     return trackFormats().front();
 }
+
+}  // namespace katessel

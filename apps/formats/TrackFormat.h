@@ -1,11 +1,12 @@
 // The file formats of a track, by name.
-#ifndef KATESSEL_APPS_TRACKFORMAT_H
-#define KATESSEL_APPS_TRACKFORMAT_H
+#pragma once
 
 #include <string>
 #include <vector>
 
 #include "apps/formats/TrackDocument.h"
+
+namespace katessel {
 
 struct TrackFormat {
     const char* name;
@@ -24,4 +25,4 @@ const TrackFormat& trackFormat(const std::string& name);
 // The one that a file of this name would be in, going by its extension; else the default.
 const TrackFormat& trackFormatOfFile(const std::string& path);
 
-#endif
+}  // namespace katessel

@@ -6,6 +6,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kCannotListen[] = "cannot listen";
@@ -142,3 +144,5 @@ std::optional<LiveBlock> JackInput::next(std::vector<float>& samples, double sec
     sem_clockwait(&m_arrived, CLOCK_MONOTONIC, &until);  // sooner, after a signal or for a block that was taken already
     return take(samples);
 }
+
+}  // namespace katessel

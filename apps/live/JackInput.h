@@ -1,6 +1,5 @@
 // One input port of the JACK server, read without holding up the server's thread.
-#ifndef KATESSEL_APPS_JACKINPUT_H
-#define KATESSEL_APPS_JACKINPUT_H
+#pragma once
 
 #include <jack/jack.h>
 #include <jack/ringbuffer.h>
@@ -14,6 +13,8 @@
 #include <vector>
 
 #include "apps/live/LiveTracker.h"
+
+namespace katessel {
 
 class JackInput {
 public:
@@ -56,4 +57,4 @@ private:
     jack_port_t* m_port = nullptr;                                     // belongs to the client
 };
 
-#endif
+}  // namespace katessel

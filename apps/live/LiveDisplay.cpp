@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdio>
 
+namespace katessel {
+
 namespace {
 
 constexpr int kHalfScale = 20;  // characters on either side of the middle
@@ -33,3 +35,5 @@ std::string displayLine(const PitchRow& row) {
                   static_cast<double>(row.confidence));
     return line;
 }
+
+}  // namespace katessel

@@ -7,6 +7,8 @@
 #include "katessel/KTessel.h"
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 StreamPlan planFor(int rate) {
@@ -93,3 +95,5 @@ double LiveTracker::engineLatency() const {
     }
     return most;
 }
+
+}  // namespace katessel

@@ -1,6 +1,5 @@
 // The pitch of sound as it comes in, in blocks of any size with the time of their first sample.
-#ifndef KATESSEL_APPS_LIVETRACKER_H
-#define KATESSEL_APPS_LIVETRACKER_H
+#pragma once
 
 #include <cstdint>
 #include <functional>
@@ -11,6 +10,8 @@
 
 #include "recordings/tracks/PitchTrack.h"
 #include "tracking/StreamPlan.h"
+
+namespace katessel {
 
 struct LiveBlock {
     std::uint32_t clock = 0;  // [samples] when its first sample came; begins again after 2^32
@@ -51,4 +52,4 @@ private:
     double m_startTime = 0.0;         // [s]
 };
 
-#endif
+}  // namespace katessel

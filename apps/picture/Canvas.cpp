@@ -7,6 +7,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr double kTextSize = 13.0;
@@ -126,3 +128,5 @@ std::string Canvas::finish() {
     checkStatus(cairo_surface_status(m_surface.get()));
     return m_bytes;
 }
+
+}  // namespace katessel

@@ -1,6 +1,5 @@
 // A picture being drawn, in memory, to become the bytes of a PNG or SVG file.
-#ifndef KATESSEL_APPS_CANVAS_H
-#define KATESSEL_APPS_CANVAS_H
+#pragma once
 
 #include <cairo.h>
 
@@ -8,6 +7,8 @@
 #include <memory>
 #include <string>
 #include <vector>
+
+namespace katessel {
 
 enum class PictureFormat { png, svg };
 
@@ -62,4 +63,4 @@ private:
     std::unique_ptr<cairo_t, void (*)(cairo_t*)> m_cairo;
 };
 
-#endif
+}  // namespace katessel

@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 
+namespace katessel {
+
 namespace {
 
 struct Stop {
@@ -26,3 +28,5 @@ std::uint32_t ColourScale::colourOf(double level) const {
     const Stop& to = kStops[below + 1];
     return mix(from.red, to.red) << 16 | mix(from.green, to.green) << 8 | mix(from.blue, to.blue);
 }
+
+}  // namespace katessel

@@ -1,8 +1,9 @@
 // Levels as colours, light to dark.
-#ifndef KATESSEL_APPS_COLOURSCALE_H
-#define KATESSEL_APPS_COLOURSCALE_H
+#pragma once
 
 #include <cstdint>
+
+namespace katessel {
 
 class ColourScale {
 public:
@@ -17,4 +18,4 @@ private:
     double m_bottom, m_top;  // [dB]
 };
 
-#endif
+}  // namespace katessel

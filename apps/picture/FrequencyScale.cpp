@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace katessel {
+
 namespace {
 
 constexpr double kWideRatio = 12.0;  // of top and bottom, from which on 1, 2 and 5 of a decade are labels enough
@@ -48,3 +50,5 @@ std::vector<double> FrequencyScale::ticks() const {
                 ticks.push_back(factor * decade);
     return ticks;
 }
+
+}  // namespace katessel

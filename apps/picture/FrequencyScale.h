@@ -1,8 +1,9 @@
 // The frequency axis of a picture: where a frequency lies between bottom and top, and which frequencies to label.
-#ifndef KATESSEL_APPS_FREQUENCYSCALE_H
-#define KATESSEL_APPS_FREQUENCYSCALE_H
+#pragma once
 
 #include <vector>
+
+namespace katessel {
 
 class FrequencyScale {
 public:
@@ -21,4 +22,4 @@ private:
 // Multiples of 1, 2 or 5 times a power of ten from `from` to `to`, at most `most` of them.
 std::vector<double> evenTicks(double from, double to, int most);
 
-#endif
+}  // namespace katessel

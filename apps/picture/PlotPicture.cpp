@@ -8,6 +8,8 @@
 #include "apps/picture/Spectrogram.h"
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr Colour kInk = {0.2, 0.2, 0.2};
@@ -198,3 +200,5 @@ std::string drawPlot(const PlotContent& content, const Recording& recording, dou
                      PictureFormat format, int width, int height) {
     return PlotPicture(content, scale, format, width, height).draw(recording, offset);
 }
+
+}  // namespace katessel

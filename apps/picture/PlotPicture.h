@@ -1,6 +1,5 @@
 // The picture of `katessel plot`: spectrogram, pitch and confidence over time.
-#ifndef KATESSEL_APPS_PLOTPICTURE_H
-#define KATESSEL_APPS_PLOTPICTURE_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -10,6 +9,8 @@
 #include "apps/picture/FrequencyScale.h"
 #include "recordings/audio/AudioFile.h"
 #include "recordings/tracks/PitchTrack.h"
+
+namespace katessel {
 
 struct NamedTrack {
     std::string name;
@@ -29,4 +30,4 @@ struct PlotContent {
 std::string drawPlot(const PlotContent& content, const Recording& recording, double offset, const FrequencyScale& scale,
                      PictureFormat format, int width, int height);
 
-#endif
+}  // namespace katessel

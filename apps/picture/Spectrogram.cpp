@@ -6,6 +6,8 @@
 
 #include "katessel/MRSpectrum.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr double kWindowSeconds = 0.05;   // separates the harmonics of a low voice, 80 Hz apart
@@ -93,3 +95,5 @@ Spectrogram makeSpectrogram(const Recording& recording, double start, double dur
     }
     return picture;
 }
+
+}  // namespace katessel

@@ -1,11 +1,12 @@
 // What a recording sounds like over time and frequency, as a picture of levels.
-#ifndef KATESSEL_APPS_SPECTROGRAM_H
-#define KATESSEL_APPS_SPECTROGRAM_H
+#pragma once
 
 #include <vector>
 
 #include "apps/picture/FrequencyScale.h"
 #include "recordings/audio/AudioFile.h"
+
+namespace katessel {
 
 struct Spectrogram {
     int columns = 0, rows = 0;
@@ -24,4 +25,4 @@ constexpr float kSilentLevel = -200.0f;  // [dB] nothing is below, and what lies
 Spectrogram makeSpectrogram(const Recording& recording, double start, double duration, const FrequencyScale& scale,
                             int columns, int rows);
 
-#endif
+}  // namespace katessel

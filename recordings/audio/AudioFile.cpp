@@ -6,6 +6,8 @@
 #include "recordings/audio/SoundSource.h"
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr int kChunk = 4096;            // [frames] per read
@@ -82,3 +84,5 @@ Recording readRecording(const std::string& path, const SoundSelection& selection
     if (recording.samples.empty() && from == 0) fail(kCannotRead, path, "at least 1 sample", "0 samples");
     return recording;
 }
+
+}  // namespace katessel

@@ -1,6 +1,5 @@
 // Reading a recording: any file that libsndfile reads, as one channel.
-#ifndef KATESSEL_APPS_AUDIOFILE_H
-#define KATESSEL_APPS_AUDIOFILE_H
+#pragma once
 
 #include <cstdint>
 #include <limits>
@@ -9,6 +8,8 @@
 #include <vector>
 
 #include "recordings/audio/RawForm.h"
+
+namespace katessel {
 
 struct Recording {
     int rate = 0;                // [Hz]
@@ -31,4 +32,4 @@ struct SoundSelection {
 // would poison the estimates around it without a trace in the output. The path "-" is standard input.
 Recording readRecording(const std::string& path, const SoundSelection& selection = {});
 
-#endif
+}  // namespace katessel

@@ -6,6 +6,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 Recording convertRate(const Recording& recording, int rate, const std::string& path) {
     const double ratio = static_cast<double>(rate) / recording.rate;
     if (src_is_valid_ratio(ratio) == 0)
@@ -26,3 +28,5 @@ Recording convertRate(const Recording& recording, int rate, const std::string& p
     converted.samples.resize(static_cast<std::size_t>(job.output_frames_gen));
     return converted;
 }
+
+}  // namespace katessel

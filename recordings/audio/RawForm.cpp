@@ -8,6 +8,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kExpected[] = "f32:RATE or s16:RATE, perhaps with :CHANNELS";
@@ -58,3 +60,5 @@ void decodeSamples(RawSample sample, const unsigned char* bytes, int count, floa
             samples[i] = static_cast<float>(static_cast<std::int16_t>(littleEndian(bytes + 2 * i, 2))) / 32768.0f;
     }
 }
+
+}  // namespace katessel

@@ -1,8 +1,9 @@
 // Sound without a header, as `--raw` describes it: f32:48000, s16:44100:2.
-#ifndef KATESSEL_APPS_RAWFORM_H
-#define KATESSEL_APPS_RAWFORM_H
+#pragma once
 
 #include <string>
+
+namespace katessel {
 
 enum class RawSample { float32, int16 };  // little-endian
 
@@ -21,4 +22,4 @@ RawForm parseRawForm(const std::string& text);
 // Converts `count` samples from their bytes, integers to -1 .. 1.
 void decodeSamples(RawSample sample, const unsigned char* bytes, int count, float* samples);
 
-#endif
+}  // namespace katessel

@@ -14,6 +14,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr int kMostFramesPerByte = 64;  // of any compression; more is a wrong header
@@ -159,3 +161,5 @@ std::unique_ptr<SoundSource> openSound(const std::string& path, const std::optio
     if (raw) return std::make_unique<RawSource>(path, *raw);
     return std::make_unique<SoundFileSource>(path);
 }
+
+}  // namespace katessel

@@ -1,6 +1,5 @@
 // Where the samples of a recording come from: a file or standard input, with a header or raw.
-#ifndef KATESSEL_APPS_SOUNDSOURCE_H
-#define KATESSEL_APPS_SOUNDSOURCE_H
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -8,6 +7,8 @@
 #include <string>
 
 #include "recordings/audio/RawForm.h"
+
+namespace katessel {
 
 constexpr char kCannotRead[] = "cannot read the recording";
 constexpr char kStandardStream[] = "-";  // names standard input and standard output
@@ -37,4 +38,4 @@ protected:
 // Opens a file, or standard input for "-". Without a raw form the sound must be in a format that libsndfile reads.
 std::unique_ptr<SoundSource> openSound(const std::string& path, const std::optional<RawForm>& raw);
 
-#endif
+}  // namespace katessel

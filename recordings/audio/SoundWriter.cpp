@@ -10,6 +10,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kCannotWrite[] = "cannot write";
@@ -85,3 +87,5 @@ std::string soundBytes(const std::vector<std::vector<float>>& channels, int rate
     out.reset();  // lengths go into the header at the end
     return file.bytes;
 }
+
+}  // namespace katessel

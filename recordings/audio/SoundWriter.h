@@ -1,9 +1,10 @@
 // Sound as the bytes of a file.
-#ifndef KATESSEL_APPS_SOUNDWRITER_H
-#define KATESSEL_APPS_SOUNDWRITER_H
+#pragma once
 
 #include <string>
 #include <vector>
+
+namespace katessel {
 
 // Wrong usage unless the path ends with .wav or .flac.
 void checkSoundName(const std::string& path);
@@ -12,4 +13,4 @@ void checkSoundName(const std::string& path);
 // what lies outside -1 .. 1 is clipped. Fails when the format cannot hold so much; `path` is named.
 std::string soundBytes(const std::vector<std::vector<float>>& channels, int rate, const std::string& path);
 
-#endif
+}  // namespace katessel

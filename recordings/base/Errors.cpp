@@ -2,6 +2,8 @@
 
 #include <cstdio>
 
+namespace katessel {
+
 std::string errorMessage(const std::string& what, const std::string& where, const std::string& expected,
                          const std::string& found) {
     return what + ": " + where + ": expected " + expected + ", found " + found;
@@ -28,3 +30,5 @@ std::string shortNumber(double value) {
     std::snprintf(text, sizeof text, "%g", value);
     return text;
 }
+
+}  // namespace katessel

@@ -1,9 +1,10 @@
 // How the tool fails: one line on standard error and an exit status.
-#ifndef KATESSEL_APPS_ERRORS_H
-#define KATESSEL_APPS_ERRORS_H
+#pragma once
 
 #include <stdexcept>
 #include <string>
+
+namespace katessel {
 
 constexpr int kStatusFailure = 1;  // the request was clear, but could not be carried out
 constexpr int kStatusUsage = 2;    // the request itself is wrong
@@ -34,4 +35,4 @@ void printError(const std::string& message);
 // A number in a message, with the digits that it needs and no more.
 std::string shortNumber(double value);
 
-#endif
+}  // namespace katessel

@@ -11,6 +11,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -118,3 +120,5 @@ void OutputFile::abandonAll() {
     temporaries().lock.lock();  // for good
     for (const fs::path& path : temporaries().paths) ::unlink(path.c_str());
 }
+
+}  // namespace katessel

@@ -1,9 +1,10 @@
 // Where the result goes: standard output, or a file that appears whole or not at all.
-#ifndef KATESSEL_APPS_OUTPUTFILE_H
-#define KATESSEL_APPS_OUTPUTFILE_H
+#pragma once
 
 #include <filesystem>
 #include <string>
+
+namespace katessel {
 
 class OutputFile {
 public:
@@ -30,4 +31,4 @@ private:
     bool m_direct = false;
 };
 
-#endif
+}  // namespace katessel

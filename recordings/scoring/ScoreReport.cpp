@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+namespace katessel {
+
 namespace {
 
 struct Figure {
@@ -101,3 +103,5 @@ std::string scoreJson(const std::vector<ScoredGroup>& groups) {
     }
     return all.dump(2) + "\n";
 }
+
+}  // namespace katessel

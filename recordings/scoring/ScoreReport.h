@@ -1,11 +1,12 @@
 // Scores as a table, as CSV and as JSON.
-#ifndef KATESSEL_APPS_SCOREREPORT_H
-#define KATESSEL_APPS_SCOREREPORT_H
+#pragma once
 
 #include <string>
 #include <vector>
 
 #include "recordings/scoring/Scores.h"
+
+namespace katessel {
 
 struct ScoredGroup {
     std::string name;  // a folder, or "all"
@@ -17,4 +18,4 @@ std::string scoreTable(const std::vector<ScoredGroup>& groups);
 std::string scoreCsv(const std::vector<ScoredGroup>& groups);
 std::string scoreJson(const std::vector<ScoredGroup>& groups);
 
-#endif
+}  // namespace katessel

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <limits>
 
+namespace katessel {
+
 namespace {
 
 constexpr double kCents[3] = {50.0, 25.0, 10.0};
@@ -136,3 +138,5 @@ double Scores::calibrationError() const {
         if (bin.frames > 0) sum += static_cast<double>(bin.frames) * std::fabs(bin.confidence - bin.voiced);
     return m_frames > 0 ? sum / static_cast<double>(m_frames) : std::numeric_limits<double>::quiet_NaN();
 }
+
+}  // namespace katessel

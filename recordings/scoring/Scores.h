@@ -3,14 +3,15 @@
 // Definitions as in melody extraction: G. Poliner et al., "Melody transcription from music audio", 2007, and C. Raffel et
 // al., "mir_eval", 2014 (raw pitch and chroma accuracy, voicing recall and false alarm, overall accuracy); the gross error
 // rate as in L. Rabiner et al., "A comparative performance study of several pitch detection algorithms", 1976, at 20 %.
-#ifndef KATESSEL_APPS_SCORES_H
-#define KATESSEL_APPS_SCORES_H
+#pragma once
 
 #include <array>
 #include <cstdint>
 #include <vector>
 
 #include "recordings/tracks/PitchTrack.h"
+
+namespace katessel {
 
 // One frame of an analysis, before anything was decided about voicing.
 struct RawFrame {
@@ -69,4 +70,4 @@ private:
     double m_calibrationSum[kCalibrationBins] = {};
 };
 
-#endif
+}  // namespace katessel

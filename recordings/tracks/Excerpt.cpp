@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+namespace katessel {
+
 namespace {
 
 constexpr double kMargin = 1.0;     // [s] far more than any row hears
@@ -27,3 +29,5 @@ void Excerpt::cut(PitchTrack& track) const {
     const double last = end(std::numeric_limits<double>::infinity()) - kRounding;
     std::erase_if(track, [&](const PitchRow& row) { return row.time < first || row.time >= last; });
 }
+
+}  // namespace katessel

@@ -1,10 +1,11 @@
 // A part of a recording: what must be read for it, and which rows belong to it.
-#ifndef KATESSEL_APPS_EXCERPT_H
-#define KATESSEL_APPS_EXCERPT_H
+#pragma once
 
 #include <optional>
 
 #include "recordings/tracks/PitchTrack.h"
+
+namespace katessel {
 
 struct Excerpt {
     double start = 0.0;              // [s] in the recording
@@ -23,4 +24,4 @@ struct Excerpt {
     void cut(PitchTrack& track) const;
 };
 
-#endif
+}  // namespace katessel

@@ -5,6 +5,8 @@
 
 #include "recordings/tracks/Reference.h"
 
+namespace katessel {
+
 PitchTrack readTrackOrReference(const std::string& path) {
     if (std::filesystem::path(path).extension() != ".f0") return readTrack(path);
     PitchTrack track;
@@ -14,3 +16,5 @@ PitchTrack readTrackOrReference(const std::string& path) {
     }
     return track;
 }
+
+}  // namespace katessel

@@ -1,12 +1,13 @@
 // Tracks that a command is given, whichever text they are.
-#ifndef KATESSEL_APPS_GIVENTRACK_H
-#define KATESSEL_APPS_GIVENTRACK_H
+#pragma once
 
 #include <string>
 
 #include "recordings/tracks/PitchTrack.h"
 
+namespace katessel {
+
 // Reads an .f0 file, as a track that is sure of itself, or else a track.
 PitchTrack readTrackOrReference(const std::string& path);
 
-#endif
+}  // namespace katessel

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdint>
 
+namespace katessel {
+
 namespace {
 
 constexpr float kMostCost = 1.0f;    // of one row
@@ -97,3 +99,5 @@ std::vector<Note> findNotes(const PitchTrack& track, double end) {
     }
     return notes;
 }
+
+}  // namespace katessel

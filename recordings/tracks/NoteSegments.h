@@ -10,12 +10,13 @@
 //
 // One row is 5 ms. So a note lasts at least 40 ms, or 80 ms where the one before goes on after it; a gap of up to 40 ms
 // does not end a note; vibrato stays one note; and short jumps, by octaves or whatever else, do not matter.
-#ifndef KATESSEL_APPS_NOTESEGMENTS_H
-#define KATESSEL_APPS_NOTESEGMENTS_H
+#pragma once
 
 #include <vector>
 
 #include "recordings/tracks/PitchTrack.h"
+
+namespace katessel {
 
 struct Note {
     double start = 0.0, end = 0.0;  // [s]
@@ -25,4 +26,4 @@ struct Note {
 // The notes in their order; `end` [s] is that of the recording.
 std::vector<Note> findNotes(const PitchTrack& track, double end);
 
-#endif
+}  // namespace katessel

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <limits>
 
+namespace katessel {
+
 void applyThreshold(PitchTrack& track, double threshold) {
     for (PitchRow& row : track)
         if (row.confidence < threshold) row.frequency = 0.0f;
@@ -19,3 +21,5 @@ double centsAbove440(float frequency) {
 }
 
 double midiNote(float frequency) { return 69.0 + centsAbove440(frequency) / 100.0; }
+
+}  // namespace katessel

@@ -1,8 +1,9 @@
 // A pitch track: what the analysis of one recording yields, however it was produced and wherever it goes.
-#ifndef KATESSEL_APPS_PITCHTRACK_H
-#define KATESSEL_APPS_PITCHTRACK_H
+#pragma once
 
 #include <vector>
+
+namespace katessel {
 
 struct PitchRow {
     double time = 0.0;       // [s] in the recording
@@ -24,4 +25,4 @@ double centsAbove440(float frequency);
 // Pitch of `frequency` [Hz] as a MIDI note number, 69 at 440 Hz, with what lies between two notes; not a number for 0 Hz.
 double midiNote(float frequency);
 
-#endif
+}  // namespace katessel

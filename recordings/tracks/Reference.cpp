@@ -8,6 +8,8 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel {
+
 namespace {
 
 constexpr char kCannotRead[] = "cannot read the pitch";
@@ -94,3 +96,5 @@ PitchTrack onGrid(const PitchTrack& track, std::size_t frames, double tolerance)
     }
     return grid;
 }
+
+}  // namespace katessel

@@ -1,12 +1,13 @@
 // True pitch, as `.f0` files hold it: "seconds Hz" a line, every 5 ms from 0; 0: no pitch, -1: neither to be trained
 // nor scored on.
-#ifndef KATESSEL_APPS_REFERENCE_H
-#define KATESSEL_APPS_REFERENCE_H
+#pragma once
 
 #include <string>
 #include <vector>
 
 #include "recordings/tracks/PitchTrack.h"
+
+namespace katessel {
 
 constexpr double kFrameSeconds = 0.005;
 
@@ -22,4 +23,4 @@ PitchTrack readTrack(const std::string& path);
 // is unvoiced with confidence 0.
 PitchTrack onGrid(const PitchTrack& track, std::size_t frames, double tolerance = 0.00501);
 
-#endif
+}  // namespace katessel

@@ -11,6 +11,8 @@
 #include "tracking/ModelPath.h"
 #include "tracking/StreamTrack.h"
 
+using namespace katessel;
+
 namespace {
 
 // Feeds a tracker and keeps its rows.
