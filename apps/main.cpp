@@ -6,11 +6,10 @@
 
 #include "apps/batch/FileHash.h"
 #include "apps/commands/Commands.h"
-#include "apps/commands/InstructionChoice.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/KTessel.h"
 #include "recordings/base/Errors.h"
-#include "tracking/ModelPath.h"
+#include "tracking/Model.h"
 
 namespace katessel {
 namespace {

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "recordings/base/Errors.h"
+#include "recordings/base/Text.h"
 
 namespace katessel {
 

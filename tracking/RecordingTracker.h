@@ -1,33 +1,43 @@
-// Tracking a recording for a command that goes on with its pitch.
+// From recordings to their pitch, one after the other: where sound meets the engine.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "recordings/audio/AudioFile.h"
 #include "recordings/tracks/PitchTrack.h"
-#include "tracking/TrackMode.h"
 
 namespace katessel {
 
-// Fails unless `threshold`, where given, is a number from 0 up.
-void checkThreshold(const std::optional<double>& threshold);
+class StreamPlan;
+
+// offline: the whole recording at once, every instant seen from both sides; live: as a host streams it.
+enum class TrackMode { offline, live };
 
 class RecordingTracker {
 public:
-    // An empty model is the default one, no threshold the model's own. Fails unless the model is good.
-    RecordingTracker(const std::string& model, const std::optional<double>& threshold, TrackMode mode);
+    // The model must be one that an engine may open. With a block size [samples], which needs the live mode, the track is
+    // what a host sees that passes so many samples a call: one row for each call that completed a frame.
+    RecordingTracker(std::string model, TrackMode mode, std::optional<int> blockSize = std::nullopt);
 
-    const std::string& model() const { return m_model; }
-    double threshold() const { return m_threshold; }
-
-    // The pitch, with rows below the threshold marked as unvoiced. `path` is named when it fails.
-    PitchTrack track(Recording recording, const std::string& path) const;
+    // A row for every 5 ms from instant 0 on, as long as the instant lies inside the recording; the frequency is there
+    // whatever the confidence. A recording at a rate that the engine cannot take, or not stream whole, is converted first,
+    // but never where a block size is given: one that does not fit the rate is wrong usage. `path` is named when it fails.
+    PitchTrack track(Recording recording, const std::string& path);
 
 private:
+    PitchTrack trackWhole(Recording recording, const std::string& path);
+    PitchTrack trackStream(const Recording& recording, const std::string& path);
+    PitchTrack trackBlocks(const Recording& recording, const std::string& path);
+    PitchTrack stream(const Recording& recording, double seconds, const StreamPlan& plan);
+    void configure(int rate, int blockSize);
+
     std::string m_model;
-    double m_threshold = 0.0;
     TrackMode m_mode;
+    std::optional<int> m_blockSize;
+    std::unique_ptr<void, void (*)(void*)> m_engine;
+    int m_rate = 0;  // [Hz] configured; 0: not yet
 };
 
 }  // namespace katessel

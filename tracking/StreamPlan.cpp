@@ -3,6 +3,8 @@
 #include <cmath>
 #include <numeric>
 
+#include "recordings/tracks/PitchTrack.h"
+
 namespace katessel {
 
 namespace {

@@ -17,7 +17,6 @@ namespace katessel {
 
 constexpr int kEngineRate = 24000;  // [Hz]
 constexpr int kHop = 120;           // [samples at 24 kHz] 5 ms
-constexpr double kHopSeconds = 0.005;
 
 class StreamPlan {
 public:

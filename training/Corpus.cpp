@@ -7,8 +7,8 @@
 #include <filesystem>
 
 #include "recordings/audio/AudioFile.h"
-#include "recordings/audio/RateConversion.h"
 #include "recordings/base/Errors.h"
+#include "recordings/base/Text.h"
 #include "recordings/tracks/Reference.h"
 
 namespace fs = std::filesystem;
@@ -17,12 +17,6 @@ using namespace katessel;
 namespace {
 
 constexpr int kMargin = 64;  // [samples] of the converter's own reach, on both sides
-
-bool isSound(const fs::path& path) {
-    const std::string extension = path.extension().string();
-    return extension == ".ogg" || extension == ".wav" || extension == ".flac" || extension == ".aiff" ||
-           extension == ".opus";
-}
 
 float medianOfVoiced(const std::vector<float>& pitch) {
     std::vector<float> voiced;
@@ -68,7 +62,7 @@ Corpus::Corpus(const std::string& folder, bool labelled) {
     std::vector<fs::path> paths;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
         fs::path truth = entry.path();
-        if (isSound(entry.path()) && (!labelled || fs::is_regular_file(truth.replace_extension(".f0"))))
+        if (isNamedLikeSound(entry.path().string()) && (!labelled || fs::is_regular_file(truth.replace_extension(".f0"))))
             paths.push_back(entry.path());
     }
     if (paths.empty())

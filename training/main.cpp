@@ -13,7 +13,8 @@
 #include "Trainer.h"
 #include "WeightExport.h"
 #include "recordings/base/Errors.h"
-#include "tracking/FolderScores.h"
+#include "recordings/scoring/FolderScores.h"
+#include "tracking/RecordingTracker.h"
 
 namespace fs = std::filesystem;
 using namespace katessel;
@@ -103,11 +104,10 @@ public:
         finish();
         m_step = step;
         m_running = std::async(std::launch::async, [this, weights] {
-            EvalOptions eval;
-            eval.references = {m_options.scored};
-            eval.model = weights;
-            eval.threshold = kScoredThreshold;
-            return scoreFolder(eval);
+            RecordingTracker tracker(weights, TrackMode::offline);
+            return scoreFolder(m_options.scored, kScoredThreshold, [&](const std::string& recording, std::size_t) {
+                return tracker.track(readRecording(recording), recording);
+            });
         });
     }
 

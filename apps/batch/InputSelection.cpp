@@ -1,18 +1,15 @@
 #include "apps/batch/InputSelection.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
-#include <set>
 #include <system_error>
 
-#include "recordings/audio/SoundSource.h"
+#include "recordings/audio/AudioFile.h"
 #include "recordings/base/Errors.h"
 
 namespace katessel {
@@ -22,17 +19,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kBadList[] = "cannot read the list";
-
-// Of the formats that libsndfile reads. A recording with another extension can still be named by itself.
-const std::set<std::string> kSoundExtensions = {".aif", ".aifc", ".aiff", ".au",  ".caf", ".flac", ".mp3", ".oga",
-                                                ".ogg", ".opus", ".rf64", ".snd", ".sph", ".voc",  ".w64", ".wav",
-                                                ".wave"};
-
-bool looksLikeSound(const fs::path& path) {
-    std::string extension = path.extension().string();
-    for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return kSoundExtensions.count(extension) != 0;
-}
 
 Input broken(const std::string& path, const std::string& expected, const std::string& found) {
     return {path, "", errorMessage(kCannotRead, path, expected, found)};
@@ -55,7 +41,7 @@ void searchFolder(const fs::path& folder, const fs::path& root, std::vector<Inpu
         if (path.filename().native().front() == '.') continue;
         if (fs::is_directory(entry.symlink_status(error)))
             searchFolder(path, root, found);
-        else if (looksLikeSound(path) && !entry.is_directory(error))
+        else if (isNamedLikeSound(path.string()) && !entry.is_directory(error))
             found.push_back({path.string(), path.lexically_relative(root).string(), ""});
     }
 }

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "recordings/base/Text.h"
+
 namespace katessel {
 
 namespace {
@@ -12,14 +14,13 @@ namespace {
 constexpr double kRedrawSeconds = 0.1;
 constexpr std::size_t kBarWidth = 20;
 
+// Below the hours and minutes: ":07".
+std::string sixtieths(long value) { return std::string(value < 10 ? ":0" : ":").append(std::to_string(value)); }
+
 std::string clockTime(double seconds) {
     const long all = std::lround(seconds);
-    char text[32];
-    if (all >= 3600)
-        std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", all / 3600, all / 60 % 60, all % 60);
-    else
-        std::snprintf(text, sizeof text, "%ld:%02ld", all / 60, all % 60);
-    return text;
+    if (all < 3600) return std::to_string(all / 60) + sixtieths(all % 60);
+    return std::to_string(all / 3600) + sixtieths(all / 60 % 60) + sixtieths(all % 60);
 }
 
 }  // namespace
@@ -27,12 +28,11 @@ std::string clockTime(double seconds) {
 std::string progressLine(std::size_t done, std::size_t total, double soundSeconds, double elapsed) {
     const std::size_t filled = kBarWidth * done / total;
     const double left = elapsed * static_cast<double>(total - done) / static_cast<double>(done);
-    char numbers[128];
-    std::snprintf(numbers, sizeof numbers, "] %zu of %zu recordings, %.0f x real time, ", done, total,
-                  elapsed > 0.0 ? soundSeconds / elapsed : 0.0);
     std::string line = "[";
-    line.append(filled, '#').append(kBarWidth - filled, '-').append(numbers).append(clockTime(left)).append(" left");
-    return line;
+    line.append(filled, '#').append(kBarWidth - filled, '-').append("] ").append(std::to_string(done)).append(" of ");
+    line.append(std::to_string(total)).append(" recordings, ");
+    line.append(fixedText(elapsed > 0.0 ? soundSeconds / elapsed : 0.0, 0)).append(" x real time, ");
+    return line.append(clockTime(left)).append(" left");
 }
 
 Progress::Progress(std::size_t recordings, bool wanted)

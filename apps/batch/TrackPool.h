@@ -1,13 +1,16 @@
-// Many recordings, several at a time.
+// Carrying out jobs: each recording from reading to writing its track, one or many, several at a time.
 #pragma once
 
 #include <cstddef>
 #include <vector>
 
 #include "apps/batch/TrackPlan.h"
-#include "apps/batch/TrackWorker.h"
+#include "apps/batch/TrackSettings.h"
 
 namespace katessel {
+
+// Writes the track of one recording.
+void runJob(const TrackJob& job, const TrackSettings& settings);
 
 // Carries out the jobs on up to `threads` threads with an engine each. What goes wrong with a recording is printed, in the
 // order of the jobs, and the others go on. Returns how many have no track.

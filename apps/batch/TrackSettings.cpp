@@ -1,20 +1,25 @@
 #include "apps/batch/TrackSettings.h"
 
+#include <charconv>
 #include <cmath>
+#include <nlohmann/json.hpp>
+#include <string_view>
+#include <vector>
 
 #include "apps/batch/FileHash.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/KTessel.h"
 #include "recordings/base/Errors.h"
-#include "tracking/ModelCard.h"
-#include "tracking/ModelCheck.h"
-#include "tracking/ModelPath.h"
+#include "recordings/base/Text.h"
 
 namespace katessel {
 
 namespace {
 
 constexpr char kWrongUsage[] = "wrong usage";
+constexpr char kRawForm[] = "f32:RATE or s16:RATE, perhaps with :CHANNELS";
+constexpr int kMostRate = 1000000;  // [Hz]
+constexpr int kMostChannels = 1024;
 
 // Fails unless a number that is given is finite and at least `least`.
 void checkNumber(const char* what, const char* option, const std::optional<double>& value, double least,
@@ -37,6 +42,35 @@ void checkCombinations(const TrackOptions& options) {
         failUsage(kWrongUsage, "--raw", "recordings by name", "-r, which looks for known formats");
 }
 
+std::vector<std::string_view> splitAtColons(std::string_view text) {
+    std::vector<std::string_view> all;
+    for (std::size_t colon; (colon = text.find(':')) != std::string_view::npos; text.remove_prefix(colon + 1))
+        all.push_back(text.substr(0, colon));
+    all.push_back(text);
+    return all;
+}
+
+int parseCount(std::string_view digits, int most, const std::string& whole) {
+    int value = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (error != std::errc() || end != digits.data() + digits.size() || value < 1 || value > most)
+        failUsage("wrong form of sound", "--raw", kRawForm, whole);
+    return value;
+}
+
+// Reads "SAMPLE:RATE[:CHANNELS]".
+RawForm parseRawForm(const std::string& text) {
+    const std::vector<std::string_view> given = splitAtColons(text);
+    const bool isFloat = given[0] == "f32";
+    if ((!isFloat && given[0] != "s16") || given.size() < 2 || given.size() > 3)
+        failUsage("wrong form of sound", "--raw", kRawForm, text);
+    RawForm form;
+    form.sample = isFloat ? RawSample::float32 : RawSample::int16;
+    form.rate = parseCount(given[1], kMostRate, text);
+    if (given.size() == 3) form.channels = parseCount(given[2], kMostChannels, text);
+    return form;
+}
+
 // How the rows look, as far as the format has any.
 void chooseRows(const TrackOptions& options, TrackSettings& settings) {
     const bool unitGiven = options.unit || options.cents;
@@ -53,20 +87,20 @@ void chooseRows(const TrackOptions& options, TrackSettings& settings) {
                                             : UnvoicedRows::drop;
 }
 
-nlohmann::ordered_json describe(const TrackOptions& options, const TrackSettings& settings) {
+std::string describe(const TrackOptions& options, const TrackSettings& settings) {
     nlohmann::ordered_json about, used;
     about["library"] = KTessel_GetVersion();
     about["instructions"] = KaTessel::instructionSet();
-    about["model"] = {{"file", settings.model}, {"sha256", fileSha256(settings.model)}};
+    about["model"] = {{"file", settings.model.path}, {"sha256", fileSha256(settings.model.path)}};
     used["mode"] = settings.mode == TrackMode::live ? "live" : "offline";
-    used["threshold"] = settings.threshold;
+    used["threshold"] = settings.model.threshold;
     if (settings.blockSize) used["block_size"] = *settings.blockSize;
     if (options.lowest) used["fmin"] = *options.lowest;
     if (options.highest) used["fmax"] = *options.highest;
     if (options.channel) used["channel"] = *options.channel;
     if (options.raw) used["raw"] = *options.raw;
     about["settings"] = used;
-    return about;
+    return about.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);  // a path may hold any bytes
 }
 
 }  // namespace
@@ -87,10 +121,8 @@ TrackSettings chooseSettings(const TrackOptions& options, const TrackFormat& def
     return settings;
 }
 
-void chooseModel(const TrackOptions& options, TrackSettings& settings) {
-    settings.model = modelPath(options.model);
-    checkModel(settings.model);
-    settings.threshold = options.threshold ? *options.threshold : defaultThreshold(settings.model);
+void completeSettings(const TrackOptions& options, TrackSettings& settings) {
+    settings.model = chooseModel(options.model, options.threshold);
     if (settings.format == &trackFormat("json")) settings.about = describe(options, settings);
 }
 

@@ -2,22 +2,20 @@
 #pragma once
 
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 
-#include "apps/commands/Track.h"
-#include "apps/formats/TrackDocument.h"
+#include "apps/batch/TrackOptions.h"
 #include "apps/formats/TrackFormat.h"
-#include "recordings/audio/RawForm.h"
+#include "recordings/audio/SoundSource.h"
 #include "recordings/tracks/Excerpt.h"
+#include "tracking/Model.h"
 
 namespace katessel {
 
 // The same for all recordings of a run.
 struct TrackSettings {
-    std::string model;
-    double threshold = 0.0;
+    Model model;
     double lowest = 0.0, highest = std::numeric_limits<double>::infinity();  // [Hz] of voiced rows
     TrackMode mode = TrackMode::offline;
     std::optional<int> blockSize;  // [samples]; none: every frame
@@ -27,7 +25,7 @@ struct TrackSettings {
     const TrackFormat* format = nullptr;
     PitchUnit unit = PitchUnit::hertz;
     UnvoicedRows unvoiced = UnvoicedRows::zero;
-    nlohmann::ordered_json about;  // library, model and settings, for formats that say so
+    std::string about;  // library, model and settings as a JSON object, for formats that say so
 };
 
 // All but what depends on the model. `defaultFormat` is for a command line that names none. What contradicts itself is
@@ -35,6 +33,6 @@ struct TrackSettings {
 TrackSettings chooseSettings(const TrackOptions& options, const TrackFormat& defaultFormat);
 
 // The rest. Fails unless the model is good.
-void chooseModel(const TrackOptions& options, TrackSettings& settings);
+void completeSettings(const TrackOptions& options, TrackSettings& settings);
 
 }  // namespace katessel

@@ -1,8 +1,11 @@
 #include "apps/commands/Commands.h"
 
+#include <cstdlib>
 #include <utility>
+#include <vector>
 
-#include "apps/commands/InstructionChoice.h"
+#include "katessel/InstructionSet.h"
+#include "recordings/base/Errors.h"
 
 namespace katessel {
 
@@ -13,12 +16,27 @@ void whenChosen(CLI::App& command, std::function<void()> work) {
     });
 }
 
-CLI::Option* addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, const std::string& description) {
+void applyInstructionChoice() {
+    const char* name = std::getenv("KATESSEL_ISA");
+    if (name == nullptr || *name == '\0' || KaTessel::forceInstructionSet(name)) return;
+    std::string possible;
+    for (const std::string& available : KaTessel::availableInstructionSets()) {
+        if (!possible.empty()) possible += ", ";
+        possible += available;
+    }
+    failUsage("wrong instruction set", "KATESSEL_ISA", "one of " + possible, name);
+}
+
+void addModelOption(CLI::App& command, std::string& model) {
+    command.add_option("--model", model, "Weight file (default: the one that comes with the tool)");
+}
+
+void addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, const std::string& meaning) {
     const auto choose = [chosen = std::move(chosen)](const std::string& name) {
         chosen(name == "live" ? TrackMode::live : TrackMode::offline);
     };
     const std::vector<std::string> names = {"offline", "live"};
-    return command.add_option_function<std::string>("--mode", choose, description)->check(CLI::IsMember(names));
+    command.add_option_function<std::string>("--mode", choose, meaning)->check(CLI::IsMember(names));
 }
 
 }  // namespace katessel

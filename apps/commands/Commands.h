@@ -4,9 +4,8 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <string>
-#include <vector>
 
-#include "apps/commands/Track.h"
+#include "tracking/RecordingTracker.h"
 
 namespace katessel {
 
@@ -22,7 +21,12 @@ void addLiveCommand(CLI::App& app);  // only with JACK
 // instructions that the environment asks for.
 void whenChosen(CLI::App& command, std::function<void()> work);
 
-// Adds --mode: as a whole or as a host streams it.
-CLI::Option* addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, const std::string& description);
+// Applies the environment's KATESSEL_ISA when it is set and not empty. A name that is unknown or that this machine cannot
+// run is wrong usage; the message lists the possible ones.
+void applyInstructionChoice();
+
+// Options that several commands share: --model, and --mode, as a whole or as a host streams it.
+void addModelOption(CLI::App& command, std::string& model);
+void addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, const std::string& meaning);
 
 }  // namespace katessel

@@ -1,28 +1,43 @@
-#include "apps/commands/Live.h"
-
+// `katessel live`: the pitch of a JACK port, now.
 #include <signal.h>
-#include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
+#include "apps/commands/Commands.h"
 #include "apps/live/JackInput.h"
-#include "apps/live/LiveDisplay.h"
+#include "apps/live/LiveOutput.h"
+#include "apps/live/LiveTracker.h"
 #include "recordings/base/Errors.h"
-#include "recordings/base/OutputFile.h"
-#include "tracking/ModelCard.h"
-#include "tracking/ModelCheck.h"
-#include "tracking/ModelPath.h"
-#include "tracking/RecordingTracker.h"
+#include "tracking/Model.h"
 
 namespace katessel {
 
 namespace {
 
-constexpr double kWait = 0.05;           // [s] after which an interruption is noticed
-constexpr double kDisplayInterval = 0.05; // [s] on a terminal
-constexpr double kLineInterval = 0.5;     // [s] elsewhere
+constexpr char kAboutLive[] =
+    "Joins the running JACK server (or what stands in for one) and shows the pitch of a\n"
+    "port until Ctrl-C: nearest note, cents beside it, needle. The track has a row every\n"
+    "5 ms; its file grows as NAME.PROCESS.part, a second at a time, and gets its name at\n"
+    "the end. The latency at the end was measured from the sound at the port's source to\n"
+    "the finished row.";
+
+struct LiveOptions {
+    std::string port;                 // empty: the first with sound from outside
+    bool list = false;                // only name the ports
+    std::optional<std::string> csv;   // file of the track; "-": standard output; none: none
+    std::optional<double> duration;   // [s]; none: until interrupted
+    std::string model;                // empty: the default model
+    std::optional<double> threshold;  // none: the model's own
+};
+
+constexpr double kWait = 0.05;  // [s] after which an interruption is noticed
 
 volatile sig_atomic_t isInterrupted = 0;
 
@@ -35,58 +50,7 @@ void endOnInterruption() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
 }
 
-std::string csvLine(const PitchRow& row) {
-    char line[96];
-    std::snprintf(line, sizeof line, "%.3f,%.3f,%.6f\n", row.time, static_cast<double>(row.frequency),
-                  static_cast<double>(row.confidence));
-    return line;
-}
-
-// Where rows go while they come.
-class LiveOutput {
-public:
-    explicit LiveOutput(const std::optional<std::string>& csv)
-        : m_streams(csv && (*csv == "-" || csv->empty())), m_isTerminal(isatty(STDOUT_FILENO) != 0) {
-        if (csv && !m_streams) m_file.emplace(*csv);
-        m_text = "time,frequency,confidence\n";
-    }
-
-    void add(const PitchRow& row) {
-        if (m_streams || m_file) m_text += csvLine(row);
-        if (!m_streams && row.time >= m_nextShown) show(row);
-    }
-
-    // Hands over what has come; a reader that went away ends the program.
-    void flush() {
-        if (!m_streams) return;
-        if (std::fwrite(m_text.data(), 1, m_text.size(), stdout) != m_text.size() || std::fflush(stdout) != 0)
-            fail("cannot write", "standard output", "room for the result", "none");
-        m_text.clear();
-    }
-
-    void finish() {
-        flush();
-        if (m_file) m_file->write(m_text);
-        if (!m_streams && m_isTerminal) std::printf("\n");
-    }
-
-    // What is said about the run goes where the track does not.
-    std::FILE* remarks() const { return m_streams ? stderr : stdout; }
-
-private:
-    void show(const PitchRow& row) {
-        m_nextShown = row.time + (m_isTerminal ? kDisplayInterval : kLineInterval);
-        std::printf(m_isTerminal ? "\r%s" : "%s\n", displayLine(row).c_str());
-        std::fflush(stdout);
-    }
-
-    std::optional<OutputFile> m_file;
-    bool m_streams, m_isTerminal;
-    std::string m_text;        // that was not handed over
-    double m_nextShown = 0.0;  // [s]
-};
-
-// From the sound to the row, for all rows.
+// From the sound to the row, for all rows: a histogram, so that hours take no more room than seconds.
 class LatencyMeter {
 public:
     void add(const LiveRow& row, const JackInput& input) {
@@ -94,21 +58,32 @@ public:
         m_portLatency = input.portLatency();
         m_period = input.period();
         const auto samples = static_cast<std::int32_t>(input.now() - row.clock);
-        m_milliseconds.push_back(static_cast<float>(1e3 * (samples + m_portLatency) / row.rate));
+        const double milliseconds = 1e3 * (samples + m_portLatency) / row.rate;
+        m_most = std::max(m_most, milliseconds);
+        ++m_counts[static_cast<std::size_t>(std::clamp(std::round(milliseconds / kStep), 0.0, kSteps - 1.0))];
+        ++m_rows;
     }
 
-    void report(std::FILE* to, const JackInput& input, const LiveTracker& tracker) {
-        if (m_milliseconds.empty()) return;
-        std::sort(m_milliseconds.begin(), m_milliseconds.end());
+    void report(std::FILE* to, const JackInput& input, const LiveTracker& tracker) const {
+        if (m_rows == 0) return;
         const double rate = input.rate();
         std::fprintf(to, "latency: %.1f ms median, %.1f ms at most (port %.1f ms, engine up to %.1f ms, period %.1f ms)\n",
-                     static_cast<double>(m_milliseconds[m_milliseconds.size() / 2]),
-                     static_cast<double>(m_milliseconds.back()), 1e3 * m_portLatency / rate, 1e3 * tracker.engineLatency(),
-                     1e3 * m_period / rate);
+                     median(), m_most, 1e3 * m_portLatency / rate, 1e3 * tracker.engineLatency(), 1e3 * m_period / rate);
     }
 
 private:
-    std::vector<float> m_milliseconds;
+    static constexpr double kStep = 0.1;  // [ms]
+    static constexpr int kSteps = 20000;  // the last one takes all that is longer
+
+    double median() const {
+        std::size_t step = 0;
+        for (std::int64_t below = m_counts[0]; 2 * below <= m_rows; below += m_counts[step]) ++step;
+        return kStep * static_cast<double>(step);
+    }
+
+    std::vector<std::int64_t> m_counts = std::vector<std::int64_t>(kSteps);
+    std::int64_t m_rows = 0;
+    double m_most = 0.0;                  // [ms]
     int m_portLatency = 0, m_period = 0;  // [samples]
 };
 
@@ -116,17 +91,12 @@ void listPorts() {
     for (const std::string& name : JackInput::sources()) std::printf("%s\n", name.c_str());
 }
 
-}  // namespace
-
 void runLive(const LiveOptions& options) {
     if (options.list) return listPorts();
-    checkThreshold(options.threshold);
-    const std::string model = modelPath(options.model);
-    checkModel(model);
-    const double threshold = options.threshold ? *options.threshold : defaultThreshold(model);
+    const Model model = chooseModel(options.model, options.threshold);
     LiveOutput output(options.csv);
     JackInput input(options.port);
-    LiveTracker tracker(model);
+    LiveTracker tracker(model.path);
     LatencyMeter latency;
     endOnInterruption();
     std::fprintf(output.remarks(), "listening to %s at %d Hz\n", input.source().c_str(), input.rate());
@@ -139,7 +109,7 @@ void runLive(const LiveOptions& options) {
         time = row.pitch.time;
         if (options.duration && time >= *options.duration) return;
         PitchRow shown = row.pitch;
-        if (shown.confidence < threshold) shown.frequency = 0.0f;
+        if (shown.confidence < model.threshold) shown.frequency = 0.0f;
         output.add(shown);
         ++rows;
         latency.add(row, input);
@@ -147,7 +117,7 @@ void runLive(const LiveOptions& options) {
     while (isInterrupted == 0 && !(options.duration && time >= *options.duration)) {
         const std::optional<LiveBlock> block = input.next(samples, kWait);
         if (block)
-            tracker.take(*block, samples, onRow);
+            tracker.process(*block, samples, onRow);
         else if (input.hasEnded())
             break;
         output.flush();
@@ -158,6 +128,24 @@ void runLive(const LiveOptions& options) {
     latency.report(output.remarks(), input, tracker);
     if (input.hasEnded() && isInterrupted == 0)
         fail("listening ended early", "JACK", "a running server", "one that went away");
+}
+
+}  // namespace
+
+void addLiveCommand(CLI::App& app) {
+    const auto owned = std::make_shared<LiveOptions>();
+    LiveOptions& options = *owned;
+    CLI::App* command = app.add_subcommand("live", "Show the pitch of the microphone or of another JACK port");
+    command->footer(kAboutLive);
+    command->add_option("--port", options.port, "Port to listen to (default: the first with sound from outside)");
+    command->add_flag("--list", options.list, "Only name the ports that can be listened to");
+    command->add_option("--csv", options.csv, "Write the track to this file, \"-\": to standard output");
+    command->add_option("--duration", options.duration, "End after this many seconds")
+        ->check(CLI::Range(0.001, 1e9).description("SECONDS"));
+    addModelOption(*command, options.model);
+    command->add_option("--threshold", options.threshold,
+                        "Rows with a lower confidence count as not voiced (default: as for track)");
+    whenChosen(*command, [owned] { runLive(*owned); });
 }
 
 }  // namespace katessel

@@ -1,17 +1,24 @@
-#include "apps/commands/Plot.h"
-
+// `katessel plot`: a recording's spectrogram with the pitch over it.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
 #include <tuple>
 #include <utility>
+#include <vector>
 
+#include "apps/commands/Commands.h"
 #include "apps/picture/PlotPicture.h"
 #include "recordings/audio/AudioFile.h"
 #include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
-#include "recordings/tracks/GivenTrack.h"
+#include "recordings/base/Text.h"
+#include "recordings/tracks/Reference.h"
+#include "tracking/Model.h"
 #include "tracking/RecordingTracker.h"
 
 namespace katessel {
@@ -19,6 +26,29 @@ namespace katessel {
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr char kAboutPlot[] =
+    "Draws a recording's spectrogram with the pitch over it and the confidence below.\n"
+    "Levels are in dB, 0 dB being a sine of amplitude 1. The dashed line is the\n"
+    "threshold below which a row counts as not voiced.";
+
+struct PlotOptions {
+    std::string recording;
+    std::string output;                 // .png or .svg
+    std::string track;                  // a track to show; empty: the recording is tracked
+    std::vector<std::string> overlays;  // NAME=FILE: further tracks or .f0 files
+    std::string model;                  // empty: the default model
+    std::optional<double> threshold;    // none: the model's own; of a given track, 0
+    TrackMode mode = TrackMode::offline;
+    double start = 0.0;                    // [s]
+    std::optional<double> duration;        // [s]; none: up to the end
+    double topFrequency = 2000.0;          // [Hz]
+    std::optional<double> bottomFrequency; // [Hz]; none: 50, or 0 of a linear axis
+    bool linear = false;                   // frequency axis
+    double range = 70.0;                   // [dB]
+    std::string size = "1200x700";         // [pixels]
+    std::string title;                     // empty: the recording's name
+};
 
 constexpr int kLeastWidth = 320, kLeastHeight = 240, kMostPixels = 20000;
 constexpr double kLowestFrequency = 50.0;  // [Hz] of a logarithmic axis
@@ -94,8 +124,6 @@ void checkOutput(const OutputFile& output, const PlotOptions& options) {
             failUsage("cannot write", options.output, "a file of its own", "one that is read");
 }
 
-}  // namespace
-
 void runPlot(const PlotOptions& options) {
     // Everything that can be wrong, before the long part.
     const PictureFormat format = formatOf(options.output);
@@ -108,24 +136,54 @@ void runPlot(const PlotOptions& options) {
     checkOutput(output, options);
     PlotContent content;
     for (const std::string& overlay : options.overlays) content.overlays.push_back(readOverlay(overlay));
-    std::optional<RecordingTracker> tracker;
-    if (options.track.empty()) tracker.emplace(options.model, options.threshold, options.mode);
+    std::optional<Model> model;
+    if (options.track.empty()) model = chooseModel(options.model, options.threshold);
 
     Recording recording = readRecording(options.recording);
     std::tie(content.start, content.duration) = partOf(options, recording);
     const double offset = cutAround(recording, content.start, content.duration);
     content.title = options.title.empty() ? fs::path(options.recording).filename().string() : options.title;
     content.range = options.range;
-    if (tracker) {
-        content.threshold = tracker->threshold();
-        content.pitch = {"pitch", tracker->track(recording, options.recording)};
+    content.threshold = model ? model->threshold : options.threshold;
+    if (model) {
+        content.pitch = {"pitch", RecordingTracker(model->path, options.mode).track(recording, options.recording)};
         for (PitchRow& row : content.pitch.track) row.time += offset;
     } else {
-        content.threshold = options.threshold;
         content.pitch = {"pitch", readTrackOrReference(options.track)};
-        if (options.threshold) applyThreshold(content.pitch.track, *options.threshold);
     }
+    if (content.threshold) applyThreshold(content.pitch.track, *content.threshold);
     output.write(drawPlot(content, recording, offset, scale, format, size.width, size.height));
+}
+
+}  // namespace
+
+void addPlotCommand(CLI::App& app) {
+    const auto owned = std::make_shared<PlotOptions>();
+    PlotOptions& options = *owned;
+    CLI::App* command = app.add_subcommand("plot", "Draw a recording's spectrogram and pitch");
+    command->footer(kAboutPlot);
+    command->add_option("FILE", options.recording, "Recording, in any format that libsndfile reads")->required();
+    command->add_option("-o,--output", options.output, "The picture: a name that ends with .png or .svg")->required();
+    command->add_option("--start", options.start, "First instant that is shown [s]")->capture_default_str();
+    command->add_option("--duration", options.duration, "Seconds that are shown (default: up to the end)")
+        ->check(CLI::Range(0.001, 1e9).description("SECONDS"));
+    command->add_option("--track", options.track, "Show this track or .f0 file instead of tracking");
+    command->add_option("--overlay", options.overlays, "NAME=FILE: show this track or .f0 file as well")
+        ->allow_extra_args(false);
+    addModelOption(*command, options.model);
+    command->add_option("--threshold", options.threshold,
+                        "Rows with a lower confidence count as not voiced (default: as for track)");
+    addModeOption(*command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
+    command->add_option("--top-frequency", options.topFrequency, "End of the frequency axis [Hz]")->capture_default_str();
+    command->add_option("--bottom-frequency", options.bottomFrequency,
+                        "Beginning of the frequency axis [Hz] (default: 50, linear 0)");
+    command->add_flag("--linear", options.linear, "Linear frequency axis instead of a logarithmic one");
+    command->add_option("--range", options.range, "Levels from the loudest down to white [dB]")
+        ->check(CLI::Range(1.0, 200.0))
+        ->capture_default_str();
+    command->add_option("--size", options.size, "WIDTHxHEIGHT [pixels]")->capture_default_str();
+    command->add_option("--title", options.title, "Title (default: the recording's name)");
+    whenChosen(*command, [owned] { runPlot(*owned); });
 }
 
 }  // namespace katessel

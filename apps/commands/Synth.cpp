@@ -1,21 +1,46 @@
-#include "apps/commands/Synth.h"
-
+// `katessel synth`: a pitch track made audible.
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <memory>
+#include <numeric>
+#include <optional>
 #include <set>
+#include <string>
 #include <utility>
 
+#include "apps/commands/Commands.h"
 #include "recordings/audio/AudioFile.h"
 #include "recordings/audio/SoundWriter.h"
+#include "recordings/audio/ToneSynth.h"
 #include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
-#include "recordings/tracks/GivenTrack.h"
+#include "recordings/base/Text.h"
+#include "recordings/tracks/Reference.h"
+#include "tracking/Model.h"
 #include "tracking/RecordingTracker.h"
 
 namespace katessel {
 
 namespace {
+
+constexpr char kAboutSynth[] =
+    "Writes a tone that follows the pitch. FILE is a track (.csv, .tsv, .txt), an .f0\n"
+    "file, or else a recording, which is tracked first. The tone is as loud as the\n"
+    "recording; without one, its level follows the confidence. What would be clipped is\n"
+    "made quieter as a whole. 24 bits a sample.";
+
+struct SynthOptions {
+    std::string input;                // a track, an .f0 file or a recording, by its name
+    std::string output;               // .wav or .flac
+    std::string mix;                  // recording that is heard as well; empty: none
+    bool stereo = false;              // the recording on the left, the tone on the right
+    Waveform waveform = Waveform::harmonics;
+    std::optional<int> rate;          // [Hz]; none: the recording's, without one 48000
+    std::string model;                // for a recording; empty: the default model
+    std::optional<double> threshold;  // none: the model's own; of a given track, 0
+    TrackMode mode = TrackMode::offline;
+};
 
 constexpr int kUsualRate = 48000;          // [Hz]
 constexpr double kLevelSeconds = 0.03;     // of sound around a row whose level it takes
@@ -30,17 +55,16 @@ bool isTrackName(const std::string& path) {
 
 // The root mean square around each row.
 std::vector<float> levelsOf(const Recording& recording, const PitchTrack& track) {
-    std::vector<double> energy = {0.0};  // of all samples before
-    energy.reserve(recording.samples.size() + 1);
-    for (const double sample : recording.samples) energy.push_back(energy.back() + sample * sample);
     const auto sampleAt = [&](double time) {
-        return static_cast<std::size_t>(std::clamp(time * recording.rate, 0.0, static_cast<double>(energy.size() - 1)));
+        return static_cast<std::ptrdiff_t>(std::clamp(time * recording.rate, 0.0, static_cast<double>(recording.length())));
     };
     std::vector<float> levels;
     for (const PitchRow& row : track) {
-        const std::size_t from = sampleAt(row.time - 0.5 * kLevelSeconds), to = sampleAt(row.time + 0.5 * kLevelSeconds);
-        const double mean = to > from ? (energy[to] - energy[from]) / static_cast<double>(to - from) : 0.0;
-        levels.push_back(static_cast<float>(std::sqrt(std::max(mean, 0.0))));
+        const auto from = recording.samples.begin() + sampleAt(row.time - 0.5 * kLevelSeconds);
+        const auto to = recording.samples.begin() + sampleAt(row.time + 0.5 * kLevelSeconds);
+        const double energy =
+            std::accumulate(from, to, 0.0, [](double sum, double sample) { return sum + sample * sample; });
+        levels.push_back(static_cast<float>(to > from ? std::sqrt(energy / static_cast<double>(to - from)) : 0.0));
     }
     return levels;
 }
@@ -96,21 +120,22 @@ void checkOptions(const SynthOptions& options, bool fromTrack) {
             failUsage("cannot write", options.output, "a file of its own", "one that is read");
 }
 
-}  // namespace
-
 void runSynth(const SynthOptions& options) {
     const bool fromTrack = isTrackName(options.input);
     checkOptions(options, fromTrack);
-    std::optional<RecordingTracker> tracker;
-    if (!fromTrack) tracker.emplace(options.model, options.threshold, options.mode);
+    Model model;
     PitchTrack track;
-    if (fromTrack) track = givenTrack(options);
+    if (fromTrack)
+        track = givenTrack(options);
+    else
+        model = chooseModel(options.model, options.threshold);
 
     std::optional<Recording> recording;  // the one that is heard
     if (!options.mix.empty()) recording = readRecording(options.mix);
     if (!fromTrack) {
         Recording tracked = readRecording(options.input);
-        track = tracker->track(tracked, options.input);
+        track = RecordingTracker(model.path, options.mode).track(tracked, options.input);
+        applyThreshold(track, model.threshold);
         if (!recording) recording = std::move(tracked);
     }
     const int rate = recording ? recording->rate : options.rate.value_or(kUsualRate);
@@ -121,6 +146,31 @@ void runSynth(const SynthOptions& options) {
     std::vector<float> tone = followPitch(track, levels, options.waveform, rate, count);
     const OutputFile output(options.output);
     output.write(soundBytes(channelsOf(options, std::move(tone), recording), rate, options.output));
+}
+
+}  // namespace
+
+void addSynthCommand(CLI::App& app) {
+    const auto owned = std::make_shared<SynthOptions>();
+    SynthOptions& options = *owned;
+    CLI::App* command = app.add_subcommand("synth", "Make a pitch track audible");
+    command->footer(kAboutSynth);
+    command->add_option("FILE", options.input, "Track, .f0 file or recording")->required();
+    command->add_option("-o,--output", options.output, "Sound file: a name that ends with .wav or .flac")->required();
+    command->add_option("--mix", options.mix, "Let this recording be heard as well");
+    command->add_flag("--stereo", options.stereo, "Recording on the left, tone on the right");
+    const auto choose = [&options](const std::string& name) {
+        options.waveform = name == "sine" ? Waveform::sine : Waveform::harmonics;
+    };
+    command->add_option_function<std::string>("--waveform", choose, "harmonics: eight of them (default); sine: one")
+        ->check(CLI::IsMember({"harmonics", "sine"}));
+    command->add_option("--rate", options.rate, "Sample rate [Hz] of a track without a recording (default: 48000)")
+        ->check(CLI::Range(8000, 384000));
+    addModelOption(*command, options.model);
+    command->add_option("--threshold", options.threshold,
+                        "Rows with a lower confidence count as not voiced (default: as for track)");
+    addModeOption(*command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
+    whenChosen(*command, [owned] { runSynth(*owned); });
 }
 
 }  // namespace katessel

@@ -2,17 +2,12 @@
 
 #include <algorithm>
 #include <filesystem>
-
-#include "apps/formats/CsvWriter.h"
-#include "apps/formats/JsonWriter.h"
-#include "apps/formats/LabWriter.h"
-#include "apps/formats/MidiWriter.h"
-#include "apps/formats/NpyWriter.h"
-#include "apps/formats/PitchTierWriter.h"
+#include <limits>
 
 namespace katessel {
 
 const std::vector<TrackFormat>& trackFormats() {
+    // name, extension, hasRows, isBinary, bytes
     static const std::vector<TrackFormat> formats = {
         {"csv", ".csv", true, false, &csvText},
         {"tsv", ".tsv", true, false, &tsvText},
@@ -35,6 +30,24 @@ const TrackFormat& trackFormatOfFile(const std::string& path) {
     for (const TrackFormat& format : trackFormats())
         if (format.extension == extension) return format;
     return trackFormats().front();
+}
+
+const char* pitchColumn(PitchUnit unit) {
+    switch (unit) {
+        case PitchUnit::cents: return "cents";
+        case PitchUnit::midi: return "midi";
+        default: return "frequency";
+    }
+}
+
+double pitchOf(const PitchRow& row, const TrackDocument& document) {
+    if (row.frequency <= 0.0f)
+        return document.unvoiced == UnvoicedRows::zero ? 0.0 : std::numeric_limits<double>::quiet_NaN();
+    switch (document.unit) {
+        case PitchUnit::cents: return centsAbove440(row.frequency);
+        case PitchUnit::midi: return midiNote(row.frequency);
+        default: return static_cast<double>(row.frequency);
+    }
 }
 
 }  // namespace katessel

@@ -120,7 +120,7 @@ int JackInput::portLatency() const {
 
 std::uint32_t JackInput::now() const { return jack_frame_time(m_client.get()); }
 
-std::optional<LiveBlock> JackInput::take(std::vector<float>& samples) {
+std::optional<LiveBlock> JackInput::readRing(std::vector<float>& samples) {
     LiveBlock block;
     char* const to = reinterpret_cast<char*>(&block);
     if (jack_ringbuffer_peek(m_ring.get(), to, sizeof block) < sizeof block) return std::nullopt;
@@ -134,7 +134,7 @@ std::optional<LiveBlock> JackInput::take(std::vector<float>& samples) {
 }
 
 std::optional<LiveBlock> JackInput::next(std::vector<float>& samples, double seconds) {
-    std::optional<LiveBlock> block = take(samples);
+    std::optional<LiveBlock> block = readRing(samples);
     if (block) return block;
     timespec until = {};
     clock_gettime(CLOCK_MONOTONIC, &until);
@@ -142,7 +142,7 @@ std::optional<LiveBlock> JackInput::next(std::vector<float>& samples, double sec
     until.tv_sec += static_cast<time_t>(second);
     until.tv_nsec = static_cast<long>((second - std::floor(second)) * 1e9);
     sem_clockwait(&m_arrived, CLOCK_MONOTONIC, &until);  // sooner, after a signal or for a block that was taken already
-    return take(samples);
+    return readRing(samples);
 }
 
 }  // namespace katessel

@@ -44,7 +44,7 @@ private:
     static int onRate(jack_nframes_t rate, void* self);
     static int onXrun(void* self);
     static void onShutdown(void* self);
-    std::optional<LiveBlock> take(std::vector<float>& samples);
+    std::optional<LiveBlock> readRing(std::vector<float>& samples);
     void connect(const std::string& source);
 
     std::string m_source;

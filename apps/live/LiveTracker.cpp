@@ -27,46 +27,46 @@ void LiveTracker::start(const LiveBlock& block) {
     m_engine = {KTessel_Create(), &KTessel_Destroy};
     if (KTessel_Configure(m_plan->rate(), 0, m_plan->blockSize(), m_model.c_str(), m_engine.get()) != 0)
         fail("cannot load the model", m_model, "a weight file", "none");
-    m_waiting.assign(static_cast<std::size_t>(m_plan->leadSamples()), 0.0f);
+    m_queue.assign(static_cast<std::size_t>(m_plan->leadSamples()), 0.0f);
     m_blocks = 0;
-    m_heard = 0;
+    m_received = 0;
     m_startClock = block.clock;
 }
 
-void LiveTracker::take(const LiveBlock& block, const std::vector<float>& samples,
-                       const std::function<void(const LiveRow&)>& onRow) {
+void LiveTracker::process(const LiveBlock& block, const std::vector<float>& samples,
+                          const std::function<void(const LiveRow&)>& onRow) {
     if (!m_plan) start(block);
-    const double heard = static_cast<double>(m_heard) / m_plan->rate();
+    const double received = static_cast<double>(m_received) / m_plan->rate();
     // A difference of the clock is right across its end.
-    const auto missing = static_cast<std::int32_t>(block.clock - (m_startClock + static_cast<std::uint32_t>(m_heard)));
+    const auto missing = static_cast<std::int32_t>(block.clock - (m_startClock + static_cast<std::uint32_t>(m_received)));
     std::size_t known = 0;  // samples whose place is taken
     if (block.rate != m_plan->rate()) {
-        m_startTime += heard;
+        m_startTime += received;
         start(block);
     } else if (std::abs(missing) > block.rate) {
-        m_startTime += heard + static_cast<double>(std::max(missing, 0)) / block.rate;
+        m_startTime += received + static_cast<double>(std::max(missing, 0)) / block.rate;
         start(block);
     } else if (missing >= 0) {
-        hear(std::vector<float>(static_cast<std::size_t>(missing), 0.0f), 0);
+        enqueue(std::vector<float>(static_cast<std::size_t>(missing), 0.0f), 0);
     } else {
         // A period that was late for its own time had that of the next.
         known = std::min(static_cast<std::size_t>(-missing), samples.size());
     }
-    hear(samples, known);
-    feed(onRow);
+    enqueue(samples, known);
+    processQueue(onRow);
 }
 
-void LiveTracker::hear(const std::vector<float>& samples, std::size_t from) {
-    m_waiting.insert(m_waiting.end(), samples.begin() + static_cast<std::ptrdiff_t>(from), samples.end());
-    m_heard += static_cast<std::int64_t>(samples.size() - from);
+void LiveTracker::enqueue(const std::vector<float>& samples, std::size_t from) {
+    m_queue.insert(m_queue.end(), samples.begin() + static_cast<std::ptrdiff_t>(from), samples.end());
+    m_received += static_cast<std::int64_t>(samples.size() - from);
 }
 
-void LiveTracker::feed(const std::function<void(const LiveRow&)>& onRow) {
+void LiveTracker::processQueue(const std::function<void(const LiveRow&)>& onRow) {
     const auto size = static_cast<std::size_t>(m_plan->blockSize());
     std::size_t used = 0;
-    for (; used + size <= m_waiting.size(); used += size) {
+    for (; used + size <= m_queue.size(); used += size) {
         LiveRow row;
-        KTessel_DoProcess(m_waiting.data() + used, m_plan->blockSize(), &row.pitch.frequency, &row.pitch.confidence, 0,
+        KTessel_DoProcess(m_queue.data() + used, m_plan->blockSize(), &row.pitch.frequency, &row.pitch.confidence, 0,
                           m_engine.get());
         const std::int64_t before = m_plan->framesAfter(m_blocks++);
         const std::int64_t frames = m_plan->framesAfter(m_blocks);
@@ -78,7 +78,7 @@ void LiveTracker::feed(const std::function<void(const LiveRow&)>& onRow) {
         row.clock = m_startClock + static_cast<std::uint32_t>(std::llround(instant * row.rate));
         onRow(row);
     }
-    m_waiting.erase(m_waiting.begin(), m_waiting.begin() + static_cast<std::ptrdiff_t>(used));
+    m_queue.erase(m_queue.begin(), m_queue.begin() + static_cast<std::ptrdiff_t>(used));
 }
 
 double LiveTracker::engineLatency() const {

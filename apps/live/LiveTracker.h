@@ -30,26 +30,26 @@ public:
     explicit LiveTracker(std::string model) : m_model(std::move(model)) {}
 
     // Hands every row that the block completes to `onRow`. So that times stay true, up to a second that is missing before
-    // the block is taken as silence, and what comes for a time that has been heard is dropped; after more than that, and
+    // the block is taken as silence, and samples for a time that has passed are dropped; after more than that, and
     // at another rate, the engine starts anew. Fails at a rate that the engine cannot take.
-    void take(const LiveBlock& block, const std::vector<float>& samples, const std::function<void(const LiveRow&)>& onRow);
+    void process(const LiveBlock& block, const std::vector<float>& samples, const std::function<void(const LiveRow&)>& onRow);
 
     // How far after a row's instant the block of sound ends that completes it, at most [s].
     double engineLatency() const;
 
 private:
     void start(const LiveBlock& block);
-    void hear(const std::vector<float>& samples, std::size_t from);
-    void feed(const std::function<void(const LiveRow&)>& onRow);
+    void enqueue(const std::vector<float>& samples, std::size_t from);
+    void processQueue(const std::function<void(const LiveRow&)>& onRow);
 
     std::string m_model;
     std::unique_ptr<void, void (*)(void*)> m_engine{nullptr, nullptr};
     std::optional<StreamPlan> m_plan;
-    std::vector<float> m_waiting;     // less than a block of the plan, between calls
-    std::int64_t m_blocks = 0;        // of the plan, that the engine has heard
-    std::int64_t m_heard = 0;         // [samples] since the start, missing ones included
+    std::vector<float> m_queue;    // less than a block of the plan, between calls
+    std::int64_t m_blocks = 0;     // of the plan, that the engine has processed
+    std::int64_t m_received = 0;   // [samples] since the start, missing ones included
     std::uint32_t m_startClock = 0;
-    double m_startTime = 0.0;         // [s]
+    double m_startTime = 0.0;      // [s]
 };
 
 }  // namespace katessel

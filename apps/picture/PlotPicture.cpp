@@ -4,9 +4,8 @@
 #include <array>
 #include <cmath>
 
-#include "apps/picture/ColourScale.h"
 #include "apps/picture/Spectrogram.h"
-#include "recordings/base/Errors.h"
+#include "recordings/base/Text.h"
 
 namespace katessel {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "apps/picture/Canvas.h"
-#include "apps/picture/FrequencyScale.h"
+#include "apps/picture/Scales.h"
 #include "recordings/audio/AudioFile.h"
 #include "recordings/tracks/PitchTrack.h"
 

@@ -33,8 +33,8 @@ public:
     double binsPerHertz() const { return static_cast<double>(m_transform) / m_recording.rate; }
     int bins() const { return m_transform / 2; }
 
-    // Raises `levels`, one per bin [dB], to those of the frame around `time` [s].
-    void raise(double time, std::vector<float>& levels) {
+    // Peak hold: where the frame around `time` [s] is louder, its level replaces that in `levels`, one per bin [dB].
+    void holdPeaks(double time, std::vector<float>& levels) {
         const std::int64_t first = std::llround(time * m_recording.rate) - static_cast<std::int64_t>(m_window.size()) / 2;
         std::fill(m_data.begin(), m_data.end(), 0.0f);
         for (std::size_t i = 0; i < m_window.size(); ++i) {
@@ -65,8 +65,8 @@ float loudest(const std::vector<float>& levels, double low, double high) {
     const auto last = static_cast<std::size_t>(levels.size() - 1);
     const auto below = static_cast<std::size_t>(middle);
     if (below >= last) return kSilentLevel;
-    const double part = middle - std::floor(middle);
-    auto level = static_cast<float>((1.0 - part) * levels[below] + part * levels[below + 1]);
+    const double fraction = middle - std::floor(middle);
+    auto level = static_cast<float>((1.0 - fraction) * levels[below] + fraction * levels[below + 1]);
     for (auto k = static_cast<std::size_t>(std::ceil(low)); k <= std::min(static_cast<std::size_t>(high), last); ++k)
         level = std::max(level, levels[k]);
     return level;
@@ -86,7 +86,7 @@ Spectrogram makeSpectrogram(const Recording& recording, double start, double dur
     const int frames = static_cast<int>(std::clamp(std::ceil(width / kFrameSeconds), 1.0, kMostFrames));
     for (int c = 0; c < columns; ++c) {
         std::vector<float> levels(static_cast<std::size_t>(analyser.bins()), kSilentLevel);
-        for (int f = 0; f < frames; ++f) analyser.raise(start + width * (c + (f + 0.5) / frames), levels);
+        for (int f = 0; f < frames; ++f) analyser.holdPeaks(start + width * (c + (f + 0.5) / frames), levels);
         for (int r = 0; r < rows; ++r) {
             const auto i = static_cast<std::size_t>(r);
             picture.levels[i * static_cast<std::size_t>(columns) + static_cast<std::size_t>(c)] =

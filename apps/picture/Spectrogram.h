@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "apps/picture/FrequencyScale.h"
+#include "apps/picture/Scales.h"
 #include "recordings/audio/AudioFile.h"
 
 namespace katessel {

@@ -1,10 +1,15 @@
 #include "recordings/audio/AudioFile.h"
 
-#include <algorithm>
-#include <cmath>
+#include <samplerate.h>
 
-#include "recordings/audio/SoundSource.h"
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <filesystem>
+#include <set>
+
 #include "recordings/base/Errors.h"
+#include "recordings/base/Text.h"
 
 namespace katessel {
 
@@ -12,6 +17,10 @@ namespace {
 
 constexpr int kChunk = 4096;            // [frames] per read
 constexpr float kLargestSample = 1e6f;  // far above any scale in use; powers of it still fit in a float
+
+// Of the formats that libsndfile reads.
+const std::set<std::string> kExtensions = {".aif",  ".aifc", ".aiff", ".au",  ".caf", ".flac", ".mp3", ".oga", ".ogg",
+                                           ".opus", ".rf64", ".snd",  ".sph", ".voc", ".w64",  ".wav", ".wave"};
 
 // One sample of all channels' samples of an instant.
 class ChannelChoice {
@@ -58,6 +67,12 @@ void skip(SoundSource& source, std::int64_t frames, std::vector<float>& chunk) {
 
 }  // namespace
 
+bool isNamedLikeSound(const std::string& path) {
+    std::string extension = std::filesystem::path(path).extension().string();
+    for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return kExtensions.count(extension) != 0;
+}
+
 Recording readRecording(const std::string& path, const SoundSelection& selection) {
     const std::unique_ptr<SoundSource> source = openSound(path, selection.raw);
     const int channels = source->channels();
@@ -83,6 +98,27 @@ Recording readRecording(const std::string& path, const SoundSelection& selection
     }
     if (recording.samples.empty() && from == 0) fail(kCannotRead, path, "at least 1 sample", "0 samples");
     return recording;
+}
+
+Recording convertRate(const Recording& recording, int rate, const std::string& path) {
+    const double ratio = static_cast<double>(rate) / recording.rate;
+    if (src_is_valid_ratio(ratio) == 0)
+        fail("cannot convert the recording", path, "a sample rate of 94 to 6144000 Hz",
+             std::to_string(recording.rate) + " Hz");
+
+    Recording converted;
+    converted.rate = rate;
+    converted.samples.resize(static_cast<std::size_t>(std::ceil(static_cast<double>(recording.length()) * ratio)));
+    SRC_DATA job = {};
+    job.data_in = recording.samples.data();
+    job.input_frames = static_cast<long>(recording.length());
+    job.data_out = converted.samples.data();
+    job.output_frames = static_cast<long>(converted.length());
+    job.src_ratio = ratio;
+    const int error = src_simple(&job, SRC_SINC_BEST_QUALITY, 1);
+    if (error != 0) fail("cannot convert the recording", path, std::to_string(rate) + " Hz", src_strerror(error));
+    converted.samples.resize(static_cast<std::size_t>(job.output_frames_gen));
+    return converted;
 }
 
 }  // namespace katessel

@@ -1,4 +1,4 @@
-// Reading a recording: any file that libsndfile reads, as one channel.
+// Recordings: any file that libsndfile reads, as one channel.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "recordings/audio/RawForm.h"
+#include "recordings/audio/SoundSource.h"
 
 namespace katessel {
 
@@ -27,9 +27,17 @@ struct SoundSelection {
     std::optional<RawForm> raw;  // none: the file says itself what it is
 };
 
+// What counts as a recording where folders are searched: the file's extension, in capitals or not. A recording with
+// another one can still be named by itself.
+bool isNamedLikeSound(const std::string& path);
+
 // Reads what is selected; nothing where the recording ends before. Fails when there is no such file, when its format is
 // unknown or broken, when it holds no samples, and when a sample is not a number or absurdly large: one such sample
 // would poison the estimates around it without a trace in the output. The path "-" is standard input.
 Recording readRecording(const std::string& path, const SoundSelection& selection = {});
+
+// The same sound at `rate` [Hz], aligned in time with the original: for rates that the engine cannot stream without
+// losing samples. `path` is named when it fails.
+Recording convertRate(const Recording& recording, int rate, const std::string& path);
 
 }  // namespace katessel

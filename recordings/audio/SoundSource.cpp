@@ -1,9 +1,8 @@
 #include "recordings/audio/SoundSource.h"
 
-#include <sndfile.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +11,7 @@
 #include <system_error>
 #include <vector>
 
+#include "recordings/audio/MemoryFile.h"
 #include "recordings/base/Errors.h"
 
 namespace katessel {
@@ -38,42 +38,10 @@ OpenFile openFile(const std::string& path) {
     return file;
 }
 
-// Bytes in memory as libsndfile asks for them: most formats cannot be read from a pipe.
-struct Bytes {
-    std::vector<char> all;
-    sf_count_t position = 0;
-
-    sf_count_t size() const { return static_cast<sf_count_t>(all.size()); }
-};
-
-Bytes& bytesOf(void* data) { return *static_cast<Bytes*>(data); }
-
-SF_VIRTUAL_IO memoryAccess() {
-    SF_VIRTUAL_IO io = {};
-    io.get_filelen = [](void* data) { return bytesOf(data).size(); };
-    io.tell = [](void* data) { return bytesOf(data).position; };
-    io.write = [](const void*, sf_count_t, void*) { return sf_count_t{0}; };
-    io.seek = [](sf_count_t offset, int whence, void* data) {
-        Bytes& bytes = bytesOf(data);
-        const sf_count_t from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? bytes.position : bytes.size();
-        bytes.position = std::clamp<sf_count_t>(from + offset, 0, bytes.size());
-        return bytes.position;
-    };
-    io.read = [](void* to, sf_count_t count, void* data) {
-        Bytes& bytes = bytesOf(data);
-        const sf_count_t given = std::clamp<sf_count_t>(count, 0, bytes.size() - bytes.position);
-        std::copy_n(bytes.all.data() + bytes.position, given, static_cast<char*>(to));
-        bytes.position += given;
-        return given;
-    };
-    return io;
-}
-
-std::vector<char> readEverything(std::FILE* file, const std::string& path) {
-    std::vector<char> bytes;
+std::string readEverything(std::FILE* file, const std::string& path) {
+    std::string bytes;
     char chunk[65536];
-    while (const std::size_t count = std::fread(chunk, 1, sizeof chunk, file))
-        bytes.insert(bytes.end(), chunk, chunk + count);
+    while (const std::size_t count = std::fread(chunk, 1, sizeof chunk, file)) bytes.append(chunk, count);
     if (std::ferror(file) != 0) fail(kCannotRead, path, "sound up to its end", std::strerror(errno));
     return bytes;
 }
@@ -83,7 +51,7 @@ public:
     explicit SoundFileSource(const std::string& path) : m_path(path) {
         const OpenFile file = openFile(path);
         const bool streamed = path == kStandardStream;
-        if (streamed) m_bytes.all = readEverything(file.get(), path);
+        if (streamed) m_standardInput.bytes = readEverything(file.get(), path);
         open(streamed);
         if (m_info.samplerate < 1) fail(kCannotRead, path, "a sample rate above 0", std::to_string(m_info.samplerate));
         m_rate = m_info.samplerate;
@@ -92,8 +60,8 @@ public:
 
     std::int64_t expectedFrames() const override {
         std::error_code error;
-        const std::uintmax_t bytes =
-            m_bytes.all.empty() ? std::filesystem::file_size(m_path, error) : m_bytes.all.size();
+        const std::uintmax_t bytes = m_standardInput.bytes.empty() ? std::filesystem::file_size(m_path, error)
+                                                                   : m_standardInput.bytes.size();
         if (error || m_info.frames < 0) return 0;
         return static_cast<std::uintmax_t>(m_info.frames) <= bytes * kMostFramesPerByte ? m_info.frames : 0;
     }
@@ -115,17 +83,32 @@ private:
         // The reason why a file cannot be opened is kept for the whole process.
         static std::mutex reason;
         const std::lock_guard lock(reason);
-        SF_VIRTUAL_IO io = memoryAccess();
-        m_file.reset(fromMemory ? sf_open_virtual(&io, SFM_READ, &m_info, &m_bytes)
+        m_file.reset(fromMemory ? openMemory(m_standardInput, SFM_READ, m_info)
                                 : sf_open(m_path.c_str(), SFM_READ, &m_info));
         if (!m_file) fail(kCannotRead, m_path, "a known audio format", sf_strerror(nullptr));
     }
 
     std::string m_path;
-    Bytes m_bytes;  // of standard input
+    MemoryFile m_standardInput;
     SF_INFO m_info = {};
     std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> m_file{nullptr, &sf_close};
 };
+
+std::uint32_t littleEndian(const unsigned char* bytes, int size) {
+    std::uint32_t value = 0;
+    for (int i = size; i-- > 0;) value = value << 8 | bytes[i];
+    return value;
+}
+
+// Converts `count` samples from their bytes, integers to -1 .. 1.
+void decodeSamples(RawSample sample, const unsigned char* bytes, int count, float* samples) {
+    for (int i = 0; i < count; ++i) {
+        if (sample == RawSample::float32)
+            samples[i] = std::bit_cast<float>(littleEndian(bytes + 4 * i, 4));
+        else
+            samples[i] = static_cast<float>(static_cast<std::int16_t>(littleEndian(bytes + 2 * i, 2))) / 32768.0f;
+    }
+}
 
 class RawSource : public SoundSource {
 public:

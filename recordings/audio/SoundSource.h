@@ -6,9 +6,19 @@
 #include <optional>
 #include <string>
 
-#include "recordings/audio/RawForm.h"
-
 namespace katessel {
+
+// Sound without a header: interleaved little-endian samples.
+enum class RawSample { float32, int16 };
+
+struct RawForm {
+    RawSample sample = RawSample::float32;
+    int rate = 0;  // [Hz]
+    int channels = 1;
+
+    int sampleBytes() const { return sample == RawSample::float32 ? 4 : 2; }
+    int frameBytes() const { return channels * sampleBytes(); }
+};
 
 constexpr char kCannotRead[] = "cannot read the recording";
 constexpr char kStandardStream[] = "-";  // names standard input and standard output

@@ -1,14 +1,12 @@
 #include "recordings/audio/SoundWriter.h"
 
-#include <sndfile.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <memory>
+#include <utility>
 
+#include "recordings/audio/MemoryFile.h"
 #include "recordings/base/Errors.h"
+#include "recordings/base/Text.h"
 
 namespace katessel {
 
@@ -25,41 +23,6 @@ int formatOf(const std::string& path) {
               extension.empty() ? "no extension" : extension);
 }
 
-// A file in memory, as libsndfile sees it.
-struct MemoryFile {
-    std::string bytes;
-    sf_count_t position = 0;
-
-    sf_count_t size() const { return static_cast<sf_count_t>(bytes.size()); }
-
-    static sf_count_t length(void* user) { return static_cast<MemoryFile*>(user)->size(); }
-    static sf_count_t tell(void* user) { return static_cast<MemoryFile*>(user)->position; }
-
-    static sf_count_t seek(sf_count_t offset, int whence, void* user) {
-        MemoryFile& file = *static_cast<MemoryFile*>(user);
-        const sf_count_t origin = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? file.position : file.size();
-        file.position = std::max<sf_count_t>(origin + offset, 0);
-        return file.position;
-    }
-
-    static sf_count_t read(void* to, sf_count_t count, void* user) {
-        MemoryFile& file = *static_cast<MemoryFile*>(user);
-        const sf_count_t there = std::clamp<sf_count_t>(file.size() - file.position, 0, count);
-        std::memcpy(to, file.bytes.data() + file.position, static_cast<std::size_t>(there));
-        file.position += there;
-        return there;
-    }
-
-    static sf_count_t write(const void* from, sf_count_t count, void* user) {
-        MemoryFile& file = *static_cast<MemoryFile*>(user);
-        const auto end = static_cast<std::size_t>(file.position + count);
-        if (end > file.bytes.size()) file.bytes.resize(end);
-        std::memcpy(file.bytes.data() + file.position, from, static_cast<std::size_t>(count));
-        file.position += count;
-        return count;
-    }
-};
-
 }  // namespace
 
 void checkSoundName(const std::string& path) { formatOf(path); }
@@ -72,10 +35,8 @@ std::string soundBytes(const std::vector<std::vector<float>>& channels, int rate
     const std::size_t frames = channels.front().size();
     if (3.0 * static_cast<double>(frames) * static_cast<double>(channels.size()) > kMostBytes)
         fail(kCannotWrite, path, "at most 4 GB of sound", shortNumber(static_cast<double>(frames) / rate) + " s");
-    SF_VIRTUAL_IO access = {&MemoryFile::length, &MemoryFile::seek, &MemoryFile::read, &MemoryFile::write,
-                            &MemoryFile::tell};
     MemoryFile file;
-    std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> out(sf_open_virtual(&access, SFM_WRITE, &info, &file), &sf_close);
+    std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> out(openMemory(file, SFM_WRITE, info), &sf_close);
     if (!out) fail(kCannotWrite, path, "a rate and channels that the format takes", sf_strerror(nullptr));
     sf_command(out.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
     std::vector<float> frame(channels.size());
@@ -85,7 +46,7 @@ std::string soundBytes(const std::vector<std::vector<float>>& channels, int rate
             fail(kCannotWrite, path, "room for the sound", sf_strerror(out.get()));
     }
     out.reset();  // lengths go into the header at the end
-    return file.bytes;
+    return std::move(file.bytes);
 }
 
 }  // namespace katessel

@@ -25,10 +25,4 @@ void printError(const std::string& message) {
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 
-std::string shortNumber(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%g", value);
-    return text;
-}
-
 }  // namespace katessel

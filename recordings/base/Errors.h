@@ -32,7 +32,4 @@ std::string errorMessage(const std::string& what, const std::string& where, cons
 // Prints "katessel: MESSAGE" as exactly one line: line breaks and control characters become blanks.
 void printError(const std::string& message);
 
-// A number in a message, with the digits that it needs and no more.
-std::string shortNumber(double value);
-
 }  // namespace katessel

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <set>
 #include <system_error>
+#include <utility>
 
 #include "recordings/base/Errors.h"
 
@@ -60,6 +61,8 @@ int createTemporary(const fs::path& path) {
     return descriptor;
 }
 
+fs::path temporaryName(fs::path path) { return path += '.' + std::to_string(::getpid()) + ".part"; }
+
 // Renames the file unless there was an error before. Returns 0 or an error number, and then the file is gone.
 int finishTemporary(const fs::path& path, const fs::path& name, int error) {
     const std::lock_guard lock(temporaries().lock);
@@ -104,10 +107,7 @@ void OutputFile::write(const std::string& text) const {
 }
 
 void OutputFile::replaceWith(const std::string& text) const {
-    fs::path temporary = m_path;
-    temporary += '.';
-    temporary += std::to_string(::getpid());
-    temporary += ".part";
+    const fs::path temporary = temporaryName(m_path);
     const int descriptor = createTemporary(temporary);
     if (descriptor < 0) failWriting(m_path.string(), "a new file in its folder", std::strerror(errno));
     const int error = finishTemporary(temporary, m_path, writeAndClose(descriptor, text));
@@ -119,6 +119,33 @@ bool OutputFile::isTerminal() const { return m_path.empty() && ::isatty(STDOUT_F
 void OutputFile::abandonAll() {
     temporaries().lock.lock();  // for good
     for (const fs::path& path : temporaries().paths) ::unlink(path.c_str());
+}
+
+GrowingFile::~GrowingFile() {
+    if (m_descriptor >= 0) close();
+}
+
+void GrowingFile::append(const std::string& text) {
+    if (m_descriptor < 0) open();
+    const int error = writeAll(m_descriptor, text);
+    if (error != 0) failWriting(m_target.m_path.string(), "room for the result", std::strerror(error));
+}
+
+void GrowingFile::finish() {
+    if (m_descriptor < 0) open();
+    const int error = close();
+    if (error != 0) failWriting(m_target.m_path.string(), "room for the result", std::strerror(error));
+}
+
+void GrowingFile::open() {
+    m_temporary = temporaryName(m_target.m_path);
+    m_descriptor = m_target.m_direct ? ::open(m_target.m_path.c_str(), O_WRONLY | O_CLOEXEC) : createTemporary(m_temporary);
+    if (m_descriptor < 0) failWriting(m_target.m_path.string(), "a new file in its folder", std::strerror(errno));
+}
+
+int GrowingFile::close() {
+    const int error = ::close(std::exchange(m_descriptor, -1)) != 0 ? errno : 0;
+    return m_target.m_direct ? error : finishTemporary(m_temporary, m_target.m_path, error);
 }
 
 }  // namespace katessel

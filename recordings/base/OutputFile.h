@@ -25,10 +25,35 @@ public:
     static void abandonAll();
 
 private:
+    friend class GrowingFile;
     void replaceWith(const std::string& text) const;
 
     std::filesystem::path m_path;  // links followed, unless it is a device or a pipe
     bool m_direct = false;
+};
+
+// A file that comes piece by piece over a long time. It grows under a temporary name in its folder, NAME.PROCESS.part, so
+// that whatever ends the process leaves what has come, and gets its own name when it is finished or destroyed.
+class GrowingFile {
+public:
+    // Fails at once when the path cannot be written; makes nothing yet.
+    explicit GrowingFile(const std::string& path) : m_target(path) {}
+    GrowingFile(const GrowingFile&) = delete;
+    GrowingFile& operator=(const GrowingFile&) = delete;
+    ~GrowingFile();
+
+    // Hands the text to the system.
+    void append(const std::string& text);
+
+    void finish();
+
+private:
+    void open();
+    int close();  // returns 0 or an error number
+
+    OutputFile m_target;
+    std::filesystem::path m_temporary;
+    int m_descriptor = -1;  // -1: not open
 };
 
 }  // namespace katessel

@@ -17,48 +17,49 @@ double centsBetween(float estimate, float truth) {
     return 1200.0 * std::log2(static_cast<double>(estimate) / static_cast<double>(truth));
 }
 
-double part(std::int64_t some, std::int64_t all) {
-    return all > 0 ? static_cast<double>(some) / static_cast<double>(all) : std::numeric_limits<double>::quiet_NaN();
+// Not a number of nothing.
+double ratio(std::int64_t count, std::int64_t all) {
+    return all > 0 ? static_cast<double>(count) / static_cast<double>(all) : std::numeric_limits<double>::quiet_NaN();
 }
 
 }  // namespace
 
-void Scores::add(const std::vector<float>& truth, const std::vector<RawFrame>& estimate, double threshold) {
+void Scores::add(const std::vector<float>& truth, const PitchTrack& estimate, double threshold) {
     const std::int64_t frames = static_cast<std::int64_t>(std::min(truth.size(), estimate.size()));
     if (m_distances.empty()) m_distances.resize(kCentsSteps + 1);
     for (std::int64_t t = 0; t < frames; ++t) {
         const float hz = truth[static_cast<std::size_t>(t)];
         if (hz < 0.0f) continue;
-        const RawFrame& frame = estimate[static_cast<std::size_t>(t)];
+        const PitchRow& row = estimate[static_cast<std::size_t>(t)];
         const bool voiced = hz > 0.0f;
-        const bool reported = frame.frequency > 0.0f && frame.confidence >= threshold;
+        const bool reported = row.frequency > 0.0f && row.confidence >= threshold;
         ++m_frames;
         ++(voiced ? m_voiced : m_unvoiced);
         if (reported) ++m_reported;
         if (reported) ++(voiced ? m_reportedVoiced : m_reportedUnvoiced);
 
-        const double confidence = std::clamp(static_cast<double>(frame.confidence), 0.0, 1.0);
+        const double confidence = std::clamp(static_cast<double>(row.confidence), 0.0, 1.0);
         const int bin = std::min(static_cast<int>(confidence * kCalibrationBins), kCalibrationBins - 1);
         ++m_calibrationFrames[bin];
         m_calibrationSum[bin] += confidence;
         if (voiced) ++m_calibrationVoiced[bin];
         if (!voiced) continue;
 
-        const double cents = centsBetween(frame.frequency, hz);
+        const double cents = centsBetween(row.frequency, hz);
         for (int i = 0; i < 3; ++i)
             if (std::fabs(cents) <= kCents[i]) ++m_within[i];
         if (std::isfinite(cents) && std::fabs(std::remainder(cents, 1200.0)) <= kCents[0]) ++m_chroma;
         if (!reported) continue;
         if (std::fabs(cents) <= kCents[0]) ++m_right;
-        if (std::fabs(static_cast<double>(frame.frequency) / static_cast<double>(hz) - 1.0) > kGross) ++m_gross;
+        if (std::fabs(static_cast<double>(row.frequency) / static_cast<double>(hz) - 1.0) > kGross) ++m_gross;
         ++m_distances[static_cast<std::size_t>(std::min(std::fabs(cents) * 10.0, static_cast<double>(kCentsSteps)))];
     }
     for (int shift = -kMaxShift; shift <= kMaxShift; ++shift)
         for (std::int64_t t = kMaxShift; t + kMaxShift < frames; ++t) {
             const float hz = truth[static_cast<std::size_t>(t)];
-            const RawFrame& frame = estimate[static_cast<std::size_t>(t + shift)];
+            const PitchRow& row = estimate[static_cast<std::size_t>(t + shift)];
             // Close enough that a glide tells neighbouring shifts apart.
-            if (hz > 0.0f && frame.confidence >= threshold && std::fabs(centsBetween(frame.frequency, hz)) <= 10.0)
+            if (hz > 0.0f && row.confidence >= threshold && std::fabs(centsBetween(row.frequency, hz)) <= 10.0)
                 ++m_agreeing[shift + kMaxShift];
         }
 }
@@ -86,18 +87,18 @@ void Scores::add(const Scores& other) {
 
 double Scores::rawPitchAccuracy(int cents) const {
     for (int i = 0; i < 3; ++i)
-        if (kCents[i] == cents) return part(m_within[i], m_voiced);
+        if (kCents[i] == cents) return ratio(m_within[i], m_voiced);
     return std::numeric_limits<double>::quiet_NaN();
 }
 
-double Scores::rawChromaAccuracy() const { return part(m_chroma, m_voiced); }
-double Scores::grossErrorRate() const { return part(m_gross, m_reportedVoiced); }
-double Scores::voicingRecall() const { return part(m_reportedVoiced, m_voiced); }
-double Scores::voicingFalseAlarm() const { return part(m_reportedUnvoiced, m_unvoiced); }
-double Scores::precision() const { return part(m_right, m_reported); }
-double Scores::recall() const { return part(m_right, m_voiced); }
-double Scores::f1() const { return part(2 * m_right, m_voiced > 0 ? m_reported + m_voiced : 0); }
-double Scores::overallAccuracy() const { return part(m_right + m_unvoiced - m_reportedUnvoiced, m_frames); }
+double Scores::rawChromaAccuracy() const { return ratio(m_chroma, m_voiced); }
+double Scores::grossErrorRate() const { return ratio(m_gross, m_reportedVoiced); }
+double Scores::voicingRecall() const { return ratio(m_reportedVoiced, m_voiced); }
+double Scores::voicingFalseAlarm() const { return ratio(m_reportedUnvoiced, m_unvoiced); }
+double Scores::precision() const { return ratio(m_right, m_reported); }
+double Scores::recall() const { return ratio(m_right, m_voiced); }
+double Scores::f1() const { return ratio(2 * m_right, m_voiced > 0 ? m_reported + m_voiced : 0); }
+double Scores::overallAccuracy() const { return ratio(m_right + m_unvoiced - m_reportedUnvoiced, m_frames); }
 
 double Scores::medianCents() const {
     std::int64_t below = 0;
@@ -119,14 +120,14 @@ double Scores::offsetSeconds() const {
         const double curvature = before - 2.0 * static_cast<double>(*best) + after;
         if (curvature < 0.0) fraction = 0.5 * (before - after) / curvature;
     }
-    return (static_cast<double>(i - kMaxShift) + fraction) * 0.005;
+    return (static_cast<double>(i - kMaxShift) + fraction) * kHopSeconds;
 }
 
 std::array<Scores::CalibrationBin, kCalibrationBins> Scores::calibration() const {
     std::array<CalibrationBin, kCalibrationBins> bins;
     for (std::size_t i = 0; i < bins.size(); ++i) {
         bins[i].frames = m_calibrationFrames[i];
-        bins[i].voiced = part(m_calibrationVoiced[i], m_calibrationFrames[i]);
+        bins[i].voiced = ratio(m_calibrationVoiced[i], m_calibrationFrames[i]);
         bins[i].confidence = m_calibrationSum[i] / static_cast<double>(std::max<std::int64_t>(m_calibrationFrames[i], 1));
     }
     return bins;

@@ -13,20 +13,15 @@
 
 namespace katessel {
 
-// One frame of an analysis, before anything was decided about voicing.
-struct RawFrame {
-    float frequency = 0.0f;   // [Hz] whatever the confidence; 0: none given
-    float confidence = 0.0f;
-};
-
 constexpr int kCalibrationBins = 10;
 
 // Counts that add up over recordings, and the figures that follow from them.
 class Scores {
 public:
-    // Adds one recording: truth [Hz, 0 none, -1 not scored] and estimate on the same 5 ms grid; the shorter of the two
-    // ends it. A frame counts as reported voiced when its confidence reaches `threshold` and it has a frequency.
-    void add(const std::vector<float>& truth, const std::vector<RawFrame>& estimate, double threshold);
+    // Adds one recording: truth [Hz, 0 none, -1 not scored] and estimate, both a value every 5 ms from 0; the shorter of
+    // the two ends it. A row counts as reported voiced when its confidence reaches `threshold` and it has a frequency;
+    // rows below the threshold keep theirs.
+    void add(const std::vector<float>& truth, const PitchTrack& estimate, double threshold);
 
     // Adds what another one counted.
     void add(const Scores& other);

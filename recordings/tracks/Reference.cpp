@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "recordings/base/Errors.h"
+#include "recordings/base/Text.h"
 
 namespace katessel {
 
@@ -56,8 +58,8 @@ void forEachRow(const std::string& path, std::size_t columns, bool mayHaveHeader
 std::vector<float> readReference(const std::string& path) {
     std::vector<float> frequencies;
     forEachRow(path, 2, false, [&](const std::vector<double>& numbers, std::size_t line) {
-        const double expected = static_cast<double>(frequencies.size()) * kFrameSeconds;
-        if (std::fabs(numbers[0] - expected) > 0.1 * kFrameSeconds)
+        const double expected = static_cast<double>(frequencies.size()) * kHopSeconds;
+        if (std::fabs(numbers[0] - expected) > 0.1 * kHopSeconds)
             fail(kCannotRead, path, shortNumber(expected) + " s in line " + std::to_string(line),
                  shortNumber(numbers[0]) + " s");
         if (!std::isfinite(numbers[1]) || (numbers[1] < 0.0 && numbers[1] != -1.0))
@@ -81,11 +83,21 @@ PitchTrack readTrack(const std::string& path) {
     return track;
 }
 
+PitchTrack readTrackOrReference(const std::string& path) {
+    if (std::filesystem::path(path).extension() != ".f0") return readTrack(path);
+    PitchTrack track;
+    for (const float frequency : readReference(path)) {
+        const double time = static_cast<double>(track.size()) * kHopSeconds;
+        track.push_back({time, std::max(frequency, 0.0f), frequency > 0.0f ? 1.0f : 0.0f});
+    }
+    return track;
+}
+
 PitchTrack onGrid(const PitchTrack& track, std::size_t frames, double tolerance) {
     PitchTrack grid(frames);
     auto next = track.begin();
     for (std::size_t f = 0; f < frames; ++f) {
-        const double time = static_cast<double>(f) * kFrameSeconds;
+        const double time = static_cast<double>(f) * kHopSeconds;
         next = std::lower_bound(next, track.end(), time, [](const PitchRow& row, double t) { return row.time < t; });
         auto nearest = next;
         if (next == track.end() || (next != track.begin() && time - (next - 1)->time < next->time - time))

@@ -4,12 +4,11 @@
 #include <cmath>
 #include <numbers>
 
-#include "apps/commands/TestSound.h"
-#include "apps/live/LiveDisplay.h"
+#include "apps/live/LiveOutput.h"
 #include "apps/live/LiveTracker.h"
 #include "recordings/audio/AudioFile.h"
-#include "tracking/ModelPath.h"
-#include "tracking/StreamTrack.h"
+#include "tracking/Model.h"
+#include "tracking/RecordingTracker.h"
 
 using namespace katessel;
 
@@ -27,7 +26,7 @@ public:
             const auto count = std::min(size, sound.size() - at);
             const LiveBlock block = {m_clock, static_cast<std::uint32_t>(count), rate};
             m_clock += block.count;
-            m_tracker.take(block, {from, from + static_cast<std::ptrdiff_t>(count)}, [&](const LiveRow& row) {
+            m_tracker.process(block, {from, from + static_cast<std::ptrdiff_t>(count)}, [&](const LiveRow& row) {
                 rows.push_back(row);
                 arrivals.push_back(m_clock);
             });
@@ -45,16 +44,21 @@ private:
     LiveTracker m_tracker;
 };
 
-std::vector<float> tone(double frequency, int rate, double seconds) {
+// Six harmonics, from one frequency [Hz] to the other.
+std::vector<float> glide(double from, double to, int rate, double seconds) {
     std::vector<float> sound(static_cast<std::size_t>(seconds * rate));
+    double phase = 0.0;
     for (std::size_t i = 0; i < sound.size(); ++i) {
+        const double fraction = static_cast<double>(i) / static_cast<double>(sound.size());
+        phase += 2.0 * std::numbers::pi * from * std::pow(to / from, fraction) / rate;
         double sum = 0.0;
-        for (int h = 1; h <= 6; ++h)
-            sum += 0.2 / h * std::sin(2.0 * std::numbers::pi * h * frequency * static_cast<double>(i) / rate);
+        for (int h = 1; h <= 6; ++h) sum += 0.2 / h * std::sin(h * phase);
         sound[i] = static_cast<float>(sum);
     }
     return sound;
 }
+
+std::vector<float> tone(double frequency, int rate, double seconds) { return glide(frequency, frequency, rate, seconds); }
 
 // All rows between two times are about a frequency; there are as many as fit.
 void expectPitch(const Stream& stream, double frequency, double from, double to) {
@@ -75,8 +79,8 @@ TEST(LiveTracker, blocksOfAnySizeGiveTheTrackOfTheWhole) {
         std::size_t period;
     };
     for (const Case& c : {Case{48000, 64}, {48000, 250}, {48000, 1024}, {44100, 256}, {96000, 128}, {24000, 333}}) {
-        const Recording recording{c.rate, makeTestSound(c.rate, 1.5)};
-        const PitchTrack whole = streamTrack(recording, "test sound", modelPath(""));
+        const Recording recording{c.rate, glide(100.0, 400.0, c.rate, 1.5)};
+        const PitchTrack whole = RecordingTracker(modelPath(""), TrackMode::live).track(recording, "test sound");
         Stream stream(7);
         stream.feed(recording.samples, c.rate, c.period);
         ASSERT_GT(stream.rows.size(), 280u) << c.rate << " Hz in " << c.period;

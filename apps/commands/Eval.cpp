@@ -1,0 +1,111 @@
+// `katessel eval`: how well tracks agree with recordings of known pitch.
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/commands/Commands.h"
+#include "recordings/base/Errors.h"
+#include "recordings/base/OutputFile.h"
+#include "recordings/scoring/FolderScores.h"
+#include "recordings/tracks/Reference.h"
+#include "tracking/Model.h"
+#include "tracking/RecordingTracker.h"
+
+namespace katessel {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char kAboutEval[] =
+    "Scores tracks against known pitch: `.f0` files of \"seconds Hz\" every 5 ms, 0 where\n"
+    "there is none and -1 where nothing is scored. Given a folder, every recording in\n"
+    "and below it that has such a file beside it is tracked; given an .f0 file and a\n"
+    "track (time, frequency and perhaps confidence), that track is scored.\n"
+    "\n"
+    "RPA: voiced frames within 50, 25 and 10 cents, whatever their confidence; RCA: the\n"
+    "same in any octave. gross: of frames voiced in both, those more than 20 % off.\n"
+    "F1: of precision and recall of frames voiced in both and within 50 cents. cents:\n"
+    "median distance of frames voiced in both. calib.: mean distance of the confidence\n"
+    "from how often such frames are voiced.";
+
+struct EvalOptions {
+    std::vector<std::string> references;  // one folder of recordings, or an .f0 file and a track
+    std::string tracks;                   // folder of tracks to score instead of tracking; empty: none
+    std::string model;                    // empty: the default model
+    std::optional<double> threshold;      // none: the model's own; for a track, 0: what it calls voiced
+    TrackMode mode = TrackMode::offline;
+    std::string csv, json;                // files for the same figures; empty: none
+};
+
+// Everything that can be wrong, before the long part. Returns whether a folder is to be scored.
+bool checkOptions(const EvalOptions& options) {
+    checkThreshold(options.threshold);
+    for (const std::string& path : {options.csv, options.json}) {
+        const OutputFile output(path);
+        for (const std::string& input : options.references)
+            if (output.isSameAs(input)) failUsage("cannot write", path, "a file of its own", "one that is read");
+    }
+    if (!options.csv.empty() && options.csv == options.json)
+        failUsage("cannot write", options.csv, "one file each for --csv and --json", "the same for both");
+    if (!fs::exists(options.references[0]))
+        fail("cannot evaluate", options.references[0], "a folder or an .f0 file", "nothing there");
+    const bool isFolder = fs::is_directory(options.references[0]);
+    if (options.references.size() != (isFolder ? 1u : 2u))
+        failUsage("wrong usage", "--ref", "one folder, or an .f0 file and a track",
+                  std::to_string(options.references.size()) + " arguments, the first " +
+                      (isFolder ? "a folder" : "no folder"));
+    return isFolder;
+}
+
+std::vector<ScoredGroup> scoreRecordings(const EvalOptions& options) {
+    const std::string& folder = options.references[0];
+    if (!options.tracks.empty())
+        return scoreFolder(folder, options.threshold.value_or(0.0), tracksBelow(options.tracks, folder));
+    const Model model = chooseModel(options.model, options.threshold);
+    RecordingTracker tracker(model.path, options.mode);
+    return scoreFolder(folder, model.threshold, [&](const std::string& recording, std::size_t) {
+        return tracker.track(readRecording(recording), recording);
+    });
+}
+
+std::vector<ScoredGroup> scoreTrack(const EvalOptions& options) {
+    const std::vector<float> truth = readReference(options.references[0]);
+    ScoredGroup group{options.references[1], 1, {}};
+    group.scores.add(truth, onGrid(readTrack(options.references[1]), truth.size()), options.threshold.value_or(0.0));
+    return {group};
+}
+
+void runEval(const EvalOptions& options) {
+    const std::vector<ScoredGroup> groups = checkOptions(options) ? scoreRecordings(options) : scoreTrack(options);
+    std::fputs(scoreTable(groups).c_str(), stdout);
+    if (!options.csv.empty()) OutputFile(options.csv).write(scoreCsv(groups));
+    if (!options.json.empty()) OutputFile(options.json).write(scoreJson(groups));
+}
+
+}  // namespace
+
+void addEvalCommand(CLI::App& app) {
+    const auto owned = std::make_shared<EvalOptions>();
+    EvalOptions& options = *owned;
+    CLI::App* command = app.add_subcommand("eval", "Score tracks against known pitch");
+    command->footer(kAboutEval);
+    command->add_option("--ref", options.references, "A folder of recordings, or an .f0 file and a track")
+        ->required()
+        ->expected(1, 2);
+    command->add_option("--tracks", options.tracks,
+                        "With a folder: score the tracks under this one, FOLDER/CLIP.csv or CLIP.f0.csv for each recording, "
+                        "instead of tracking");
+    addModelOption(*command, options.model);
+    command->add_option("--threshold", options.threshold,
+                        "Frames with a lower confidence count as not voiced (default: as for track)");
+    addModeOption(*command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
+    command->add_option("--csv", options.csv, "Write the figures as CSV, too");
+    command->add_option("--json", options.json, "Write the figures as JSON, too");
+    whenChosen(*command, [owned] { runEval(*owned); });
+}
+
+}  // namespace katessel

@@ -1,0 +1,149 @@
+// `katessel model`: what a weight file holds, whether it is good, and which it is.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/batch/FileHash.h"
+#include "apps/commands/Commands.h"
+#include "recordings/base/Errors.h"
+#include "tracking/Model.h"
+#include "tracking/ModelCheck.h"
+#include "tracking/WeightFile.h"
+
+namespace katessel {
+
+namespace {
+
+constexpr char kAboutInspect[] =
+    "A tensor's role follows from its place: weights, bias, gain. `at byte` is where it\n"
+    "begins; `needed` says whether the engine asks for the layer.";
+
+constexpr char kAboutVerify[] =
+    "Stricter than the engine: it also minds names that come twice, values that are not\n"
+    "finite in any layer, and bytes after the last layer. Every fault is a line with its\n"
+    "byte and layer on standard output; no engine opens the file.";
+
+constexpr char kAboutHash[] =
+    "The line is that of sha256sum, and `sha256sum -c` reads it. A model's card is the\n"
+    "JSON file beside it with the same stem; another hash there is an error.";
+
+constexpr char kBadModel[] = "bad model";
+
+struct Range {
+    double least = 0.0, most = 0.0, rms = 0.0;
+};
+
+// What is no number counts for the mean square alone, and shows there.
+Range rangeOf(const std::vector<float>& values) {
+    double least = values.front(), most = values.front(), squares = 0.0;
+    for (const double value : values) {
+        least = std::fmin(least, value);
+        most = std::fmax(most, value);
+        squares += value * value;
+    }
+    return {least, most, std::sqrt(squares / static_cast<double>(values.size()))};
+}
+
+// Names come from the file and go to a terminal.
+std::string printable(std::string text) {
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
+    return text;
+}
+
+void printTensor(const WeightLayer& layer, std::size_t index, int nameWidth) {
+    const WeightTensor& tensor = layer.tensors[index];
+    const Range range = rangeOf(tensor.values);
+    std::printf("%-*s  %-7s %-12s %8zu %10.4g %10.4g %10.4g %10lld  %s\n", nameWidth,
+                index == 0 ? printable(layer.name).c_str() : "", roleOf(layer, index).c_str(),
+                shapeText(tensor.shape).c_str(), tensor.values.size(), range.least, range.most, range.rms,
+                static_cast<long long>(tensor.offset),
+                index != 0 ? "" : isNeededLayer(layer.name) ? "yes" : "no");
+}
+
+std::string plural(std::size_t count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+// Layers and tensors with shapes, ranges and places. Fails when the file breaks the format.
+void inspectModel(const std::string& given) {
+    const std::string path = modelPath(given);
+    const WeightFile file = readWeightFile(path);
+    if (!file.faults.empty()) fail(kBadModel, path, file.faults.front().expected, file.faults.front().found);
+    std::size_t values = 0, nameWidth = 5;
+    for (const WeightLayer& layer : file.layers) {
+        nameWidth = std::max(nameWidth, layer.name.size());
+        for (const WeightTensor& tensor : layer.tensors) values += tensor.values.size();
+    }
+    std::printf("%s: %lld bytes, %s, %zu values\n\n", path.c_str(), static_cast<long long>(file.size),
+                plural(file.layers.size(), "layer", "layers").c_str(), values);
+    const int width = static_cast<int>(nameWidth);
+    std::printf("%-*s  %-7s %-12s %8s %10s %10s %10s %10s  %s\n", width, "layer", "tensor", "shape", "values", "min", "max",
+                "rms", "at byte", "needed");
+    for (const WeightLayer& layer : file.layers) {
+        if (layer.tensors.empty())
+            std::printf("%-*s  no tensors\n", width, printable(layer.name).c_str());
+        for (std::size_t t = 0; t < layer.tensors.size(); ++t) printTensor(layer, t, width);
+    }
+    const std::vector<WeightFault> faults = findFaults(file);
+    if (faults.empty())
+        std::printf("\nThe engine can use it.\n");
+    else
+        std::printf("\nexpected %s, found %s%s\n", printable(faults.front().expected).c_str(),
+                    printable(faults.front().found).c_str(),
+                    faults.size() > 1 ? "; `katessel model verify` lists more" : "");
+}
+
+// Every fault on a line of its own, and fails when there is one.
+void verifyModel(const std::string& given) {
+    const std::string path = modelPath(given);
+    const WeightFile file = readWeightFile(path);
+    const std::vector<WeightFault> faults = findFaults(file);
+    for (const WeightFault& fault : faults)
+        std::printf("%s: byte %lld: expected %s, found %s\n", path.c_str(), static_cast<long long>(fault.offset),
+                    printable(fault.expected).c_str(), printable(fault.found).c_str());
+    if (!faults.empty()) fail(kBadModel, path, "a file without faults", plural(faults.size(), "fault", "faults"));
+    std::printf("%s: good, %s, %lld bytes\n", path.c_str(), plural(file.layers.size(), "layer", "layers").c_str(),
+                static_cast<long long>(file.size));
+}
+
+// The SHA-256 as sha256sum prints it, then a comment that the card agrees. Fails when it does not.
+void hashModel(const std::string& given) {
+    const std::string path = modelPath(given);
+    const std::string hash = fileSha256(path);
+    std::printf("%s  %s\n", hash.c_str(), path.c_str());
+    const std::string card = cardPath(path);
+    const std::optional<std::string> expected = cardHash(path);
+    if (expected && *expected != hash) fail("another model than its card says", path, "sha256 " + *expected, hash);
+    // A comment, so that `sha256sum -c` reads the output.
+    if (expected)
+        std::printf("# as %s says\n", card.c_str());
+    else
+        std::printf("# %s\n", std::filesystem::exists(card) ? "its card gives no sha256" : "no card beside it");
+}
+
+void addSubcommand(CLI::App& model, const char* name, const char* description, const char* footer,
+                   void (*work)(const std::string&)) {
+    const auto path = std::make_shared<std::string>();
+    CLI::App* command = model.add_subcommand(name, description);
+    command->footer(footer);
+    command->add_option("FILE", *path, "Weight file (default: the one that comes with the tool)");
+    whenChosen(*command, [path, work] { work(*path); });
+}
+
+}  // namespace
+
+void addModelCommand(CLI::App& app) {
+    CLI::App* command = app.add_subcommand("model", "Look at a weight file");
+    command->require_subcommand(1);
+    addSubcommand(*command, "inspect", "List layers, shapes and ranges", kAboutInspect, &inspectModel);
+    addSubcommand(*command, "verify", "Say everything that is wrong with it, and where", kAboutVerify, &verifyModel);
+    addSubcommand(*command, "hash", "Print its SHA-256 and compare it with the model's card", kAboutHash, &hashModel);
+}
+
+}  // namespace katessel

@@ -1,0 +1,19 @@
+// Numbers and columns as text, of any length.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace katessel {
+
+// With so many decimals, as "%.*f" has it; "nan" without a sign.
+std::string fixedText(double value, int decimals);
+
+// With the digits that it needs and no more than six, as "%g" has it: for messages and labels.
+std::string shortNumber(double value);
+
+// Filled up with blanks to `width` characters; longer text stays as it is.
+std::string leftAligned(std::string text, std::size_t width);
+std::string rightAligned(const std::string& text, std::size_t width);
+
+}  // namespace katessel

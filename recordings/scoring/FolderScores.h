@@ -1,0 +1,25 @@
+// Scoring the recordings of a folder, each against the .f0 file beside it.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "recordings/scoring/ScoreReport.h"
+#include "recordings/tracks/PitchTrack.h"
+
+namespace katessel {
+
+// The track of one recording, its voicing undecided: rows below the threshold still have their frequency. `frames` is the
+// length of its truth.
+using TrackOf = std::function<PitchTrack(const std::string& recording, std::size_t frames)>;
+
+// Scores every recording in and below a folder that has an .f0 file beside it, by folder and, last, all together. Fails
+// where there is none.
+std::vector<ScoredGroup> scoreFolder(const std::string& folder, double threshold, const TrackOf& trackOf);
+
+// Tracks that somebody made: below `tracks`, with the recording's path below `folder` and the extension .csv, or .f0.csv
+// as `katessel track` names it.
+TrackOf tracksBelow(const std::string& tracks, const std::string& folder);
+
+}  // namespace katessel

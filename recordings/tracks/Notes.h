@@ -1,0 +1,34 @@
+// Notes of equal temperament, A4 at 440 Hz: their names, and how a pitch track becomes a row of them.
+//
+// Every row is heard as silence or as one MIDI note, so that the whole costs least:
+//
+//   a voiced row in a note       its distance from the note [semitones], at most 1
+//   a voiced row in silence      1
+//   an unvoiced row in a note    1
+//   from silence to a note       4, and as much back
+//   from one note to another     8
+//
+// One row is 5 ms. So a note lasts at least 40 ms, or 80 ms where the one before goes on after it; a gap of up to 40 ms
+// does not end a note; vibrato stays one note; and short jumps, by octaves or whatever else, do not matter.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "recordings/tracks/PitchTrack.h"
+
+namespace katessel {
+
+struct Note {
+    double start = 0.0, end = 0.0;  // [s]
+    int number = 0;                 // MIDI, 69 at 440 Hz
+};
+
+// The notes in their order; `end` [s] is that of the recording. Knows nothing but tracks, so that files, plug-ins and
+// modules that use it find the same notes.
+std::vector<Note> findNotes(const PitchTrack& track, double end);
+
+// "A4" for 69, "C#-1" for 1.
+std::string noteName(int number);
+
+}  // namespace katessel

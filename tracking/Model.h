@@ -1,0 +1,36 @@
+// Which model an analysis uses: its weight file, and the card beside it, a JSON file with the same stem that says how to
+// use it.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace katessel {
+
+struct Model {
+    std::string path;        // of the weight file
+    double threshold = 0.0;  // rows with a lower confidence count as unvoiced
+};
+
+// A model that an engine may open. An empty path is the default model's, no threshold the model's own. Fails unless the
+// weight file is good and the threshold, where given, a number from 0 up.
+Model chooseModel(const std::string& path, const std::optional<double>& threshold);
+
+// `given`, or without one the default model: the one installed beside the executable, else the source tree's.
+std::string modelPath(const std::string& given);
+
+// Fails unless `threshold`, where given, is a number from 0 up: before anything long.
+void checkThreshold(const std::optional<double>& threshold);
+
+// Where the model's card would lie.
+std::string cardPath(const std::string& model);
+
+// The card's `default_threshold`, or 0.5 when there is no card or it does not say. Fails when the card is not JSON or the
+// value is no threshold.
+double defaultThreshold(const std::string& model);
+
+// The SHA-256 that the card gives for the weight file; none when there is no card or it gives none. Fails when the card
+// is not JSON or the value is no text.
+std::optional<std::string> cardHash(const std::string& model);
+
+}  // namespace katessel
