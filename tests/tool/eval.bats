@@ -59,18 +59,3 @@ has() {
   katessel eval --ref corpus --tracks tracks --csv figures.csv > table.txt
   cut -d, -f 1,2,4 figures.csv | diff expected.csv -
 }
-
-@test "what cannot be scored is said" {
-  fails_with 2 "--ref" eval --ref truth.f0
-  fails_with 1 "recordings with .f0 files" eval --ref .
-  fails_with 1 "nothing there" eval --ref absent
-  fails_with 2 "one that is read" eval --ref truth.f0 track.csv --csv track.csv
-  sed '3s/200/nan/' truth.f0 > nan.f0
-  fails_with 1 "nan.f0: expected a frequency, 0 or -1 in line 3" eval --ref nan.f0 track.csv
-  sed '3s/.*/0.010 high/' truth.f0 > bad.f0
-  fails_with 1 "bad.f0: expected 2 numbers in line 3" eval --ref bad.f0 track.csv
-  sed 3d truth.f0 > gap.f0
-  fails_with 1 "gap.f0: expected 0.01 s in line 3" eval --ref gap.f0 track.csv
-  sed '1s/frequency/cents/' track.csv > cents.csv
-  fails_with 1 "frequencies in Hz" eval --ref truth.f0 cents.csv
-}

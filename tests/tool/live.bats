@@ -97,6 +97,8 @@ figure() { sed -nE "s/.*$2.*/\1/p" <<< "$1"; }
   live=$!
   processes=($live "${processes[@]}")
   wait_for shown_twice E4
+  # Second by second, under another name.
+  wait_for grep -q '^1\.0' track.csv.$live.part
   [ ! -e track.csv ]
   kill -INT $live
   wait $live

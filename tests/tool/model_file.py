@@ -1,5 +1,7 @@
-"""The layer weight file: a list of (name, [(shape, values)])."""
+"""The layer weight file: a list of (name, [array])."""
 import struct
+
+import numpy as np
 
 
 def read(path):
@@ -10,19 +12,15 @@ def read(path):
 
     def take(form):
         nonlocal position
-        values = struct.unpack_from("<" + form, data, position)
         position += struct.calcsize("<" + form)
-        return values
+        return struct.unpack_from("<" + form, data, position - struct.calcsize("<" + form))
 
     for _ in range(struct.unpack_from("<I", data)[0]):
         name = take("%ds" % take("B"))[0].decode()
         tensors = []
         for _ in range(take("i")[0]):
-            shape = list(take("%di" % take("i")))
-            count = 1
-            for d in shape:
-                count *= d
-            tensors.append((shape, list(take("%df" % count))))
+            shape = take("%di" % take("i"))
+            tensors.append(np.array(take("%df" % np.prod(shape)), "<f4").reshape(shape))
         layers.append((name, tensors))
     return layers
 
@@ -32,6 +30,6 @@ def write(path, layers):
         out.write(struct.pack("<I", len(layers)))
         for name, tensors in layers:
             out.write(struct.pack("<B", len(name)) + name.encode() + struct.pack("<i", len(tensors)))
-            for shape, values in tensors:
-                out.write(struct.pack("<i%di" % len(shape), len(shape), *shape))
-                out.write(struct.pack("<%df" % len(values), *values))
+            for values in tensors:
+                out.write(struct.pack("<i%di" % values.ndim, values.ndim, *values.shape))
+                out.write(np.ascontiguousarray(values, "<f4").tobytes())

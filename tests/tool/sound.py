@@ -1,81 +1,76 @@
 """Writes test sound: sound.py OUT.wav RATE SECONDS KIND [ARGUMENTS], as 32-bit float WAV.
 
-tone F             six harmonics of F Hz
+tone F [LEVEL ..]  six harmonics of F Hz; equal parts at these levels, if any are given
 glide F G          from F to G Hz and back again, evenly in octaves
 silence            zeros
-half F             the tone at half its level
+noise LEVEL        white noise up to this level
 left F             two channels, the tone in the first
 both F G           two channels, a tone in each
 melody N:S ..      one after the other, S seconds of note N (MIDI; with decimals; - for silence), repeated if need be
 clicks             single samples that are not 0, those nearest to 0.1, 0.201, .. 0.504 s: all places in a 5 ms hop
 bad VALUE AT       a tone with one sample of VALUE (nan, inf, 1e30) at AT seconds
 """
-import math
 import struct
 import sys
+
+import numpy as np
 
 HARMONICS = 6
 
 
-def harmonic_sound(rate, count, frequency_at):
-    phase = 0.0
-    for i in range(count):
-        frequency = frequency_at(i / rate)
-        phase += 2 * math.pi * frequency / rate
-        audible = min(HARMONICS, int(0.45 * rate / frequency))
-        yield sum(0.2 / h * math.sin(h * phase) for h in range(1, audible + 1))
+def harmonic_sound(rate, hertz):
+    """`hertz`: the frequency of every sample; 0 is silence, across which the phase goes on."""
+    moving = np.where(hertz > 0, hertz, 440.0)
+    phase = np.cumsum(2 * np.pi * moving / rate)
+    audible = np.clip(0.45 * rate // moving, None, HARMONICS)
+    sound = sum((h <= audible) * 0.2 / h * np.sin(h * phase) for h in range(1, HARMONICS + 1))
+    return np.where(hertz > 0, sound, 0.0)
 
 
 def click_samples(rate):
     return [round((0.1 + 0.101 * k) * rate) for k in range(5)]
 
 
-def melody(rate, count, notes):
-    """Without a jump in phase between two notes, which would be a click."""
-    hertz = []
-    while len(hertz) < count:
-        for note, seconds in notes:
-            hertz += [0.0 if note == "-" else 440 * 2 ** ((float(note) - 69) / 12)] * round(float(seconds) * rate)
-    sound = harmonic_sound(rate, count, lambda t: hertz[round(t * rate)] or 440.0)
-    return [s if f else 0.0 for s, f in zip(sound, hertz)]
-
-
 def make(rate, seconds, kind, arguments):
-    """Returns the samples of all channels in turn, and the number of channels."""
+    """The samples, or a row of samples for each channel."""
     count = round(rate * seconds)
+    tone = lambda frequency: harmonic_sound(rate, np.full(count, frequency))
     if kind == "melody":
-        return melody(rate, count, [a.split(":") for a in arguments]), 1
+        notes = [a.split(":") for a in arguments]
+        parts = [np.full(round(float(s) * rate), 0.0 if n == "-" else 440 * 2 ** ((float(n) - 69) / 12)) for n, s in notes]
+        return harmonic_sound(rate, np.resize(np.concatenate(parts), count))
     numbers = [float(a) for a in arguments]
     if kind == "tone":
-        return list(harmonic_sound(rate, count, lambda t: numbers[0])), 1
+        levels = numbers[1:] or [1.0]
+        return tone(numbers[0]) * np.repeat(levels, -(-count // len(levels)))[:count]
     if kind == "glide":
         start, end = numbers
-        way = lambda t: 1 - abs(1 - 2 * t / seconds)
-        return list(harmonic_sound(rate, count, lambda t: start * (end / start) ** way(t))), 1
+        way = 1 - np.abs(1 - 2 * np.arange(count) / rate / seconds)
+        return harmonic_sound(rate, start * (end / start) ** way)
     if kind == "silence":
-        return [0.0] * count, 1
-    if kind == "half":
-        return [0.5 * s for s in harmonic_sound(rate, count, lambda t: numbers[0])], 1
+        return np.zeros(count)
+    if kind == "noise":
+        return numbers[0] * np.random.default_rng(1).uniform(-1, 1, count)
     if kind == "clicks":
-        samples = [0.0] * count
-        for i in click_samples(rate):
-            samples[i] = 0.9
-        return samples, 1
+        samples = np.zeros(count)
+        samples[click_samples(rate)] = 0.9
+        return samples
     if kind == "left":
-        return [x for s in harmonic_sound(rate, count, lambda t: numbers[0]) for x in (s, 0.0)], 2
+        return np.stack([tone(numbers[0]), np.zeros(count)])
     if kind == "both":
-        both = zip(*(harmonic_sound(rate, count, lambda t, f=f: f) for f in numbers))
-        return [x for pair in both for x in pair], 2
+        return np.stack([tone(f) for f in numbers])
     if kind == "bad":
-        value, at = numbers
-        samples = list(harmonic_sound(rate, count, lambda t: 200.0))
-        samples[round(at * rate)] = value
-        return samples, 1
+        samples = tone(200.0)
+        samples[round(numbers[1] * rate)] = numbers[0]
+        return samples
     sys.exit("unknown kind of sound: " + kind)
 
 
-def write_wav(path, rate, channels, samples):
-    data = struct.pack("<%df" % len(samples), *samples)
+def write_wav(path, rate, samples):
+    """44 bytes and the samples: tests cut the header off."""
+    samples = np.atleast_2d(samples)
+    channels = len(samples)
+    data = samples.T.astype("<f4").tobytes()
     form = struct.pack("<HHIIHH", 3, channels, rate, rate * channels * 4, channels * 4, 32)
     chunks = b"WAVEfmt " + struct.pack("<I", len(form)) + form + b"data" + struct.pack("<I", len(data)) + data
     with open(path, "wb") as out:
@@ -83,6 +78,4 @@ def write_wav(path, rate, channels, samples):
 
 
 if __name__ == "__main__":
-    out, rate, seconds, kind = sys.argv[1], int(sys.argv[2]), float(sys.argv[3]), sys.argv[4]
-    samples, channels = make(rate, seconds, kind, sys.argv[5:])
-    write_wav(out, rate, channels, samples)
+    write_wav(sys.argv[1], int(sys.argv[2]), make(int(sys.argv[2]), float(sys.argv[3]), sys.argv[4], sys.argv[5:]))

@@ -8,73 +8,51 @@ full                             the largest sample is at full scale, and no two
 glide F G MS                     a sine from F to G Hz and back again in 2 s, at most MS milliseconds late or early
 quiet BEGIN END                  all channels are zero between two instants
 """
-import math
-import struct
 import sys
+
+import numpy as np
+import soundfile
 
 from track_report import lag
 
 
-def read(path):
-    """Rate, and one list of samples for each channel, of 24-bit or float WAV."""
-    with open(path, "rb") as f:
-        data = f.read()
-    assert data[:4] == b"RIFF" and data[8:12] == b"WAVE", "no WAV file"
-    position, bits = 12, 0
-    while position + 8 <= len(data):
-        kind, length = struct.unpack_from("<4sI", data, position)
-        body = data[position + 8:position + 8 + length]
-        if kind == b"fmt ":
-            channels, rate, bits = struct.unpack_from("<HIxxxxxxH", body, 2)
-        if kind == b"data":
-            sound = body
-        position += 8 + length + length % 2
-    if bits == 32:
-        samples = struct.unpack("<%df" % (len(sound) // 4), sound)
-    else:
-        assert bits == 24, "%d bits" % bits
-        samples = [int.from_bytes(sound[i:i + 3], "little", signed=True) / 2 ** 23 for i in range(0, len(sound), 3)]
-    return rate, [list(samples[c::channels]) for c in range(channels)]
-
-
-def rms(samples):
-    return math.sqrt(sum(s * s for s in samples) / len(samples))
-
-
 def periods(sound, rate):
     """As rows of a track: when each period of a sine has its middle, and its frequency."""
-    crossings = [(i + a / (a - b)) / rate for i, (a, b) in enumerate(zip(sound, sound[1:])) if a < 0 <= b]
+    before = np.flatnonzero((sound[:-1] < 0) & (sound[1:] >= 0))
+    crossings = (before + sound[before] / (sound[before] - sound[before + 1])) / rate
     return [(0.5 * (a + b), 1 / (b - a), 1.0) for a, b in zip(crossings, crossings[1:])]
 
 
 def judge(path, claim, arguments):
-    rate, channels = read(path)
+    samples, rate = soundfile.read(path, always_2d=True)
+    channels = samples.T
     if claim == "same":
-        other = read(arguments[1])[1][0]
+        other = soundfile.read(arguments[1], always_2d=True)[0].T[0]
         mine = channels[int(arguments[0])]
-        distance = max(abs(a - b) for a, b in zip(mine, other)) if len(mine) == len(other) else math.inf
+        distance = np.abs(mine - other).max() if len(mine) == len(other) else np.inf
         return distance < 2 ** -22, "largest difference %g" % distance
     numbers = [float(a) for a in arguments]
+    between = lambda begin, end: channels[:, int(begin * rate):int(end * rate)]
     if claim == "format":
-        found = [rate, len(channels), len(channels[0]) / rate]
-        return all(abs(a - b) < 0.5 / rate for a, b in zip(found, numbers)), "%d Hz, %d channels, %g s" % tuple(found)
+        found = [rate, len(channels), len(samples) / rate]
+        return np.all(np.abs(np.subtract(found, numbers)) < 0.5 / rate), "%d Hz, %d channels, %g s" % tuple(found)
     if claim == "smooth":
         sound = channels[-1]
-        step = max(abs(a - b) for a, b in zip(sound, sound[1:]))
-        most = 2 * math.pi * numbers[0] / rate * max(map(abs, sound))
+        step = np.abs(np.diff(sound)).max()
+        most = 2 * np.pi * numbers[0] / rate * np.abs(sound).max()
         return step < 1.1 * most, "largest step %.4g of %.4g" % (step, most)
     if claim == "level":
-        found = rms(channels[int(numbers[0])][int(numbers[1] * rate):int(numbers[2] * rate)])
+        found = np.sqrt(np.mean(between(numbers[1], numbers[2])[int(numbers[0])] ** 2))
         return numbers[3] <= found <= numbers[4], "level %.4f" % found
     if claim == "full":
-        ends = [abs(s) > 1 - 2 ** -21 for s in channels[0]]
-        flat = sum(a and b for a, b in zip(ends, ends[1:]))
-        return any(ends) and flat == 0, "%d samples at full scale, %d of them side by side" % (sum(ends), flat)
+        ends = np.abs(channels[0]) > 1 - 2 ** -21
+        flat = np.count_nonzero(ends[1:] & ends[:-1])
+        return ends.any() and flat == 0, "%d samples at full scale, %d of them side by side" % (ends.sum(), flat)
     if claim == "glide":
         found = lag(periods(channels[0], rate), numbers[0], numbers[1], 2.0)
         return abs(found) < numbers[2], "lag %.3f ms" % found
     if claim == "quiet":
-        found = max(abs(s) for channel in channels for s in channel[int(numbers[0] * rate):int(numbers[1] * rate)])
+        found = np.abs(between(*numbers)).max()
         return found == 0.0, "largest sample %g" % found
     sys.exit("unknown claim: " + claim)
 

@@ -6,6 +6,8 @@ to layer through the middle tap of each, in steps small enough for tanh to be st
 """
 import sys
 
+import numpy as np
+
 from model_file import write
 
 BANDS, RESIDUAL, SKIP, LAYERS = 150, 70, 120, 3
@@ -14,32 +16,27 @@ SMALL = 0.01
 OPEN = 20.0
 
 
-def tensor(shape, entries=()):
-    count = 1
-    for d in shape:
-        count *= d
-    values = [0.0] * count
-    for index, value in entries:
-        at = 0
-        for i, d in zip(index, shape):
-            at = at * d + i
+def tensor(shape, at=(), value=0.0):
+    """Zeros, but for one place or slice."""
+    values = np.zeros(shape)
+    if at:
         values[at] = value
-    return shape, values
+    return values
 
 
 def layers():
-    loudness = [((0, band, 0), SMALL / LOW_BANDS) for band in range(LOW_BANDS)]
-    yield "ENCODER_initial_causal_conv", [tensor([1, BANDS, RESIDUAL], loudness), tensor([RESIDUAL])]
+    yield "ENCODER_initial_causal_conv", [
+        tensor([1, BANDS, RESIDUAL], (0, slice(LOW_BANDS), 0), SMALL / LOW_BANDS), np.zeros(RESIDUAL)]
     for l in range(LAYERS):
         last = l == LAYERS - 1
-        yield "ENCODER_l%d_res_tanh" % l, [tensor([3, RESIDUAL, RESIDUAL], [((1, l, l + 1), 1.0)])]
-        yield "ENCODER_l%d_res_sigmoid" % l, [tensor([3, RESIDUAL, RESIDUAL]), ([RESIDUAL], [OPEN] * RESIDUAL)]
-        yield "ENCODER_l%d_skip" % l, [tensor([1, RESIDUAL, SKIP], [((0, LAYERS, 0), 1.0)] if last else [])]
+        yield "ENCODER_l%d_res_tanh" % l, [tensor([3, RESIDUAL, RESIDUAL], (1, l, l + 1), 1.0)]
+        yield "ENCODER_l%d_res_sigmoid" % l, [np.zeros([3, RESIDUAL, RESIDUAL]), np.full(RESIDUAL, OPEN)]
+        yield "ENCODER_l%d_skip" % l, [tensor([1, RESIDUAL, SKIP], (0, LAYERS, 0), 1.0 if last else 0.0)]
     # The rectifiers pass what is above 0.
-    yield "ENCODER_skip_biases", [tensor([SKIP], [((0,), 0.1)])]
-    yield "enc_out1", [tensor([SKIP, SKIP], [((0, 0), 1.0)])]
+    yield "ENCODER_skip_biases", [tensor([SKIP], (0,), 0.1)]
+    yield "enc_out1", [tensor([SKIP, SKIP], (0, 0), 1.0)]
     # Two residual steps of sqrt(1/2) and the mean of three layers: the loudness arrives as a sixth.
-    yield "enc_out2", [tensor([SKIP, 2], [((0, 1), -10.0)]), ([2], [0.0, 1.0 + 0.04 - 0.02])]
+    yield "enc_out2", [tensor([SKIP, 2], (0, 1), -10.0), np.array([0.0, 1.0 + 0.04 - 0.02])]
 
 
 if __name__ == "__main__":

@@ -5,7 +5,7 @@ setup_file() {
   cd "$BATS_FILE_TMPDIR"
   sound tone.wav 48000 0.4 tone 200
   sound left.wav 48000 0.4 left 200
-  sound half.wav 48000 0.4 half 200
+  sound half.wav 48000 0.4 tone 200 0.5
   sound silence.wav 24000 0.3 silence
   katessel track tone.wav --threshold 0 > all.csv
 }
@@ -18,26 +18,10 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.{wav,csv}; }
   track_report all.csv rows 80
 }
 
-@test "a tone is tracked at every common rate" {
-  for rate in 8000 11025 16000 22050 44100 48000 96000; do
-    sound tone$rate.wav $rate 0.4 tone 200
-    katessel track tone$rate.wav > track.csv
-    track_report track.csv rows 80
-    track_report track.csv voiced 0.9 1
-    track_report track.csv median 195 205
-  done
-}
-
 @test "channels are averaged" {
   katessel track left.wav > left.csv
   katessel track half.wav > half.csv
   cmp left.csv half.csv
-}
-
-@test "an Ogg Vorbis recording" {
-  katessel track "$KATESSEL_SOURCE/examples/audio/singing_martin.ogg" > song.csv
-  track_report song.csv voiced 0.6 0.95
-  track_report song.csv median 90 200
 }
 
 @test "--cents" {
@@ -76,8 +60,6 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.{wav,csv}; }
   katessel track tone.wav > default.csv
   cmp default.csv offline.csv
   ! cmp -s offline.csv live.csv
-  fails_with 2 "--mode" track tone.wav --mode sideways
-  fails_with 2 "--block-size" track tone.wav --mode offline --block-size 240
 }
 
 @test "--block-size: of each call the last frame, at its time" {

@@ -27,9 +27,6 @@ agree() {
     katessel track both.wav --channel $1 > track.csv
     track_report track.csv median $(($2 - 4)) $(($2 + 4))
   done
-  fails_with 1 "cannot read the recording: both.wav: expected channel 3, found 2 channels" track both.wav --channel 3
-  fails_with 1 "tone.wav: expected channel 2, found 1 channel" track tone.wav --channel 2 -o out.csv
-  fails_with 2 "wrong usage: --channel" track both.wav --channel 0
 }
 
 @test "--start and --duration give rows of the whole track" {
@@ -59,17 +56,11 @@ agree() {
   agree part.csv <(awk -F, 'NR == 1 || $1 >= 2.2 && $1 < 2.7999' whole.csv)
 }
 
-@test "what lies outside the part does not matter, nor is it looked for" {
+@test "what lies outside the part does not matter" {
   sound bad.wav 24000 2.5 bad nan 2.4
   katessel track bad.wav --duration 1 > part.csv
   track_report part.csv rows 200
   fails_with 1 "found nan at 2.4 s" track bad.wav --start 2
-  for start in 0.3 1.1 5 1e9; do
-    fails_with 1 "cannot read the recording: tone.wav: expected sound at $(printf %g $start) s, found its end before that" \
-      track tone.wav --start $start -o out.csv
-  done
-  fails_with 2 "wrong time: --start: expected a number from 0 up, found -1" track tone.wav --start=-1
-  fails_with 2 "wrong time: --duration: expected a number above 0, found 0" track tone.wav --duration 0
 }
 
 @test "standard input, in a known format" {
@@ -108,15 +99,4 @@ with wave.open("tone16.wav", "wb") as out:
     out.writeframes(sound.tobytes())'
   katessel track tone16.wav > expected.csv
   tail -c +45 tone16.wav | katessel track --raw s16:24000 - | cmp - expected.csv
-}
-
-@test "sound without a header that is not as described" {
-  samples both.wav | head -c 70001 > cut.raw
-  fails_with 1 "cut.raw: expected whole frames of 8 bytes, found one of 1 at the end" track cut.raw --raw f32:48000:2
-  : > nothing.raw
-  fails_with 1 "nothing.raw: expected at least 1 sample, found 0 samples" track nothing.raw --raw s16:48000
-  for form in f32 f64:48000 f32:0 f32:48000:0 f32:48000:2:1 f32:48k f32: s16:-8000; do
-    fails_with 2 "wrong form of sound: --raw: expected f32:RATE or s16:RATE" track tone.wav "--raw=$form"
-  done
-  fails_with 2 "wrong usage: --raw: expected recordings by name, found -r" track . -r --raw f32:48000
 }

@@ -1,5 +1,5 @@
 # The instants that the rows of a track belong to, at every way of streaming a recording.
-load common
+load ../tool/common
 
 setup_file() {
   cd "$BATS_FILE_TMPDIR"

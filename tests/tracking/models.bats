@@ -1,5 +1,5 @@
 # Models and model cards that the tool refuses, by name, before an engine sees them.
-load common
+load ../tool/common
 
 setup_file() {
   cd "$BATS_FILE_TMPDIR"

@@ -1,5 +1,5 @@
 # The model that comes with the tool: what it must hear, and what it must not.
-load common
+load ../tool/common
 
 setup() { enter_folder; }
 
@@ -9,21 +9,6 @@ figure() {
 }
 at_least() { awk -v value="$(figure "$1")" -v bound="$2" -v name="$1" 'BEGIN { if (!(value >= bound)) { print name ": " value; exit 1 } }'; }
 at_most() { awk -v value="$(figure "$1")" -v bound="$2" -v name="$1" 'BEGIN { if (!(value <= bound)) { print name ": " value; exit 1 } }'; }
-
-# noise NAME GAIN: five seconds of white noise at 24 kHz.
-noise() {
-  "$PYTHON" - "$@" <<'PY'
-import array, random, sys, wave
-name, gain = sys.argv[1], float(sys.argv[2])
-draw = random.Random(1)
-samples = array.array("h")
-for _ in range(5 * 24000):
-    samples.append(round(32000 * gain * draw.uniform(-1, 1)))
-with wave.open(name, "wb") as file:
-    file.setparams((1, 2, 24000, 0, "NONE", ""))
-    file.writeframes(samples.tobytes())
-PY
-}
 
 @test "both bundled recordings, offline and live" {
   for name in speech_nathalie singing_martin; do
@@ -42,9 +27,9 @@ PY
 }
 
 @test "no frame of silence or white noise is voiced, at any level, offline or live" {
-  noise silence.wav 0
-  noise loud.wav 0.9
-  noise soft.wav 0.003
+  sound silence.wav 24000 5 silence
+  sound loud.wav 24000 5 noise 0.9
+  sound soft.wav 24000 5 noise 0.003
   for sound in silence loud soft; do
     for mode in offline live; do
       katessel track --mode "$mode" "$sound.wav" -o track.csv
