@@ -21,7 +21,7 @@ constexpr char kAbout[] =
     "with (scalar, sse2, avx2 or avx512); without it the best available are used.\n"
     "Exit status: 0 success, 1 failure, 2 wrong usage.";
 
-// Says also of an incomplete installation what it is.
+// "none" where the default model is missing: --version must work there, too.
 std::string defaultModelHash() {
     try {
         return fileSha256(modelPath(""));

@@ -155,8 +155,8 @@ std::vector<WeightFault> engineFaults(const WeightFile& file) {
     return faults;
 }
 
-// What the engine does not mind.
-std::vector<WeightFault> carelessFaults(const WeightFile& file) {
+// What the engine tolerates.
+std::vector<WeightFault> toleratedFaults(const WeightFile& file) {
     std::vector<WeightFault> faults;
     std::set<std::string> seen;
     for (const WeightLayer& layer : file.layers) {
@@ -190,7 +190,7 @@ std::string roleOf(const WeightLayer& layer, std::size_t tensor) {
 
 std::vector<WeightFault> findFaults(const WeightFile& file) {
     std::vector<WeightFault> faults = engineFaults(file);
-    append(faults, carelessFaults(file));
+    append(faults, toleratedFaults(file));
     std::stable_sort(faults.begin(), faults.end(),
                      [](const WeightFault& a, const WeightFault& b) { return a.offset < b.offset; });
     return faults;

@@ -46,7 +46,7 @@ void searchFolder(const fs::path& folder, const fs::path& root, std::vector<Inpu
     }
 }
 
-// One path as given, in the place that it would have as a recording.
+// Adds a path of the command line or of a list; `place` is for it as a single recording.
 void addPath(const std::string& path, const std::string& place, bool recursive, std::vector<Input>& inputs) {
     std::error_code error;
     if (!recursive || !fs::is_directory(path, error)) {

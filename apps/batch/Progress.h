@@ -1,4 +1,4 @@
-// How far a run is: one line on the terminal that is drawn again and again.
+// The progress of a run: one line on the terminal, drawn again and again.
 #pragma once
 
 #include <chrono>

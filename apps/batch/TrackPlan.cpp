@@ -16,8 +16,8 @@ namespace {
 
 constexpr char kCannotWrite[] = "cannot write";
 
-// The one name of a file, whichever way leads to its folder. Remembers the folders.
-class TrueNames {
+// Canonical names of files that need not exist yet; looks every folder up once.
+class CanonicalNames {
 public:
     std::string of(const fs::path& path) {
         const auto [known, isNew] = m_folders.try_emplace(path.parent_path().string());
@@ -43,7 +43,7 @@ std::string outputOf(const Input& input, const std::string& folder, const std::s
 }
 
 void checkDistinct(const std::vector<TrackJob>& jobs) {
-    TrueNames names;
+    CanonicalNames names;
     std::map<std::string, std::string> inputs, outputs;
     for (const TrackJob& job : jobs)
         if (job.problem.empty()) inputs.emplace(names.of(job.input), job.input);

@@ -38,7 +38,7 @@ struct Range {
     double least = 0.0, most = 0.0, rms = 0.0;
 };
 
-// What is no number counts for the mean square alone, and shows there.
+// A value that is not a number is left out of the range, and shows in the mean square.
 Range rangeOf(const std::vector<float>& values) {
     double least = values.front(), most = values.front(), squares = 0.0;
     for (const double value : values) {

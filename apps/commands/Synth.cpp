@@ -86,8 +86,8 @@ PitchTrack givenTrack(const SynthOptions& options) {
     return track;
 }
 
-// Quieter, if need be, so that nothing is clipped.
-void limit(std::vector<float>& sound) {
+// Scales the sound down where its peak would be clipped.
+void avoidClipping(std::vector<float>& sound) {
     float peak = 1.0f;
     for (const float sample : sound) peak = std::max(peak, std::fabs(sample));
     for (float& sample : sound) sample /= peak;
@@ -96,12 +96,12 @@ void limit(std::vector<float>& sound) {
 std::vector<std::vector<float>> channelsOf(const SynthOptions& options, std::vector<float> tone,
                                            const std::optional<Recording>& recording) {
     if (options.stereo) {
-        limit(tone);
+        avoidClipping(tone);
         return {recording->samples, std::move(tone)};
     }
     if (!options.mix.empty())
         for (std::size_t i = 0; i < tone.size(); ++i) tone[i] += recording->samples[i];
-    limit(tone);
+    avoidClipping(tone);
     return {std::move(tone)};
 }
 

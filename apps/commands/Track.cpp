@@ -164,7 +164,7 @@ void trackMany(const TrackOptions& options, TrackSettings& settings) {
 // What is left to do when somebody ends the process.
 void leaveNothingBehind() {
     OutputFile::abandonAll();
-    // Below what may stand on the terminal.
+    // A line break after the progress line.
     if (::isatty(STDERR_FILENO) != 0 && ::write(STDERR_FILENO, "\n", 1) < 0) return;
 }
 

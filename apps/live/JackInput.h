@@ -36,7 +36,7 @@ public:
     // The next block, its samples in `samples`, after waiting for it up to `seconds`.
     std::optional<LiveBlock> next(std::vector<float>& samples, double seconds);
 
-    // Names of all ports that sound comes out of.
+    // Names of all output ports.
     static std::vector<std::string> sources();
 
 private:

@@ -36,8 +36,8 @@ void LiveTracker::start(const LiveBlock& block) {
 void LiveTracker::process(const LiveBlock& block, const std::vector<float>& samples,
                           const std::function<void(const LiveRow&)>& onRow) {
     if (!m_plan) start(block);
-    const double received = static_cast<double>(m_received) / m_plan->rate();
-    // A difference of the clock is right across its end.
+    const double received = static_cast<double>(m_received) / m_plan->rate();  // [s]
+    // Unsigned, so that the difference is right where the clock wraps around.
     const auto missing = static_cast<std::int32_t>(block.clock - (m_startClock + static_cast<std::uint32_t>(m_received)));
     std::size_t known = 0;  // samples whose place is taken
     if (block.rate != m_plan->rate()) {
@@ -49,7 +49,7 @@ void LiveTracker::process(const LiveBlock& block, const std::vector<float>& samp
     } else if (missing >= 0) {
         enqueue(std::vector<float>(static_cast<std::size_t>(missing), 0.0f), 0);
     } else {
-        // A period that was late for its own time had that of the next.
+        // A period that came late carries the time of the next one.
         known = std::min(static_cast<std::size_t>(-missing), samples.size());
     }
     enqueue(samples, known);

@@ -50,7 +50,7 @@ private:
     double xOf(double time) const {
         return m_spectrum.left + (time - m_content.start) / m_content.duration * m_spectrum.width;
     }
-    // What lies far outside is put just outside: a drawing has no room for any number.
+    // Clamped to a little outside the panel: coordinates of the drawing overflow far out.
     double yOf(double frequency) const {
         return m_spectrum.bottom() - std::clamp(m_scale.fraction(frequency), -1.0, 2.0) * m_spectrum.height;
     }

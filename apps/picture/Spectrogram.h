@@ -1,4 +1,4 @@
-// What a recording sounds like over time and frequency, as a picture of levels.
+// A spectrogram as a picture: the level at every pixel.
 #pragma once
 
 #include <vector>

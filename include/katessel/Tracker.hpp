@@ -47,9 +47,7 @@ using IfTakesPitch = std::enable_if_t<std::is_invocable_v<Each&, const Pitch&>>;
 
 }  // namespace detail
 
-// One engine. Can be moved, not copied. One thread at a time; different trackers are independent, but for an
-// accumulator of processor time in the library: programs that stream in several threads set
-// KaTessel::performance_analysis_ (Globals.h) to 0 before they start them.
+// One engine. Can be moved, not copied. One thread at a time; different trackers are independent.
 class Tracker {
 public:
     static constexpr int kLowestRate = facts::kLowestRate;    // [Hz] 1000

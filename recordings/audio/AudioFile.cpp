@@ -22,7 +22,7 @@ constexpr float kLargestSample = 1e6f;  // far above any scale in use; powers of
 const std::set<std::string> kExtensions = {".aif",  ".aifc", ".aiff", ".au",  ".caf", ".flac", ".mp3", ".oga", ".ogg",
                                            ".opus", ".rf64", ".snd",  ".sph", ".voc", ".w64",  ".wav", ".wave"};
 
-// One sample of all channels' samples of an instant.
+// Downmix: of the samples of all channels at an instant, the chosen one or the average.
 class ChannelChoice {
 public:
     ChannelChoice(const std::string& path, const std::optional<int>& channel, int channels)
@@ -50,7 +50,7 @@ void checkSample(float sample, const std::string& path, std::int64_t index, int 
          shortNumber(sample) + " at " + shortNumber(static_cast<double>(index) / rate) + " s");
 }
 
-// The frame at an instant [s]; far beyond any recording for the end of time.
+// The frame at an instant [s], which may be infinite.
 std::int64_t frameAt(double seconds, int rate) {
     return static_cast<std::int64_t>(std::min(std::round(seconds * rate), 1e18));
 }

@@ -122,7 +122,7 @@ public:
         m_bytes.resize(static_cast<std::size_t>(frames) * frameBytes);
         const std::size_t count = std::fread(m_bytes.data(), 1, m_bytes.size(), m_file.get());
         if (std::ferror(m_file.get()) != 0) fail(kCannotRead, m_path, "sound up to its end", std::strerror(errno));
-        // A remainder tells of another form than the one given.
+        // A remainder means that the form is another one.
         if (count % frameBytes != 0)
             fail(kCannotRead, m_path, "whole frames of " + std::to_string(frameBytes) + " bytes",
                  "one of " + std::to_string(count % frameBytes) + " at the end");

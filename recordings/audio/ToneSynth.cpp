@@ -14,7 +14,7 @@ constexpr int kHarmonics = 8;              // falling by 6 dB per octave
 constexpr double kHighestPartial = 0.45;   // [of the rate] what lies above is left out
 constexpr double kTurn = 2.0 * std::numbers::pi;
 
-// What the tone aims at.
+// Frequency and level at one instant.
 struct Target {
     double frequency = 0.0;  // [Hz]; 0: none
     double level = 0.0;

@@ -17,7 +17,7 @@ double centsBetween(float estimate, float truth) {
     return 1200.0 * std::log2(static_cast<double>(estimate) / static_cast<double>(truth));
 }
 
-// Not a number of nothing.
+// Not a number where there is nothing to count.
 double ratio(std::int64_t count, std::int64_t all) {
     return all > 0 ? static_cast<double>(count) / static_cast<double>(all) : std::numeric_limits<double>::quiet_NaN();
 }

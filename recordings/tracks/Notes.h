@@ -1,6 +1,6 @@
 // Notes of equal temperament, A4 at 440 Hz: their names, and how a pitch track becomes a row of them.
 //
-// Every row is heard as silence or as one MIDI note, so that the whole costs least:
+// Every row is given to silence or to one MIDI note, so that the sum of these costs is least:
 //
 //   a voiced row in a note       its distance from the note [semitones], at most 1
 //   a voiced row in silence      1

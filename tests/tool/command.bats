@@ -11,15 +11,6 @@ setup() { enter_folder; }
   [[ $output == *", scalar" ]]
 }
 
-@test "help says which instant time is" {
-  run --separate-stderr katessel --help
-  [ "$status" -eq 0 ]
-  [[ $output == *track*bench* ]]
-  run --separate-stderr katessel track --help
-  [ "$status" -eq 0 ]
-  [[ $output == *"row"*"i * 5 ms"* ]]
-}
-
 @test "an instruction set that cannot be had is wrong usage" {
   sound good.wav 24000 0.1 tone 200
   for name in avx9000 SSE2 scalar,sse2; do

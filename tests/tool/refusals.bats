@@ -6,7 +6,6 @@ setup_file() {
   sound good.wav 24000 0.1 tone 200
   sound both.wav 48000 0.1 both 200 300
   sound nan.wav 24000 0.1 bad nan 0.05
-  sound inf.wav 24000 0.1 bad inf 0.05
   sound huge.wav 24000 0.1 bad 1e30 0.05
   sound empty.wav 24000 0 silence
   sound slow.wav 50 1 silence
@@ -46,19 +45,15 @@ refuses() {
 1 | track none.wav | cannot read the recording: none.wav: expected an audio file, found No such file
 1 | track folder | cannot read the recording: folder: expected an audio file (-r for folders), found a folder
 1 | track text.wav -o out.csv | cannot read the recording: text.wav: expected a known audio format, found 
-1 | track list -o out.csv | cannot read the recording: list: expected a known audio format, found 
 1 | track header_cut.wav -o out.csv | cannot read the recording: header_cut.wav: expected a known audio format, found 
 1 | track empty.wav -o out.csv | empty.wav: expected at least 1 sample, found 0 samples
 1 | track nan.wav -o out.csv | nan.wav: expected samples within +-1e+06, found nan at 0.05 s
-1 | track inf.wav -o out.csv | inf.wav: expected samples within +-1e+06, found inf at 0.05 s
 1 | track huge.wav -o out.csv | huge.wav: expected samples within +-1e+06, found 1e+30 at 0.05 s
 1 | track slow.wav --mode live -o out.csv | slow.wav: expected a sample rate of 94
 1 | track $'two\nlines.wav' | two lines.wav
 1 | track both.wav --channel 3 | cannot read the recording: both.wav: expected channel 3, found 2 channels
 1 | track good.wav --channel 2 -o out.csv | good.wav: expected channel 2, found 1 channel
-2 | track both.wav --channel 0 | wrong usage: --channel
 1 | track good.wav --start 0.1 | cannot read the recording: good.wav: expected sound at 0.1 s, found its end before that
-1 | track good.wav --start 1e9 | expected sound at 1e+09 s, found its end before that
 2 | track good.wav --start=-1 | wrong time: --start: expected a number from 0 up, found -1
 2 | track good.wav --duration 0 | wrong time: --duration: expected a number above 0, found 0
 1 | track cut.raw --raw f32:48000:2 | cut.raw: expected whole frames of 8 bytes, found one of 1 at the end
@@ -73,25 +68,18 @@ TABLE
 @test "track: options" {
   refuses <<'TABLE'
 2 | | wrong usage: 
-2 | sing good.wav | wrong usage: 
 2 | track | wrong usage: 
 2 | track good.wav --no-such-option | wrong usage: 
-2 | track good.wav --threshold high | wrong usage: 
 2 | track good.wav --threshold nan | wrong threshold: --threshold: expected a number from 0 up, found nan
-2 | track good.wav --threshold=-0.5 | found -0.5
 2 | track good.wav --fmin 200 --fmax 100 | wrong frequency: --fmax: expected a number from --fmin up, found 100
 2 | track good.wav --fmin nan | wrong frequency: --fmin: expected a number from 0 up, found nan
-2 | track good.wav --mode sideways | --mode
 2 | track good.wav --mode offline --block-size 240 | --block-size
-2 | track good.wav --block-size 0 | wrong usage: 
 2 | track good.wav --block-size 22977 | wrong block size: good.wav at 24000 Hz: expected 1 to 22976 samples, found 22977
 2 | track fast.wav --block-size 512 | expected no block size at this rate, found 512
 2 | track good.wav --cents --unvoiced zero | wrong usage: --unvoiced zero: expected --unit hz, found --unit cents, where 0 is a pitch
 2 | track good.wav --format lab --cents | wrong usage: --unit: expected a format with rows, found lab
 2 | track good.wav -o n.mid --unvoiced nan | wrong usage: --unvoiced: expected a format with rows, found midi
 2 | track good.wav --cents --unit hz | wrong usage: 
-2 | track good.wav --unit bark | wrong usage: --unit
-2 | track good.wav --format xml | wrong usage: --format
 2 | track good.wav both.wav --skip-existing --force | wrong usage: 
 TABLE
   katessel track good.wav --block-size 22976 > largest.csv
@@ -129,7 +117,6 @@ TABLE
 
 @test "eval, bench, model" {
   refuses <<'TABLE'
-2 | eval --ref truth.f0 | --ref
 1 | eval --ref folder | recordings with .f0 files
 1 | eval --ref absent | nothing there
 2 | eval --ref truth.f0 track.csv --csv track.csv | one that is read
@@ -138,23 +125,19 @@ TABLE
 1 | eval --ref gap.f0 track.csv | gap.f0: expected 0.01 s in line 3
 1 | eval --ref truth.f0 cents.csv | frequencies in Hz
 2 | bench --rate 0 | wrong usage: 
-2 | bench --seconds 0 | wrong usage: 
 1 | model inspect none.weights | bad model: none.weights: expected a layer weight file, found one that cannot be opened
 1 | model hash none.weights | cannot read the file: none.weights: expected a readable file, found No such file
-2 | model | wrong usage
 TABLE
 }
 
 @test "synth" {
   refuses <<'TABLE'
 2 | synth track.csv -o a.mp3 | unknown kind of sound file: a.mp3: expected a name that ends with .wav or .flac, found .mp3
-2 | synth track.csv | --output is required
 2 | synth track.csv -o a.wav --stereo | --stereo: expected a recording for the left, with --mix, found none
 2 | synth good.wav -o a.wav --rate 48000 | --rate: expected a track without a recording
 2 | synth track.csv -o a.wav --model "$MODEL" | --model: expected a recording to track, found a track, track.csv
 2 | synth track.csv --mix good.wav -o ../work/good.wav | ../work/good.wav: expected a file of its own
 1 | synth none.csv -o a.wav | cannot read the pitch: none.csv
-1 | synth none.wav -o a.wav | cannot read the recording: none.wav
 1 | synth long.csv -o a.wav | long.csv: expected times from 0 to 43200 s, found 1e+09 s
 1 | synth rowless.csv -o a.wav | rowless.csv: expected at least one row
 TABLE
@@ -166,15 +149,10 @@ TABLE
   refuses <<'TABLE'
 2 | plot good.wav -o a.jpg | unknown kind of picture: a.jpg: expected a name that ends with .png or .svg, found .jpg
 2 | plot good.wav -o a | found no extension
-2 | plot good.wav | --output is required
-1 | plot none.wav -o a.png | cannot read the recording: none.wav
 1 | plot good.wav -o nowhere/a.png | cannot write: nowhere/a.png: expected an existing folder
-2 | plot good.wav -o a.png --size 300x700 | wrong size
-2 | plot good.wav -o a.png --size 1200 | wrong size
 2 | plot good.wav -o a.png --size 1200x700x1 | wrong size
 2 | plot good.wav -o a.png --size 30000x700 | wrong size
 2 | plot good.wav -o a.png --start 2 | --start: expected a time within the 0.1 s of sound, found 2
-2 | plot good.wav -o a.png --duration 0 | --duration
 2 | plot good.wav -o a.png --bottom-frequency 0 | --bottom-frequency: expected more than 0
 2 | plot good.wav -o a.png --top-frequency 50 | --top-frequency: expected more than the bottom's 50 Hz, found 50
 2 | plot good.wav -o a.png --overlay track.csv | wrong overlay: --overlay: expected NAME=FILE, found track.csv
