@@ -19,6 +19,7 @@ constexpr char kAbout[] =
     "\n"
     "The environment variable KATESSEL_ISA names the vector instructions to compute\n"
     "with (scalar, sse2, avx2 or avx512); without it the best available are used.\n"
+    "KATESSEL_MODEL names the weight file to use where no --model does.\n"
     "Exit status: 0 success, 1 failure, 2 wrong usage.";
 
 // "none" where the default model is missing: --version must work there, too.

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 
+#include "katessel/DefaultModel.hpp"
 #include "recordings/base/Errors.h"
 #include "recordings/base/Text.h"
 #include "tracking/ModelCheck.h"
@@ -68,12 +69,11 @@ std::optional<std::string> cardHash(const std::string& model) {
 
 std::string modelPath(const std::string& given) {
     if (!given.empty()) return given;
-    std::error_code error;
-    const fs::path executable = fs::read_symlink("/proc/self/exe", error);
-    const fs::path installed = (executable.parent_path() / KATESSEL_INSTALLED_MODEL).lexically_normal();
-    for (const fs::path& candidate : {installed, fs::path(KATESSEL_SOURCE_MODEL)})
-        if (fs::is_regular_file(candidate, error)) return candidate.string();
-    fail("no model", installed.string(), "the default weight file here or another one with --model", "none");
+    try {
+        return KaTessel::defaultModel();
+    } catch (const KaTessel::ModelError& none) {
+        throw ToolError(none.what(), kStatusFailure);
+    }
 }
 
 void checkThreshold(const std::optional<double>& threshold) {

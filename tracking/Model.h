@@ -16,7 +16,7 @@ struct Model {
 // weight file is good and the threshold, where given, a number from 0 up.
 Model chooseModel(const std::string& path, const std::optional<double>& threshold);
 
-// `given`, or without one the default model: the one installed beside the executable, else the source tree's.
+// `given`, or without one the default model, found as DefaultModel.hpp says: KATESSEL_MODEL first.
 std::string modelPath(const std::string& given);
 
 // Fails unless `threshold`, where given, is a number from 0 up: before anything long.

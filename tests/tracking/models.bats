@@ -84,13 +84,17 @@ takes() {
   done
 }
 
-@test "the default model is the installed one, else the source tree's" {
-  mkdir -p prefix/bin prefix/share/katessel
-  cp "$KATESSEL_TOOL" prefix/bin/katessel
-  prefix/bin/katessel track good.wav > from_source.csv
-  katessel track good.wav --model "$MODEL" | cmp - from_source.csv
+@test "the default model is what KATESSEL_MODEL names, else the installed one" {
+  mkdir -p prefix/bin prefix/lib prefix/share/katessel
+  cp "$(ldd "$KATESSEL_TOOL" | awk '$1 ~ /^libKaTesselLib/ { print $3 }')" prefix/lib
+  cp "$KATESSEL_TOOL" prefix/bin
+  KATESSEL_TOOL=$PWD/prefix/bin/katessel
+  export LD_LIBRARY_PATH=$PWD/prefix/lib
+  fails_with 1 "bad model: share/katessel/default.weights: expected it in a folder above $LD_LIBRARY_PATH/" track good.wav
+  KATESSEL_MODEL=$MODEL katessel track good.wav > named.csv
+  cp "$MODEL" prefix/share/katessel
+  katessel track good.wav | cmp - named.csv
+  KATESSEL_MODEL=none.weights fails_with 1 "none.weights" track good.wav
   echo broken > prefix/share/katessel/default.weights
-  run --separate-stderr prefix/bin/katessel track good.wav
-  [ "$status" -eq 1 ]
-  [[ $stderr == "katessel: bad model: "*"/prefix/share/katessel/default.weights: "* ]]
+  fails_with 1 "/prefix/share/katessel/default.weights: " track good.wav
 }
