@@ -15,6 +15,7 @@ struct Variant {
 // Slowest first.
 const Variant kVariants[] = {
     {&kScalar, [] { return true; }},
+#ifdef __x86_64__
     {&kSse2, [] { return true; }},  // part of every x86-64
     {&kAvx2, [] { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"); }},
     {&kAvx512,
@@ -22,10 +23,13 @@ const Variant kVariants[] = {
          return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
                 __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl");
      }},
+#endif
 };
 
 const Kernels& fastest() {
+#ifdef __x86_64__
     __builtin_cpu_init();
+#endif
     const Kernels* best = &kScalar;
     for (const Variant& variant : kVariants)
         if (variant.runsHere()) best = variant.kernels;
