@@ -1,15 +1,16 @@
-# What an installation holds: headers, library, package descriptions, the default model, the tool. The components are the
+# What an installation holds: headers, libraries, package descriptions, the default model, the tool. The components are the
 # packages of Packages.cmake.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS KaTesselLib EXPORT KaTesselTargets
+install(TARGETS KaTesselLib katessel_static EXPORT KaTesselTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/katessel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   COMPONENT development)
 install(FILES models/default.weights models/default.json DESTINATION ${CMAKE_INSTALL_DATADIR}/katessel COMPONENT model)
 
-# find_package(KaTessel): the target KaTessel::KaTesselLib and the variable KaTessel_DEFAULT_MODEL.
+# find_package(KaTessel): the targets KaTessel::KaTesselLib and KaTessel::katessel_static, and the variable KaTessel_DEFAULT_MODEL.
 set(KATESSEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KaTessel)
 set(KATESSEL_MODEL_DIR ${CMAKE_INSTALL_DATADIR}/katessel)
 install(EXPORT KaTesselTargets NAMESPACE KaTessel:: DESTINATION ${KATESSEL_CMAKE_DIR} COMPONENT development)
