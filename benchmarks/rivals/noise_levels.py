@@ -4,8 +4,8 @@
     noise_levels.py FOLDER NOISES --out out/noise [--every 3] [--only "katessel offline,praat ac,.."]
 
 FOLDER holds recordings with .f0 files beside them, NOISES recordings of noise. Every recording gets a stretch of one of the
-noises, the same at every level, at -5 to 30 dB below its voiced frames' mean power. Writes OUT/levels.csv, a row per level and tracker,
-and OUT/levels.png. Needs sox, gnuplot and python3-numpy, and what compare.py needs.
+noises, the same at every level, at -5 to 30 dB below its voiced frames' mean power. Writes OUT/levels.csv, a row per level
+and tracker, and OUT/levels.png. Needs gnuplot-nox and what compare.py needs.
 """
 import argparse
 import csv
@@ -14,66 +14,29 @@ import pathlib
 import random
 import shutil
 import subprocess
-import sys
 
 import numpy as np
 
-RATE, HOP = 24000, 120
+import plots
+from recordings import find, read, read_truth, stretch, voiced_power, write
+
 LEVELS = [-5, 0, 5, 10, 15, 20, 30]
 TRACKERS = "katessel offline,katessel live,praat ac,praat cc,sptk rapt,sptk swipe"
-PLOT = """
-set terminal pngcairo size 900,520 font "sans,11"
-set output "{png}"
-set datafile separator ","
-set grid
-set key bottom right
-set xlabel "noise below the voice [dB]"
-set ylabel "F1 at 50 cents, voicing included"
-set yrange [0:1]
-plot {curves}
-"""
-
-
-def read(path):
-    raw = subprocess.run(["sox", path, "-t", "f32", "-r", str(RATE), "-c", "1", "-"], check=True, capture_output=True).stdout
-    return np.frombuffer(raw, dtype="<f4").astype(np.float64)
-
-
-def write(path, samples):
-    scaled = samples * min(1.0, 0.99 / max(np.abs(samples).max(), 1e-9))
-    subprocess.run(["sox", "-t", "f32", "-r", str(RATE), "-c", "1", "-", "-b", "16", path], check=True,
-                   input=scaled.astype("<f4").tobytes())
-
-
-def voiced_power(samples, truth):
-    """Mean square of the samples around the frames that have a pitch."""
-    pitch = np.loadtxt(truth, usecols=1, ndmin=1)
-    mask = np.repeat(pitch > 0, HOP)[: len(samples)]
-    voiced = samples[: len(mask)][mask]
-    return float(np.mean(voiced**2)) if len(voiced) else 0.0
-
-
-def recordings(folder, truth):
-    found = [p for p in sorted(folder.rglob("*")) if p.suffix in (".ogg", ".wav", ".flac")]
-    found = [p for p in found if not truth or p.with_suffix(".f0").is_file()]
-    if not found:
-        sys.exit(f"noise_levels.py: {folder}: expected recordings{' with .f0 files beside them' if truth else ''}, found none")
-    return found
 
 
 def mix(clips, noises, folder):
     sounds = [read(path) for path in noises]
     for number, clip in enumerate(clips):
-        samples, power = read(clip), voiced_power(read(clip), clip.with_suffix(".f0"))
+        samples = read(clip)
+        power = voiced_power(samples, read_truth(clip.with_suffix(".f0")))
         choose = random.Random(number)
         noise = choose.choice(sounds)
-        noise = np.roll(np.resize(noise, max(len(noise), len(samples))), choose.randrange(len(noise)))[: len(samples)]
+        noise = stretch(noise, len(samples), -choose.randrange(len(noise)))
         if power == 0.0 or not noise.any():
             continue
         noise = noise * np.sqrt(power / np.mean(noise**2))
         for level in LEVELS:
             target = folder / f"snr_{level}" / f"{clip.stem}.wav"
-            target.parent.mkdir(parents=True, exist_ok=True)
             write(target, samples + noise * 10 ** (-level / 20))
             shutil.copyfile(clip.with_suffix(".f0"), target.with_suffix(".f0"))
 
@@ -90,7 +53,7 @@ def main():
 
     mixed = chosen.out / "recordings"
     shutil.rmtree(mixed, ignore_errors=True)
-    mix(recordings(chosen.folder, True)[:: chosen.every], recordings(chosen.noises, False), mixed)
+    mix(find(chosen.folder, truth=True)[:: chosen.every], find(chosen.noises), mixed)
     compare = pathlib.Path(__file__).with_name("compare.py")
     subprocess.run([compare, mixed, "--tool", chosen.tool, "--out", chosen.out / "tracks", "--only", chosen.only], check=True,
                    stdout=subprocess.DEVNULL)
@@ -104,9 +67,9 @@ def main():
         for level in LEVELS:
             rows.writerow([level, *(f"{score[f'snr_{level}']['f1']:.3f}" for score in scores)])
     print(table.read_text(), end="")
-    curves = ", ".join(f'"{table}" every ::1 using 1:{i + 2} with linespoints linewidth {3 if "katessel" in tracker else 1} '
-                       f'title "{tracker}"' for i, tracker in enumerate(trackers))
-    subprocess.run(["gnuplot"], check=True, text=True, input=PLOT.format(png=chosen.out / "levels.png", curves=curves))
+    names = [(tracker, "katessel" in tracker) for tracker in trackers]
+    plots.plot(chosen.out / "levels.png", 'set key bottom right\nset xlabel "noise below the voice [dB]"\n'
+               'set ylabel "F1 at 50 cents, voicing included"\nset yrange [0:1]\nplot ' + plots.curves(table, names) + "\n")
 
 
 if __name__ == "__main__":
