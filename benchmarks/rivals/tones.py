@@ -114,21 +114,40 @@ def sines(rows):
 
 
 def picture(rows, out):
-    """Right frames against pitch for each wave, the mean of the levels, and the sines' cents, offline."""
-    commands = ("set logscale x\nset xrange [38:2100]\nset xtics (40,55,80,110,160,220,320,440,640,880,1250,2000)\n"
-                "set multiplot layout 2,1\n")
-    for name, key, waves, tail in (("right frames [%]", "right", list(WAVES), "set yrange [-3:103]"),
-                                   ("sines: cents", "cents", ["sine"], "set yrange [-100:100]\nset xlabel 'pitch [Hz]'")):
-        curves = []
-        for wave in waves:
-            for level in LEVELS if key == "cents" else (None,):
-                data = out / f"{key}_{wave}_{level}.csv".replace(" ", "_").replace("%", "")
-                of_wave = [r for r in rows if r["wave"] == wave and r["mode"] == "offline" and level in (None, r["dBFS"])]
-                points = [(f0, np.mean([r[key] for r in of_wave if r["f0"] == f0])) for f0 in sorted({r["f0"] for r in of_wave})]
-                data.write_text("".join(f"{f0},{100 * v if key == 'right' else v:.2f}\n" for f0, v in points))
-                curves.append(f'"{data}" with linespoints title "{wave if level is None else f"{level} dBFS"}"')
-        commands += f'set ylabel "{name}"\n{tail}\nset key outside right\nplot {", ".join(curves)}\n'
-    plots.plot(out / "tones.png", commands, 1000, 800)
+    """Right frames of each wave and pitch, the mean of the levels and modes, and the sines' cents offline."""
+    pitches = sorted({row["f0"] for row in rows})
+    shares = {(wave, f0): [row["right"] for row in rows if (row["wave"], row["f0"]) == (wave, f0)]
+              for wave in WAVES for f0 in pitches}
+    (out / "right.csv").write_text("".join(
+        f"{x},{y},{100 * np.mean(shares[wave, f0]) if shares[wave, f0] else 'NaN'}\n"
+        for y, wave in enumerate(WAVES) for x, f0 in enumerate(pitches)))
+    sine = {(row["f0"], row["dBFS"]): row["cents"] for row in rows if row["wave"] == "sine" and row["mode"] == "offline"}
+    (out / "sines.csv").write_text("".join(
+        f"{x},{','.join(str(sine[f0, level]) for level in LEVELS)}\n" for x, f0 in enumerate(pitches)))
+    every = range(0, len(pitches), max(1, len(pitches) // 11))
+    xtics, ytics = (", ".join(f'"{name}" {at}' for at, name in ticks) for ticks in (
+        [(x, f"{pitches[x]:.0f}") for x in every],
+        [(y, wave.replace("%", "%%")) for y, wave in enumerate(WAVES)]))
+    curves = ", ".join(f'"{out}/sines.csv" using 1:{2 + i} with linespoints title "{level} dBFS"' for i, level in enumerate(LEVELS))
+    plots.plot(out / "tones.png", f"""set multiplot layout 2,1
+set lmargin at screen 0.12
+set rmargin at screen 0.82
+set xtics ({xtics})
+set xrange [-0.5:{len(pitches) - 0.5}]
+set ytics ({ytics})
+set yrange [{len(WAVES) - 0.5}:-0.5]
+set cbrange [0:100]
+set cblabel "right frames [%]"
+set palette defined (0 "#8c2d04", 50 "#fdd0a2", 100 "#2b8cbe")
+unset key
+plot "{out}/right.csv" using 1:2:3 with image
+set ytics auto
+set ylabel "sines: cents too high"
+set xlabel "pitch [Hz]"
+set yrange [-100:100]
+set key top right
+plot {curves}
+""", 1000, 800)
 
 
 def main():

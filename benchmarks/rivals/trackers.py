@@ -64,7 +64,7 @@ def praat(method):
 
     def track(sound, threshold):
         return rows_of(run(["praat", "--run", script.name, sound.resolve(), method, str(threshold)]))
-    return Tracker(track, (0.45, 0.55, 0.65, 0.75))
+    return Tracker(track, (0.45, 0.6, 0.75))
 
 
 def aubio(method, thresholds):
@@ -99,8 +99,8 @@ def choose(tool, only="", models=(), thresholds=(None,)):
              for model, stem in zip(models or (None,), stems or (None,)) for mode in ("offline", "live")}
     known |= {
         "praat ac": praat("ac"), "praat cc": praat("cc"),
-        "aubio yinfft": aubio("yinfft", (None, 0.6, 0.5, 0.4)), "aubio yinfast": aubio("yinfast", (None,)),
-        "sptk rapt": sptk(0, "-T", (0.0, -0.2, -0.4, -0.6)), "sptk swipe": sptk(1, "-t", (0.3, 0.2, 0.4)),
+        "aubio yinfft": aubio("yinfft", (None, 0.6, 0.45)), "aubio yinfast": aubio("yinfast", (None,)),
+        "sptk rapt": sptk(0, "-T", (0.0, -0.25, -0.5)), "sptk swipe": sptk(1, "-t", (0.3, 0.2, 0.4)),
     }
     names = only.split(",") if only else list(known)
     if "ours" in names:
