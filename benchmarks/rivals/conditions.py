@@ -30,8 +30,8 @@ def tables(results):
     text = markdown(["F1", "threshold", *conditions, "mean of eight"], [
         [name, str(r["threshold"] or "its own"), *(cell(r["f1"][c], 3) for c in conditions), cell(r["mean of eight"], 3)]
         for name, r in results.items()])
-    header = ["", *(f"scene {level}: F1" for level in LEVELS), *(f"{kind} noise called voiced" for kind in mixtures.KINDS_OF_NOISE),
-              "flips/s clean", "scene", "cents clean", "RPA 10"]
+    header = ["scene at", *LEVELS, *(f"{kind} noise called voiced" for kind in mixtures.KINDS_OF_NOISE),
+              "flips a second, clean", "scene", "cents clean", "RPA 10"]
     return text + "\n" + markdown(header, [
         [name, *(cell(r["levels"].get(level), 3) for level in LEVELS),
          *(cell(r[f"noise {kind}"], 3) for kind in mixtures.KINDS_OF_NOISE),
@@ -48,7 +48,7 @@ def pictures(results, compared, out):
             rows.writerow(["condition", *results])
             for column in columns:
                 rows.writerow([column, *(cell((r["f1"] | r["levels"]).get(column), 3) for r in results.values())])
-        plots.plot(out / f"{file}.png", f'set key bottom left\nset xlabel "{title}"\nset ylabel "F1 at 50 cents"\n'
+        plots.plot(out / f"{file}.png", f'set key bottom left\nset rmargin 7\nset xlabel "{title}"\nset ylabel "F1 at 50 cents"\n'
                    f'set yrange [0:1]\nset xrange [-0.3:{len(columns) - 0.7}]\nset xtics rotate by -20\n'
                    f'plot {plots.curves(table, names, using="0:{column}:xtic(1)")}\n')
 

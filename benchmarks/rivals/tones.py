@@ -99,8 +99,8 @@ def summary(rows):
             lines.append([f"{wave}, {mode}", *(cell(100 * np.mean(share), 0) if share else "" for share in shares),
                           cell(np.median(distances), 1), cell(max(distances), 0),
                           cell(np.mean([row["confidence"] for row in middle]), 2)])
-    header = ["tones", *(f"{low} to {high // 5 * 5} Hz: right [%]" for low, high in RANGES), "55 to 1000 Hz: median cents",
-              "worst", "confidence"]
+    header = ["right frames [%]", *(f"{low} to {high // 5 * 5} Hz" for low, high in RANGES), "55 to 1000 Hz: cents", "worst",
+              "confidence"]
     return markdown(header, lines)
 
 
