@@ -21,7 +21,7 @@ from model_file import write  # noqa: E402
 
 
 def samples_of(rate, seconds, kind, *arguments):
-    return np.array(sound.make(rate, seconds, kind, arguments)[0], np.float32)
+    return np.array(sound.make(rate, seconds, kind, arguments), np.float32)
 
 
 def in_blocks(stream, x, size):
@@ -36,7 +36,7 @@ class Values(unittest.TestCase):
             x = samples_of(rate, 1.0, "glide", 120, 480)
             with tempfile.TemporaryDirectory() as folder:
                 file = os.path.join(folder, "x.wav")
-                sound.write_wav(file, rate, 1, list(map(float, x)))
+                sound.write_wav(file, rate, x)
                 for mode in ("offline", "live"):
                     done = subprocess.run([os.environ["TOOL"], "track", "--mode", mode, file], check=True,
                                           stdout=subprocess.PIPE)
