@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 
 #include "WriteWeights.h"
@@ -12,7 +13,7 @@ namespace {
 void transform() {
     KaTessel::MRSpectrum spectrum;
     std::vector<float> a(1024);
-    for (int i = 0; i < 1024; ++i) a[i] = std::cos(6.2831853f * 10.0f * static_cast<float>(i) / 1024.0f);
+    for (std::size_t i = 0; i < a.size(); ++i) a[i] = std::cos(6.2831853f * 10.0f * static_cast<float>(i) / 1024.0f);
     spectrum.rFFT(a.data(), 1024);  // a[2k], a[2k + 1]: real and imaginary part of bin k
     std::printf("bin 10: %.1f\n", static_cast<double>(a[20]));
     expect(std::fabs(a[20] - 512.0f) < 0.01f, "half of 1024 in bin 10");
@@ -58,7 +59,7 @@ void frameByFrame(const std::string& model, const std::vector<float>& frame) {
 int main(int argc, char** argv) {
     expect(argc == 2, "usage: example-analysis MODEL");
     std::vector<float> frame(1025), constant(512, 1.0f);
-    for (int i = 0; i < 1025; ++i) frame[i] = 0.5f * std::sin(0.05f * static_cast<float>(i));
+    for (std::size_t i = 0; i < frame.size(); ++i) frame[i] = 0.5f * std::sin(0.05f * static_cast<float>(i));
     transform();
     multiResolution(frame);
     resample(constant);
