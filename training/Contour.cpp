@@ -6,7 +6,6 @@
 namespace {
 
 constexpr double kHopSeconds = static_cast<double>(kHop) / kRate;
-constexpr double kLowest = 48.0, kHighest = 1250.0;  // [Hz] of any generated pitch
 constexpr float kHeard = 0.2f, kNotHeard = 0.03f;    // gains from which a frame is voiced, and below which it is not
 
 // What stays the same through one piece.
@@ -29,6 +28,17 @@ Manner drawManner(Random& random) {
     manner.jitter = random.chance(0.5) ? random.logUniform(0.0005, 0.02) : 0.0;
     manner.creakChance = random.chance(0.3) ? 0.4 : 0.0;
     manner.vibratoChance = random.chance(0.4) ? 0.6 : 0.0;
+    const double kind = random.uniform(0.0, 1.0);
+    if (kind < 0.15) {  // tones that stand still
+        manner.spread = random.chance(0.5) ? 0.0 : manner.spread;
+        manner.stepwise = true;
+        manner.noteFrames = random.logUniform(40.0, 400.0);
+        manner.jitter = manner.creakChance = manner.vibratoChance = 0.0;
+    } else if (kind < 0.22) {  // sweeps
+        manner.spread = random.uniform(0.3, 1.5);
+        manner.stepwise = false;
+        manner.noteFrames = random.logUniform(50.0, 300.0);
+    }
     return manner;
 }
 
@@ -91,7 +101,7 @@ void appendRun(Contour& contour, double base, const Manner& manner, Random& rand
     }
     appendGain(contour.gain, static_cast<int>(octaves.size()), random);
     for (std::size_t i = 0; i < octaves.size(); ++i) {
-        const double hz = std::clamp(base * std::exp2(octaves[i]), kLowest, kHighest);
+        const double hz = std::clamp(base * std::exp2(octaves[i]), kLowestPitch, kHighestPitch);
         contour.pitch.push_back(static_cast<float>(hz * (1.0 + manner.jitter * random.normal())));
         const float gain = contour.gain[begin + i];
         contour.label.push_back(gain >= kHeard ? static_cast<float>(hz) : gain >= kNotHeard ? kUnknown : kUnvoiced);
@@ -112,4 +122,18 @@ Contour drawContour(double base, int controls, Random& random) {
     }
     for (std::vector<float>* values : {&contour.pitch, &contour.gain, &contour.label}) values->resize(wanted);
     return contour;
+}
+
+Course follow(const Contour& contour, std::size_t samples) {
+    Course course = {std::vector<double>(samples), Samples(samples)};
+    double turns = 0.0;
+    for (std::size_t i = 0; i < samples; ++i) {
+        const double place = (static_cast<double>(i) - kCentre) / kHop + kLead;
+        const std::size_t c = std::min(static_cast<std::size_t>(place), contour.pitch.size() - 2);
+        const float part = static_cast<float>(place - static_cast<double>(c));
+        turns += (contour.pitch[c] + (contour.pitch[c + 1] - contour.pitch[c]) * part) / kRate;
+        course.turns[i] = turns;
+        course.gain[i] = contour.gain[c] + (contour.gain[c + 1] - contour.gain[c]) * part;
+    }
+    return course;
 }

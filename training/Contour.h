@@ -18,8 +18,17 @@ struct Contour {
     std::vector<float> label;  // [Hz] the intended pitch, kUnvoiced in pauses, kUnknown where the voice creaks or fades
 };
 
+constexpr double kLowestPitch = 40.0, kHighestPitch = 2100.0;  // [Hz] of all that is generated
+
 // Runs of notes or syllables with pauses between: glides, vibrato, drift, jitter, attacks and decays, creak.
 //   base  [Hz] around which the voice moves
 Contour drawContour(double base, int controls, Random& random);
+
+// The contour at every sample.
+struct Course {
+    std::vector<double> turns;  // how often the pitch's period has gone round
+    Samples gain;
+};
+Course follow(const Contour& contour, std::size_t samples);
 
 #endif

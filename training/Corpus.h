@@ -36,4 +36,7 @@ private:
 // multiplied by that. Outside the clip there is silence.
 LabelledSound excerpt(const Clip& clip, double start, double speed, int frames);
 
+// The same without the truth, and cheaper: for sound that is only heard behind another.
+Samples roughExcerpt(const Clip& clip, double start, double speed, int samples);
+
 #endif

@@ -6,14 +6,11 @@ namespace {
 
 using torch::Tensor;
 
-// The engine's scale: octaves above 440 Hz = (1 + y0) * kOctaves - offset, with an offset per form.
-constexpr double kOctaves = 2.187756;
-constexpr double kStreamingOffset = 3.0666435, kOfflineOffset = 3.0586433, kOfflineShare = 0.7;
-constexpr double kOffset = kOfflineShare * kOfflineOffset + (1.0 - kOfflineShare) * kStreamingOffset;
+constexpr double kOctaves = 2.187756;  // of the engine's scale
 
 constexpr double kUnvoicedOctaves = -8.8;  // frames without pitch are pushed below; the engine's bound is -8.33
 
-constexpr double kClassCents = 30.0, kLowestClass = 45.0;  // [cents] and [Hz]
+constexpr double kClassCents = 30.0, kLowestClass = 40.0;  // [cents] and [Hz]
 
 // Found by trial.
 constexpr double kFarWeight = 1.0, kNearWeight = 0.5, kConfidenceWeight = 5.0, kClassWeight = 0.5;
@@ -70,16 +67,18 @@ Tensor classLoss(const Tensor& logarithms, const Tensor& pitch, const Tensor& vo
 
 }  // namespace
 
-LossParts formLoss(const Network& network, const FormOutput& form, const Truth& truth, const LossSchedule& schedule) {
+LossParts formLoss(const Network& network, const FormOutput& form, double offset, const Truth& truth,
+                   const LossSchedule& schedule) {
     const Tensor voiced = (truth.pitch > 0.0).to(torch::kFloat32), known = (truth.pitch >= 0.0).to(torch::kFloat32);
     const Tensor silent = known - voiced;
-    const Tensor octaves = (form.heads.select(1, 0) + 1.0) * kOctaves - kOffset;
+    const Tensor octaves = (form.heads.select(1, 0) + 1.0) * kOctaves - offset;
     const Tensor cents = 1200.0 * (octaves - torch::log2(torch::clamp_min(truth.pitch, 1.0) / 440.0));
 
     // Near the truth like a Cauchy distribution's, and far from it linear, so that it finds the way back. What makes it
     // robust is the judgement of the classes: a frame whose pitch they cannot hear is not worth bending all others for.
     const Tensor logarithms = network.classes(schedule.classesTeach ? form.middle : form.middle.detach());
-    const Tensor hope = kHopelessWeight + (1.0 - kHopelessWeight) * heard(logarithms.detach(), truth.pitch);
+    const Tensor hope =
+        1.0 - schedule.judged * (1.0 - kHopelessWeight) * (1.0 - heard(logarithms.detach(), truth.pitch));
     const Tensor semitones = torch::smooth_l1_loss(cents / 100.0, torch::zeros_like(cents), torch::Reduction::None);
     const Tensor near = torch::log1p(torch::square(cents / schedule.pitchWidth));
     const Tensor weight = voiced * truth.weight * rarity(truth.pitch) * hope;

@@ -16,14 +16,20 @@ struct Truth {
 struct LossSchedule {
     double pitchWidth = 18.0;  // [cents] errors well below it count with their square, those above nearly alike
     bool classesTeach = true;  // whether they train the whole network, or only themselves
+    double judged = 1.0;       // how far what the classes hear decides on a frame's weight: 0, not at all
 };
+
+// What the forms' outputs mean: octaves above 440 Hz = (1 + y0) * kOctaves - offset. On a steady tone the forms cannot
+// tell which of them is asked, so that weights for both get an offset between, with which the offline form reads 2.9
+// cents high and the streaming form 6.7 cents low.
+constexpr double kStreamingOffset = 3.0666435, kOfflineOffset = 3.0586433, kOfflineShare = 0.7;
+constexpr double kJointOffset = kOfflineShare * kOfflineOffset + (1.0 - kOfflineShare) * kStreamingOffset;
 
 struct LossParts {
     torch::Tensor total, pitch, unvoiced, confidence, classes;  // means per frame
 };
 
-// Of one form. The two forms read the same output 9.6 cents apart; the truth is put between, where the offline form is
-// 2.9 cents high and the streaming form 6.7 cents low.
-LossParts formLoss(const Network& network, const FormOutput& form, const Truth& truth, const LossSchedule& schedule);
+LossParts formLoss(const Network& network, const FormOutput& form, double offset, const Truth& truth,
+                   const LossSchedule& schedule);
 
 #endif

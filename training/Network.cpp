@@ -86,7 +86,7 @@ Network::Network(std::uint64_t seed, Tensor mean, Tensor scale) : m_mean(std::mo
     set(parameter::classBias, torch::zeros({kClasses}));
 }
 
-void Network::forward(const Tensor& features, FormOutput& streaming, FormOutput& offline) const {
+void Network::forward(const Tensor& features, FormOutput* streaming, FormOutput* offline) const {
     const int64_t frames = features.size(0), batch = features.size(1), results = frames - kReach;
     const double half = std::sqrt(0.5);
     const Tensor normal = (features - m_mean) * m_scale;
@@ -107,19 +107,20 @@ void Network::forward(const Tensor& features, FormOutput& streaming, FormOutput&
     // Element u of a layer's output belongs, streaming, to its newest frame, `reach so far` after u, and offline to the
     // middle one. The lines that delay the streaming skip outputs hold 6 and 2 frames and are read after 5 and 1.
     const Tensor first = gate(initial, 0);
-    const int64_t n0 = frames - 2, n1 = frames - 6;
-    const Tensor input[2] = {(first + part(initial, 0, n0)) * half, (first + part(initial, 1, n0)) * half};
-    const Tensor second[2] = {gate(input[0], 1), gate(input[1], 1)};
-    const Tensor middle[2] = {(second[0] + part(input[0], 0, n1)) * half, (second[1] + part(input[1], 2, n1)) * half};
-    const Tensor third[2] = {gate(middle[0], 2), gate(middle[1], 2)};
     const Tensor firstSkip = skip(first, 1, results + 2, 0);
-    const auto sum = [&](int form) {
-        const Tensor all = part(firstSkip, form == 0 ? 0 : 2, results) + skip(second[form], 1, results, 1) +
-                           skip(third[form], 0, results, 2);
-        return all.view({-1, kSkip}) / kLayers + bias;
+    const int64_t n0 = frames - 2, n1 = frames - 6;
+    const auto rest = [&](int64_t firstMiddle, int64_t secondMiddle) {
+        const Tensor input = (first + part(initial, firstMiddle, n0)) * half;
+        const Tensor second = gate(input, 1);
+        const Tensor middle = (second + part(input, secondMiddle, n1)) * half;
+        const Tensor third = gate(middle, 2);
+        const Tensor all = part(firstSkip, secondMiddle, results) + skip(second, 1, results, 1) +
+                           skip(third, 0, results, 2);
+        return FormOutput{part(middle, 1, results).reshape({-1, kResidual}),
+                          heads(all.view({-1, kSkip}) / kLayers + bias)};
     };
-    streaming = {part(middle[0], 1, results).reshape({-1, kResidual}), heads(sum(0))};
-    offline = {part(middle[1], 1, results).reshape({-1, kResidual}), heads(sum(1))};
+    if (streaming != nullptr) *streaming = rest(0, 0);
+    if (offline != nullptr) *offline = rest(1, 2);
 }
 
 Tensor Network::heads(const Tensor& skip) const {

@@ -18,7 +18,7 @@ constexpr int kDilations[kLayers] = {1, 2, 1};
 constexpr int kReach = 8;  // [frames] more than outputs that a stretch of features needs
 constexpr int kAhead = 4;  // output w of a stretch describes its frame w + kAhead
 
-constexpr int kClasses = 196;  // of the auxiliary output: 30 cents each from 45 Hz on, and the last one "no pitch"
+constexpr int kClasses = 232;  // of the auxiliary output: 30 cents each from 40 to 2150 Hz, and the last one "no pitch"
 
 // The result of one form for a stretch.
 struct FormOutput {
@@ -31,8 +31,9 @@ public:
     // Small random weights; the features are normalised with `mean` and `scale`, kFeatures values each.
     Network(std::uint64_t seed, torch::Tensor mean, torch::Tensor scale);
 
-    // features: frames x batch x kFeatures, frames first. Gives (frames - kReach) * batch rows per form.
-    void forward(const torch::Tensor& features, FormOutput& streaming, FormOutput& offline) const;
+    // features: frames x batch x kFeatures, frames first. Gives (frames - kReach) * batch rows per form; none of a form
+    // that is null.
+    void forward(const torch::Tensor& features, FormOutput* streaming, FormOutput* offline) const;
 
     // Auxiliary classes, from the rows before the last gated layer: logarithms of probabilities, rows x kClasses. So early,
     // because a regression cannot choose between two pitches as a maximum over classes can: it takes all the layers that

@@ -2,6 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
+
+#include "Levels.h"
+#include "Spectrum.h"
 
 namespace {
 
@@ -62,7 +66,89 @@ void addImpulses(Samples& out, Random& random) {
     }
 }
 
-// Gusts and pauses: a slow, random gain.
+// Chopped: a gain that repeats 2 to 60 times a second, as of rotors, footsteps or insects.
+void chop(Samples& out, Random& random) {
+    const double rate = random.logUniform(2.0, 60.0), sharpness = random.logUniform(0.3, 8.0),
+                 depth = random.uniform(0.3, 1.0);
+    double phase = random.uniform(0.0, 1.0), wander = 1.0;
+    for (std::size_t i = 0; i < out.size(); ++i) {
+        if (i % kHop == 0) wander = std::clamp(wander + 0.03 * random.normal(), 0.7, 1.4);
+        phase += rate * wander / kRate;
+        const double wave = 0.5 + 0.5 * std::cos(2.0 * M_PI * phase);
+        out[i] *= static_cast<float>(1.0 - depth + depth * std::pow(wave, sharpness));
+    }
+}
+
+// Decibels at every bin: a random walk over the third-octaves.
+std::vector<float> drawCurve(std::size_t bins, Random& random) {
+    constexpr double kLowestKnot = 30.0, kKnotsPerOctave = 3.0;
+    const double restless = random.uniform(0.0, 5.0), tilt = random.uniform(-10.0, 3.0) / kKnotsPerOctave;
+    std::vector<double> knots = {0.0};
+    while (knots.size() < 30) knots.push_back(knots.back() + tilt + restless * random.normal());
+    std::vector<float> curve;
+    for (std::size_t b = 0; b < bins; ++b) {
+        const double hz = std::max(kLowestKnot, static_cast<double>(b) * kRate / 2.0 / static_cast<double>(bins));
+        const double place = std::log2(hz / kLowestKnot) * kKnotsPerOctave;
+        const std::size_t k = static_cast<std::size_t>(place);
+        curve.push_back(static_cast<float>(knots[k] + (knots[k + 1] - knots[k]) * (place - static_cast<double>(k))));
+    }
+    return curve;
+}
+
+}  // namespace
+
+Samples drawNoise(int samples, Random& random) {
+    Samples out(static_cast<std::size_t>(samples), 0.0f);
+    const int parts = 1 + random.below(2);
+    for (int p = 0; p < parts; ++p) {
+        const double kind = random.uniform(0.0, 1.0);
+        if (kind < 0.4)
+            addAtLevel(out, drawShaped(samples, random), 1.0, random.uniform(0.3, 1.0));
+        else if (kind < 0.55)
+            addColoured(out, random);
+        else if (kind < 0.75)
+            addWandering(out, random);
+        else
+            addImpulses(out, random);
+    }
+    if (random.chance(0.4)) modulate(out, random);
+    if (random.chance(0.2)) chop(out, random);
+    return out;
+}
+
+Samples drawWhite(int samples, Random& random) {
+    Samples out(static_cast<std::size_t>(samples));
+    for (float& sample : out) sample = random.white();
+    return out;
+}
+
+Samples drawShaped(int samples, Random& random) {
+    std::size_t size = 512;
+    while (size < static_cast<std::size_t>(samples)) size *= 2;
+    const std::vector<float> curve = drawCurve(size / 2 + 1, random);
+    Bins bins(curve.size());
+    for (std::size_t b = 1; b < bins.size(); ++b)
+        bins[b] = std::exp(curve[b] * 0.115129f) * std::complex<float>(random.white(), random.white());
+    const int resonances = random.chance(0.3) ? 1 + random.below(4) : 0;
+    for (int r = 0; r < resonances; ++r) {
+        const double centre = random.logUniform(50.0, 6000.0) * 2.0 / kRate * static_cast<double>(curve.size());
+        const double width = centre / random.logUniform(2.0, 30.0), gain = random.uniform(1.0, 10.0);
+        for (std::size_t b = 1; b < bins.size(); ++b) {
+            const double x = (static_cast<double>(b) - centre) / width;
+            if (std::fabs(x) < 4.0) bins[b] *= static_cast<float>(1.0 + gain * std::exp(-x * x));
+        }
+    }
+    Samples out = inverse(bins, size);
+    out.resize(static_cast<std::size_t>(samples));
+    return out;
+}
+
+Samples drawFloor(int samples, Random& random) {
+    Samples out(static_cast<std::size_t>(samples), 0.0f);
+    addColoured(out, random);
+    return out;
+}
+
 void modulate(Samples& out, Random& random) {
     const double speed = random.logUniform(0.005, 0.3), depth = random.uniform(0.3, 2.0);
     double now = 0.0, target = 0.0;
@@ -75,41 +161,4 @@ void modulate(Samples& out, Random& random) {
         gain += 0.005f * (static_cast<float>(std::exp(now)) - gain);
         out[i] *= gain;
     }
-}
-
-}  // namespace
-
-Samples drawNoise(int samples, Random& random) {
-    Samples out(static_cast<std::size_t>(samples), 0.0f);
-    const int parts = 1 + random.below(2);
-    for (int p = 0; p < parts; ++p) {
-        switch (random.below(5)) {
-            case 0:
-            case 1: addColoured(out, random); break;
-            case 2:
-            case 3: addWandering(out, random); break;
-            default: addImpulses(out, random);
-        }
-    }
-    if (random.chance(0.5)) modulate(out, random);
-    return out;
-}
-
-Samples drawWhite(int samples, Random& random) {
-    Samples out(static_cast<std::size_t>(samples));
-    for (float& sample : out) sample = random.white();
-    return out;
-}
-
-Samples drawHum(int samples, Random& random) {
-    Samples out(static_cast<std::size_t>(samples), 0.0f);
-    const double mains = random.chance(0.5) ? 50.0 : 60.0;
-    for (int k = 1; k <= 12; ++k) {
-        const double level = std::pow(static_cast<double>(k), -random.uniform(0.3, 2.0)),
-                     phase = random.uniform(0.0, 6.28);
-        for (std::size_t i = 0; i < out.size(); ++i)
-            out[i] +=
-                static_cast<float>(level * std::sin(phase + 2.0 * M_PI * k * mains * static_cast<double>(i) / kRate));
-    }
-    return out;
 }

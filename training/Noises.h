@@ -5,13 +5,19 @@
 #include "Random.h"
 #include "Sound.h"
 
-// One kind of noise, drawn at random: coloured, rain-like clicks, gusts, bands that wander, at a level of about 1.
+// One kind of noise, drawn at random: any colour, rain-like clicks, gusts, bands that wander, chopped or steady.
 Samples drawNoise(int samples, Random& random);
 
 // White noise, uniform between -1 and 1.
 Samples drawWhite(int samples, Random& random);
 
-// Mains hum: 50 or 60 Hz and harmonics.
-Samples drawHum(int samples, Random& random);
+// Noise whose spectrum is a random walk over the octaves, with a resonance here and there.
+Samples drawShaped(int samples, Random& random);
+
+// The floor of a recorder: faint hiss or rumble.
+Samples drawFloor(int samples, Random& random);
+
+// Gusts and pauses: a slow, random gain.
+void modulate(Samples& out, Random& random);
 
 #endif

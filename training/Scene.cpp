@@ -3,122 +3,74 @@
 #include <algorithm>
 #include <cmath>
 
-#include "Effects.h"
+#include "Contour.h"
+#include "Levels.h"
+#include "Microphones.h"
 #include "Noises.h"
+#include "Resynthesis.h"
+#include "Rooms.h"
+#include "StringsAndPipes.h"
+#include "Tones.h"
 #include "Voices.h"
 
 namespace {
 
-double decibels(double value) { return std::pow(10.0, value / 20.0); }
+constexpr double kHighestMedian = 1800.0;  // [Hz] to which a recording is sped up
+constexpr float kPlayingLevel = 0.3f;      // of full scale
 
-// A recording, at its own speed or nearby, slowed down to a low voice, or anywhere.
+// A recording, at its own speed or nearby, slowed down to a low voice, or anywhere; some with another melody.
 LabelledSound drawRecording(const Corpus& corpus, int frames, Random& random) {
     const Clip& clip = corpus.draw(random);
     double speed = std::exp(0.12 * random.normal());
     const double kind = random.uniform(0.0, 1.0);
-    if (kind < 0.2 && clip.medianPitch > 0.0f)
-        speed = std::clamp(random.logUniform(55.0, 120.0) / clip.medianPitch, 0.4, 1.2);
-    else if (kind < 0.42)
+    if (kind < 0.17 && clip.medianPitch > 0.0f)
+        speed = std::clamp(random.logUniform(48.0, 120.0) / clip.medianPitch, 0.4, 1.2);
+    else if (kind < 0.4)
         speed = random.logUniform(0.6, 2.2);
+    if (clip.medianPitch > 0.0f) speed = std::min(speed, std::max(1.0, kHighestMedian / clip.medianPitch));
     const double length = static_cast<double>(clip.samples.size()), needed = speed * samplesFor(frames);
     const double start = random.uniform(-0.1 * needed, std::max(0.0, length - 0.9 * needed));
-    return excerpt(clip, start, speed, frames);
+    LabelledSound sound = excerpt(clip, start, speed, frames);
+    return random.chance(0.15) ? withNewMelody(sound, random) : sound;
+}
+
+// Around which pitch: mostly that of voices, and the ends of the scale more often than recordings have them.
+double drawBase(Random& random) {
+    const double kind = random.uniform(0.0, 1.0);
+    if (kind < 0.2) return random.logUniform(40.0, 70.0);
+    if (kind < 0.4) return random.logUniform(800.0, kHighestPitch);
+    return random.logUniform(60.0, 1000.0);
 }
 
 LabelledSound drawGenerated(int frames, Random& random) {
-    if (random.chance(0.65)) {
+    const double kind = random.uniform(0.0, 1.0);
+    if (kind < 0.42) {
         // Men's voices, and those below, are the rarest in recordings.
-        const double base = random.chance(0.5) ? random.logUniform(52.0, 130.0) : random.logUniform(80.0, 600.0);
-        return drawVoice(base, frames, random);
+        const double base = random.chance(0.5) ? random.logUniform(45.0, 130.0) : random.logUniform(80.0, 700.0);
+        return random.chance(0.5) ? drawVoice(base, frames, random) : drawGlottalVoice(base, frames, random);
     }
-    return drawInstrument(random.logUniform(50.0, 1100.0), frames, random);
+    const double base = drawBase(random);
+    if (kind < 0.74) return drawTone(base, frames, random);
+    if (kind < 0.80) return drawModulated(base, frames, random);
+    if (kind < 0.90) return drawString(base, frames, random);
+    if (kind < 0.94) return drawPipe(base, frames, random);
+    return drawInstrument(base, frames, random);
 }
 
 LabelledSound drawPitched(const Sources& sources, int frames, Random& random) {
-    if (sources.pitched != nullptr && random.chance(0.68)) return drawRecording(*sources.pitched, frames, random);
+    if (sources.pitched != nullptr && random.chance(0.57)) return drawRecording(*sources.pitched, frames, random);
     return drawGenerated(frames, random);
-}
-
-// Noise, recorded at any speed or generated.
-Samples drawBackground(const Sources& sources, int frames, Random& random) {
-    const int wanted = samplesFor(frames);
-    if (sources.noises == nullptr || random.chance(0.35)) return drawNoise(wanted, random);
-    const Clip& clip = sources.noises->draw(random);
-    const double speed = random.logUniform(0.5, 1.6), needed = speed * wanted;
-    const double last = std::max(0.0, static_cast<double>(clip.samples.size()) - needed);
-    return excerpt(clip, random.uniform(0.0, last), speed, frames).samples;
-}
-
-// Several voices at once, none of which is the one that is heard.
-Samples drawBabble(const Sources& sources, int frames, int voices, Random& random) {
-    Samples babble(static_cast<std::size_t>(samplesFor(frames)), 0.0f);
-    for (int v = 0; v < voices; ++v) {
-        const LabelledSound voice = drawPitched(sources, frames, random);
-        const double loud = voicedLevel(voice);
-        if (loud > 0.0) add(babble, voice.samples, decibels(random.uniform(-4.0, 4.0)) / loud);
-    }
-    return babble;
-}
-
-// Several instruments that play together.
-Samples drawMusic(int frames, int parts, Random& random) {
-    Samples music(static_cast<std::size_t>(samplesFor(frames)), 0.0f);
-    for (int p = 0; p < parts; ++p) {
-        const LabelledSound part = drawInstrument(random.logUniform(70.0, 900.0), frames, random);
-        const double loud = voicedLevel(part);
-        if (loud > 0.0) add(music, part.samples, decibels(random.uniform(-6.0, 6.0)) / loud);
-    }
-    return music;
-}
-
-LabelledSound withoutPitch(Samples samples, int frames) {
-    return {std::move(samples), std::vector<float>(static_cast<std::size_t>(frames), kUnvoiced)};
-}
-
-LabelledSound drawPitchless(const Sources& sources, int frames, Random& random) {
-    const double kind = random.uniform(0.0, 1.0);
-    if (kind < 0.15) return drawWhisper(frames, random);
-    if (kind < 0.28) return withoutPitch(drawBabble(sources, frames, 3 + random.below(4), random), frames);
-    if (kind < 0.36) return withoutPitch(drawMusic(frames, 3 + random.below(4), random), frames);
-    // White noise has every pitch for a moment.
-    if (kind < 0.50) return withoutPitch(drawWhite(samplesFor(frames), random), frames);
-    LabelledSound sound = withoutPitch(drawBackground(sources, frames, random), frames);
-    if (random.chance(0.3)) {
-        const Samples other = drawBackground(sources, frames, random);
-        add(sound.samples, other,
-            level(sound.samples) / std::max(level(other), 1e-9) * decibels(random.uniform(-20.0, 10.0)));
-    }
-    return sound;
-}
-
-// Noise behind a voice, from nearly nothing up to 5 dB above it, most often where it hurts but does not hide.
-void addBackground(LabelledSound& sound, const Sources& sources, Random& random) {
-    const int frames = static_cast<int>(sound.pitch.size());
-    const double kind = random.uniform(0.0, 1.0);
-    const bool pitched = kind < 0.27;
-    Samples noise = kind < 0.17   ? drawBabble(sources, frames, 2 + random.below(5), random)
-                    : kind < 0.27 ? drawMusic(frames, 2 + random.below(4), random)
-                                  : drawBackground(sources, frames, random);
-    if (random.chance(0.3)) equalise(noise, random);
-    const double own = voicedLevel(sound), theirs = level(noise);
-    // Two voices of equal loudness have no one pitch: babble and music stay behind.
-    const double ratio = pitched              ? random.uniform(4.0, 25.0)
-                         : random.chance(0.6) ? random.uniform(0.0, 18.0)
-                                              : random.uniform(-5.0, 35.0);
-    if (own > 0.0 && theirs > 0.0) add(sound.samples, noise, own / theirs * decibels(-ratio));
-}
-
-void addHum(LabelledSound& sound, Random& random) {
-    const Samples hum = drawHum(static_cast<int>(sound.samples.size()), random);
-    add(sound.samples, hum, voicedLevel(sound) / level(hum) * decibels(random.uniform(-60.0, -18.0)));
 }
 
 // The floor of a recorder, and the level at which it was played.
 void finish(LabelledSound& sound, Random& random) {
     const double loud = level(sound.samples);
     if (loud <= 0.0) return;
-    scale(sound.samples, decibels(random.uniform(-50.0, 0.0)) * 0.3 / loud);
-    if (random.chance(0.6)) {
+    if (random.chance(0.4))
+        addAtLevel(sound.samples, drawFloor(static_cast<int>(sound.samples.size()), random), loud,
+                   decibels(random.uniform(-65.0, -25.0)));
+    scale(sound.samples, decibels(random.uniform(-50.0, 0.0)) * kPlayingLevel / loud);
+    if (random.chance(0.5)) {
         const float floor = static_cast<float>(decibels(random.uniform(-110.0, -70.0)));
         for (float& x : sound.samples) x += floor * random.white();
     }
@@ -126,17 +78,22 @@ void finish(LabelledSound& sound, Random& random) {
         for (float& x : sound.samples) x = std::round(x * 32768.0f) / 32768.0f;
 }
 
+// Beyond the scale there is nothing to learn.
+void boundPitch(std::vector<float>& pitch) {
+    for (float& hz : pitch)
+        if (hz > 0.0f && (hz < kLowestPitch || hz > kHighestPitch)) hz = kUnknown;
+}
+
 }  // namespace
 
 LabelledSound drawScene(const Sources& sources, int frames, Random& random) {
-    const bool pitched = random.chance(0.82);
+    const bool pitched = random.chance(0.8);
     LabelledSound sound = pitched ? drawPitched(sources, frames, random) : drawPitchless(sources, frames, random);
-    if (random.chance(0.4)) equalise(sound.samples, random);
-    if (pitched && random.chance(0.25)) reverberate(sound, random);
-    if (pitched && random.chance(0.8)) addBackground(sound, sources, random);
-    if (random.chance(0.08)) addHum(sound, random);
-    if (random.chance(0.08)) clip(sound.samples, random);
-    if (random.chance(0.1)) telephone(sound.samples, random);
+    boundPitch(sound.pitch);
+    if (random.chance(0.35)) equalise(sound.samples, random);
+    if (random.chance(pitched ? 0.5 : 0.2)) reverberate(sound.samples, random);
+    if (pitched && random.chance(0.83)) addBackground(sound, sources, random);
+    record(sound.samples, random);
     finish(sound, random);
     return sound;
 }

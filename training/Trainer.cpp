@@ -17,7 +17,8 @@ using torch::Tensor;
 
 constexpr double kWarmUp = 300.0, kWarmUpShare = 0.1;  // [steps], but not more than this part of the run
 constexpr double kLastRate = 0.005;                    // of the highest
-constexpr double kClassesTeachUntil = 0.7;  // part of the run after which the network is the regression's alone
+constexpr std::int64_t kClassesLearnFirst = 400;  // [steps] before they teach, where they begin at random beside weights
+constexpr double kJudgedFrom = 0.05, kJudgedFully = 0.35;  // part of the run: what the classes hear comes to count
 constexpr double kFirstWidth = 60.0;        // [cents]
 constexpr char kScratchModel[] = "features.weights";
 
@@ -29,7 +30,8 @@ Trainer::Trainer(const TrainingOptions& options, const Sources& sources) : m_opt
     m_optimizer = std::make_unique<Optimizer>(options.optimizer, m_network->parameters());
     const bool goOn = fs::exists(checkpointPath());
     m_averaged = std::make_unique<Network>(m_network->clone());
-    if (goOn || !options.start.empty()) load(goOn ? checkpointPath() : options.start, goOn);
+    const bool fromCheckpoint = goOn || (!options.start.empty() && !startsFromWeights());
+    if (fromCheckpoint) load(goOn ? checkpointPath() : options.start, goOn);
 
     // The engine computes the features whatever its weights are, but it wants a weight file.
     const std::string model = (fs::path(options.out) / kScratchModel).string();
@@ -37,16 +39,19 @@ Trainer::Trainer(const TrainingOptions& options, const Sources& sources) : m_opt
     m_workers.resize(static_cast<std::size_t>(options.threads));
     buildPools(model);
     fs::remove(model);
-    if (!goOn && options.start.empty()) {
+    if (!fromCheckpoint) {
         Tensor mean, scale;
         m_workers[0].pool->statistics(mean, scale);
         m_network = std::make_unique<Network>(options.seed, mean, scale);
+        if (startsFromWeights()) importWeights(options.start, *m_network);
         m_averaged = std::make_unique<Network>(m_network->clone());
     }
     m_network->to(options.device);
     m_averaged->to(options.device);
     for (Tensor& value : m_optimizer->state()) value = value.to(options.device);
 }
+
+bool Trainer::startsFromWeights() const { return fs::path(m_options.start).extension() == ".weights"; }
 
 void Trainer::buildPools(const std::string& model) {
     onAllThreads([&](std::size_t worker) {
@@ -86,7 +91,9 @@ LossSchedule Trainer::lossSchedule() const {
     const bool refining = !m_options.start.empty();
     const double narrowing = refining ? 1.0 : std::min(1.0, progress() / 0.5);
     schedule.pitchWidth = kFirstWidth * std::pow(m_options.width / kFirstWidth, narrowing);
-    schedule.classesTeach = progress() < kClassesTeachUntil;
+    schedule.classesTeach = !startsFromWeights() || steps() >= kClassesLearnFirst;
+    if (!refining || startsFromWeights())
+        schedule.judged = std::clamp((progress() - kJudgedFrom) / (kJudgedFully - kJudgedFrom), 0.0, 1.0);
     return schedule;
 }
 
@@ -97,19 +104,24 @@ void Trainer::compute(std::size_t index, std::int64_t number) {
                   (static_cast<std::uint64_t>(index) << 48));
     Batch batch = worker.pool->draw(m_options.stretch, m_options.batch, random);
     const Truth truth = {batch.truth.pitch.to(m_options.device), batch.truth.weight.to(m_options.device)};
+    const bool wanted[2] = {m_options.forms != Forms::offline, m_options.forms != Forms::streaming};
+    const double ownOffsets[2] = {kStreamingOffset, kOfflineOffset};
     FormOutput forms[2];
-    m_network->forward(batch.features.to(m_options.device), forms[0], forms[1]);
+    m_network->forward(batch.features.to(m_options.device), wanted[0] ? &forms[0] : nullptr,
+                       wanted[1] ? &forms[1] : nullptr);
     const LossSchedule schedule = lossSchedule();
+    const double share = m_options.forms == Forms::both ? 0.5 : 1.0;
     Tensor total;
     worker.losses = {};
-    for (const FormOutput& form : forms) {
-        const LossParts parts = formLoss(*m_network, form, truth, schedule);
+    for (int f = 0; f < 2; ++f) {
+        if (!wanted[f]) continue;
+        const LossParts parts = formLoss(*m_network, forms[f], share == 1.0 ? ownOffsets[f] : kJointOffset, truth, schedule);
         total = total.defined() ? total + parts.total : parts.total;
-        worker.losses.total += 0.5 * parts.total.item<double>();
-        worker.losses.pitch += 0.5 * parts.pitch.item<double>();
-        worker.losses.unvoiced += 0.5 * parts.unvoiced.item<double>();
-        worker.losses.confidence += 0.5 * parts.confidence.item<double>();
-        worker.losses.classes += 0.5 * parts.classes.item<double>();
+        worker.losses.total += share * parts.total.item<double>();
+        worker.losses.pitch += share * parts.pitch.item<double>();
+        worker.losses.unvoiced += share * parts.unvoiced.item<double>();
+        worker.losses.confidence += share * parts.confidence.item<double>();
+        worker.losses.classes += share * parts.classes.item<double>();
     }
     worker.gradients = torch::autograd::grad({total}, m_network->parameters(), {}, false, false, true);
 }

@@ -16,10 +16,13 @@
 #include "Optimizer.h"
 #include "Scene.h"
 
+// Which of the network's forms the weights are for.
+enum class Forms { both, streaming, offline };
+
 struct TrainingOptions {
-    std::string recordings, noises, scored;  // folders; empty: generated sound alone; no scores
+    std::string recordings, noises, voices, scored;  // folders; empty: generated sound alone; no scores
     std::string out;                         // folder of checkpoints, logs and weights
-    std::string start;                       // a checkpoint whose weights to start from, with a schedule of its own
+    std::string start;                       // checkpoint or weight file to start from, with a schedule of its own
     std::int64_t steps = 33000;
     int threads = 2;
     int batch = 160;         // stretches per thread and step
@@ -30,6 +33,7 @@ struct TrainingOptions {
     double width = 18.0;     // [cents] of the pitch loss at the end
     double average = 0.999;  // decay of the averaged weights
     std::uint64_t seed = 1;
+    Forms forms = Forms::both;
     OptimizerKind optimizer = OptimizerKind::soap;
     int checkpointSeconds = 300;
     std::string device = "cpu";
@@ -63,6 +67,7 @@ private:
 
     std::string checkpointPath() const { return (std::filesystem::path(m_options.out) / "checkpoint.pt").string(); }
     void load(const std::string& path, bool everything);
+    bool startsFromWeights() const;
     void buildPools(const std::string& model);
     void compute(std::size_t worker, std::int64_t number);
     void onAllThreads(const std::function<void(std::size_t)>& work);

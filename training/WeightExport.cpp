@@ -1,10 +1,13 @@
 #include "WeightExport.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 #include <vector>
 
 #include "FeatureExtractor.h"
+#include "katessel/LayerWeights.h"
+#include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
 
 namespace {
@@ -62,6 +65,31 @@ std::vector<Layer> layersOf(const Network& network) {
     return layers;
 }
 
+// The inverse of layersOf.
+void setLayers(Network& network, const std::vector<Layer>& layers) {
+    const torch::NoGradGuard noGradients;
+    const auto set = [&](int index, const Tensor& value) {
+        network.parameters()[static_cast<std::size_t>(index)].copy_(value);
+    };
+    const Tensor initial = layers[0].tensors[0].squeeze(0);
+    set(parameter::initialWeights, initial / network.scale().to(torch::kFloat64).view({-1, 1}));
+    set(parameter::initialBias,
+        layers[0].tensors[1] + torch::mv(initial.t(), network.mean().to(torch::kFloat64)));
+    for (int l = 0; l < kLayers; ++l) {
+        const Layer *tanh = &layers[static_cast<std::size_t>(1 + 3 * l)], *sigmoid = tanh + 1, *skip = tanh + 2;
+        set(parameter::gates(l), torch::cat({tanh->tensors[0], sigmoid->tensors[0]}, -1));
+        set(parameter::gatesBias(l), torch::cat({tanh->tensors[1], sigmoid->tensors[1]}, -1));
+        set(parameter::skip(l), skip->tensors[0].squeeze(0));
+        set(parameter::skipLayerBias(l), skip->tensors[1]);
+    }
+    const Layer* last = &layers[1 + 3 * kLayers];
+    set(parameter::skipBias, last[0].tensors[0]);
+    set(parameter::hidden, last[1].tensors[0]);
+    set(parameter::hiddenBias, last[1].tensors[1]);
+    set(parameter::output, last[2].tensors[0]);
+    set(parameter::outputBias, last[2].tensors[1]);
+}
+
 }  // namespace
 
 void exportWeights(const Network& network, const std::string& path) {
@@ -70,4 +98,26 @@ void exportWeights(const Network& network, const std::string& path) {
     appendInteger(bytes, static_cast<std::int64_t>(layers.size()));
     for (const Layer& layer : layers) appendLayer(bytes, layer);
     katessel::OutputFile(path).write(bytes);
+}
+
+void importWeights(const std::string& path, Network& network) {
+    KaTessel::LayerFile file;
+    std::string why;
+    if (!file.read(path, &why)) katessel::fail("cannot start", path, "a weight file", why);
+    std::vector<Layer> layers = layersOf(network);
+    for (Layer& layer : layers) {
+        const auto* found = std::find_if(file.layers(), file.layers() + file.layerCount(),
+                                         [&](const auto& other) { return other.name == layer.name; });
+        const std::size_t count = layer.tensors.size();
+        if (found == file.layers() + file.layerCount() || static_cast<std::size_t>(found->tensorCount) != count)
+            katessel::fail("cannot start", path, "layer \"" + layer.name + "\" without a gain", "another");
+        for (std::size_t t = 0; t < count; ++t) {
+            if (found->tensors[t].count != layer.tensors[t].numel())
+                katessel::fail("cannot start", path, std::to_string(layer.tensors[t].numel()) + " values in " + layer.name,
+                     std::to_string(found->tensors[t].count));
+            layer.tensors[t] = torch::from_blob(found->tensors[t].values, layer.tensors[t].sizes())
+                                   .to(torch::kFloat64);
+        }
+    }
+    setLayers(network, layers);
 }

@@ -10,4 +10,8 @@
 // whole or not at all.
 void exportWeights(const Network& network, const std::string& path);
 
+// The weights of such a file into a network, whose normalisation stays as it is. The classes are not in the file. Fails
+// with one line where the file does not fit.
+void importWeights(const std::string& path, Network& network);
+
 #endif

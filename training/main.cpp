@@ -45,10 +45,11 @@ TrainingOptions parse(CLI::App& app, int argc, char** argv) {
     app.add_option("--recordings", options.recordings,
                    "Folder of recordings with .f0 files (default: generated sound alone)");
     app.add_option("--noises", options.noises, "Folder of recordings without pitch");
+    app.add_option("--voices", options.voices, "Folder of speech without .f0 files, for babble");
     app.add_option("--scored", options.scored, "Folder of other recordings, to score the weights on now and then");
     app.add_option("-o,--out", options.out, "Folder for everything that is written")->required();
     app.add_option("--start", options.start,
-                   "Refine the averaged weights of this checkpoint");
+                   "Begin with the averaged weights of this checkpoint, or with this weight file");
     app.add_option("--steps", options.steps, "Length of the run")->check(CLI::PositiveNumber)->capture_default_str();
     app.add_option("--threads", options.threads, "Workers, one core each")
         ->check(CLI::Range(1, 256))
@@ -80,6 +81,13 @@ TrainingOptions parse(CLI::App& app, int argc, char** argv) {
            },
            "soap (default) or adam")
         ->check(CLI::IsMember(std::vector<std::string>{"soap", "adam"}));
+    app.add_option_function<std::string>(
+           "--form",
+           [&](const std::string& name) {
+               options.forms = name == "live" ? Forms::streaming : name == "offline" ? Forms::offline : Forms::both;
+           },
+           "What the weights are for: both (default), live or offline alone")
+        ->check(CLI::IsMember(std::vector<std::string>{"both", "live", "offline"}));
     if (torch::cuda::is_available()) options.device = "cuda";
     app.add_option("--device", options.device, "cpu or cuda")->capture_default_str();
     try {
@@ -128,12 +136,14 @@ private:
 
 void train(const TrainingOptions& options) {
     torch::set_num_threads(1);
-    std::optional<Corpus> recordings, noises;
+    std::optional<Corpus> recordings, noises, voices;
     if (!options.recordings.empty()) recordings.emplace(options.recordings, true);
     if (!options.noises.empty()) noises.emplace(options.noises, false);
+    if (!options.voices.empty()) voices.emplace(options.voices, false);
     Sources sources;
     if (recordings) sources.pitched = &*recordings;
     if (noises) sources.noises = &*noises;
+    if (voices) sources.voices = &*voices;
     std::fprintf(stderr, "%.1f minutes of recordings, %.1f of noise; rendering the first %d scenes\n",
                  recordings ? recordings->seconds() / 60.0 : 0.0, noises ? noises->seconds() / 60.0 : 0.0,
                  options.pool * options.threads);
