@@ -4,52 +4,11 @@
 #include <utility>
 
 #include "FeatureExtractor.h"
+#include "Products.h"
 
 namespace {
 
 using torch::Tensor;
-
-// out[t] = bias + sum over k of x[t + (kTaps - 1 - k) * dilation] W[k], as one product per tap and without copies of x.
-class DilatedProduct : public torch::autograd::Function<DilatedProduct> {
-public:
-    static Tensor forward(torch::autograd::AutogradContext* context, const Tensor& x, const Tensor& weights,
-                          const Tensor& bias, int64_t dilation) {
-        context->save_for_backward({x, weights});
-        context->saved_data["dilation"] = dilation;
-        const int64_t frames = x.size(0) - (kTaps - 1) * dilation;
-        Tensor out;
-        for (int64_t k = 0; k < kTaps; ++k) {
-            const Tensor rows = tap(x, k, dilation, frames);
-            if (k == 0)
-                out = torch::addmm(bias, rows, weights[k]);
-            else
-                out.addmm_(rows, weights[k]);
-        }
-        return out.view({frames, x.size(1), weights.size(2)});
-    }
-
-    static torch::autograd::variable_list backward(torch::autograd::AutogradContext* context,
-                                                   torch::autograd::variable_list gradients) {
-        const auto saved = context->get_saved_variables();
-        const Tensor &x = saved[0], &weights = saved[1];
-        const int64_t dilation = context->saved_data["dilation"].toInt();
-        const Tensor g = gradients[0].contiguous();
-        const int64_t frames = g.size(0);
-        const Tensor rows = g.view({-1, g.size(2)});
-        Tensor gx = torch::zeros_like(x), gw = torch::empty_like(weights);
-        for (int64_t k = 0; k < kTaps; ++k) {
-            tap(gx, k, dilation, frames).addmm_(rows, weights[k].t());
-            Tensor part = gw[k];
-            torch::mm_out(part, tap(x, k, dilation, frames).t(), rows);
-        }
-        return {gx, gw, rows.sum(0), Tensor()};
-    }
-
-private:
-    static Tensor tap(const Tensor& x, int64_t k, int64_t dilation, int64_t frames) {
-        return x.narrow(0, (kTaps - 1 - k) * dilation, frames).view({-1, x.size(2)});
-    }
-};
 
 Tensor gated(const Tensor& gates) {
     return torch::tanh(gates.narrow(2, 0, kResidual)) * torch::sigmoid(gates.narrow(2, kResidual, kResidual));
@@ -91,18 +50,17 @@ void Network::forward(const Tensor& features, FormOutput* streaming, FormOutput*
     const double half = std::sqrt(0.5);
     const Tensor normal = (features - m_mean) * m_scale;
     const Tensor initial =
-        torch::addmm(weight(parameter::initialBias), normal.view({-1, kFeatures}), weight(parameter::initialWeights))
+        product(normal.view({1, -1, kFeatures}), weight(parameter::initialWeights).unsqueeze(0),
+                weight(parameter::initialBias), 1, m_coarse)
             .view({frames, batch, kResidual});
     const auto gate = [&](const Tensor& x, int layer) {
-        return gated(DilatedProduct::apply(x, weight(parameter::gates(layer)), weight(parameter::gatesBias(layer)),
-                                           kDilations[layer]));
+        return gated(product(x, weight(parameter::gates(layer)), weight(parameter::gatesBias(layer)),
+                             kDilations[layer], m_coarse));
     };
     const auto skip = [&](const Tensor& x, int64_t begin, int64_t count, int layer) {
-        return torch::mm(part(x, begin, count).reshape({-1, kResidual}), weight(parameter::skip(layer)))
-            .view({count, batch, kSkip});
+        return product(part(x, begin, count), weight(parameter::skip(layer)).unsqueeze(0),
+                       weight(parameter::skipLayerBias(layer)), 1, m_coarse);
     };
-    Tensor bias = weight(parameter::skipBias);
-    for (int l = 0; l < kLayers; ++l) bias = bias + weight(parameter::skipLayerBias(l)) / kLayers;
 
     // Element u of a layer's output belongs, streaming, to its newest frame, `reach so far` after u, and offline to the
     // middle one. The lines that delay the streaming skip outputs hold 6 and 2 frames and are read after 5 and 1.
@@ -117,22 +75,27 @@ void Network::forward(const Tensor& features, FormOutput* streaming, FormOutput*
         const Tensor all = part(firstSkip, secondMiddle, results) + skip(second, 1, results, 1) +
                            skip(third, 0, results, 2);
         return FormOutput{part(middle, 1, results).reshape({-1, kResidual}),
-                          heads(all.view({-1, kSkip}) / kLayers + bias)};
+                          heads(all.view({-1, kSkip}) / kLayers + weight(parameter::skipBias))};
     };
     if (streaming != nullptr) *streaming = rest(0, 0);
     if (offline != nullptr) *offline = rest(1, 2);
 }
 
+// One product of rows, rows x inputs.
+Tensor Network::rows(const Tensor& x, int weights, int bias) const {
+    return product(x.unsqueeze(0), weight(weights).unsqueeze(0), weight(bias), 1, m_coarse).squeeze(0);
+}
+
+// The last product decides on cents: it stays fine.
 Tensor Network::heads(const Tensor& skip) const {
     constexpr double kSlope = 0.2;
     const Tensor hidden = torch::leaky_relu(
-        torch::addmm(weight(parameter::hiddenBias), torch::leaky_relu(skip, kSlope), weight(parameter::hidden)),
-        kSlope);
+        rows(torch::leaky_relu(skip, kSlope), parameter::hidden, parameter::hiddenBias), kSlope);
     return torch::addmm(weight(parameter::outputBias), hidden, weight(parameter::output));
 }
 
 Tensor Network::classes(const Tensor& middle) const {
-    return torch::log_softmax(torch::addmm(weight(parameter::classBias), middle, weight(parameter::classWeights)), 1);
+    return torch::log_softmax(rows(middle, parameter::classWeights, parameter::classBias), 1);
 }
 
 const std::vector<std::string>& Network::names() {
@@ -154,6 +117,7 @@ Network Network::clone() const {
     for (const Tensor& value : m_parameters) copy.m_parameters.push_back(value.detach().clone().requires_grad_(true));
     copy.m_mean = m_mean;
     copy.m_scale = m_scale;
+    copy.m_coarse = m_coarse;
     return copy;
 }
 

@@ -51,6 +51,9 @@ public:
     // Another set of the same weights, for a thread or an average of its own.
     Network clone() const;
 
+    // Products of the layers in bfloat16, weights and gradients in float32: faster where the processor has units for it.
+    void setCoarse(bool coarse) { m_coarse = coarse; }
+
     // The same on another device.
     void to(const torch::Device& device);
 
@@ -58,10 +61,12 @@ private:
     Network() = default;
 
     const torch::Tensor& weight(int index) const { return m_parameters[static_cast<std::size_t>(index)]; }
+    torch::Tensor rows(const torch::Tensor& x, int weights, int bias) const;
     torch::Tensor heads(const torch::Tensor& skip) const;
 
     std::vector<torch::Tensor> m_parameters;
     torch::Tensor m_mean, m_scale;
+    bool m_coarse = false;
 };
 
 // Where each parameter stands in Network::parameters().

@@ -128,6 +128,7 @@ void Trainer::compute(std::size_t index, std::int64_t number) {
 
 LossMeans Trainer::step() {
     const std::int64_t number = steps();
+    m_network->setCoarse(progress() < m_options.coarse);
     onAllThreads([&](std::size_t worker) { compute(worker, number); });
 
     const torch::NoGradGuard noGradients;

@@ -32,6 +32,7 @@ struct TrainingOptions {
     double rate = 3e-3;      // learning rate at its highest
     double width = 18.0;     // [cents] of the pitch loss at the end
     double average = 0.999;  // decay of the averaged weights
+    double coarse = 0.0;     // part of the run, from its beginning, whose products are in bfloat16
     std::uint64_t seed = 1;
     Forms forms = Forms::both;
     OptimizerKind optimizer = OptimizerKind::soap;

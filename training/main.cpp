@@ -32,11 +32,15 @@ constexpr char kAbout[] =
 constexpr int kLossSteps = 50;  // steps per line of losses.csv
 constexpr double kScoredThreshold = 0.5;
 
-// OpenBLAS reads its number of threads when it is loaded: inside workers that fill the machine it must be one.
-void ensureOneThreadPerProduct(char** argv) {
+// What libraries read when they are loaded: one thread per product, inside workers that fill the machine, and memory that
+// is kept, because every step asks for the same large pieces again and fresh ones must be cleared first.
+void setEnvironment(char** argv) {
     if (std::getenv("OPENBLAS_NUM_THREADS") != nullptr) return;
     setenv("OPENBLAS_NUM_THREADS", "1", 1);
     setenv("OMP_NUM_THREADS", "1", 1);
+    setenv("MALLOC_MMAP_THRESHOLD_", "4000000000", 0);
+    setenv("MALLOC_TRIM_THRESHOLD_", "8000000000", 0);
+    setenv("MALLOC_TOP_PAD_", "100000000", 0);
     execv("/proc/self/exe", argv);  // returns only when it fails, and then training is merely slow
 }
 
@@ -69,6 +73,9 @@ TrainingOptions parse(CLI::App& app, int argc, char** argv) {
         ->capture_default_str();
     app.add_option("--average", options.average, "Decay of the averaged weights")
         ->check(CLI::Range(0.0, 0.99999))
+        ->capture_default_str();
+    app.add_option("--coarse", options.coarse, "Part of the run whose products are in bfloat16")
+        ->check(CLI::Range(0.0, 1.0))
         ->capture_default_str();
     app.add_option("--seed", options.seed, "Seed of all random choices")->capture_default_str();
     app.add_option("--checkpoint-seconds", options.checkpointSeconds, "Between two checkpoints")
@@ -182,7 +189,7 @@ void train(const TrainingOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    ensureOneThreadPerProduct(argv);
+    setEnvironment(argv);
     try {
         CLI::App app(kAbout, "katessel-train");
         train(parse(app, argc, argv));
