@@ -1,16 +1,14 @@
 // From recordings to their pitch, one after the other: where sound meets the engine.
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 
+#include "katessel/Tracker.hpp"
 #include "recordings/audio/AudioFile.h"
 #include "recordings/tracks/PitchTrack.h"
 
 namespace katessel {
-
-class StreamPlan;
 
 // offline: the whole recording at once, every instant seen from both sides; live: as a host streams it.
 enum class TrackMode { offline, live };
@@ -22,22 +20,18 @@ public:
     RecordingTracker(std::string model, TrackMode mode, std::optional<int> blockSize = std::nullopt);
 
     // A row for every 5 ms from instant 0 on, as long as the instant lies inside the recording; the frequency is there
-    // whatever the confidence. A recording at a rate that the engine cannot take, or not stream whole, is converted first,
-    // but never where a block size is given: one that does not fit the rate is wrong usage. `path` is named when it fails.
-    PitchTrack track(Recording recording, const std::string& path);
+    // whatever the confidence. A recording at a rate that KaTessel::Tracker does not take is converted first, but never
+    // where a block size is given: one that does not fit the rate is wrong usage. `path` is named when it fails.
+    PitchTrack track(const Recording& recording, const std::string& path);
 
 private:
-    PitchTrack trackWhole(Recording recording, const std::string& path);
-    PitchTrack trackStream(const Recording& recording, const std::string& path);
-    PitchTrack trackBlocks(const Recording& recording, const std::string& path);
-    PitchTrack stream(const Recording& recording, double seconds, const StreamPlan& plan);
-    void configure(int rate, int blockSize);
+    PitchTrack trackAtItsRate(const Recording& recording);
+    PitchTrack trackBlocks(const Recording& recording, const std::string& path) const;
 
     std::string m_model;
     TrackMode m_mode;
     std::optional<int> m_blockSize;
-    std::unique_ptr<void, void (*)(void*)> m_engine;
-    int m_rate = 0;  // [Hz] configured; 0: not yet
+    std::optional<KaTessel::Tracker> m_tracker;  // at the rate of the last recording
 };
 
 }  // namespace katessel

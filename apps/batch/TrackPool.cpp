@@ -50,7 +50,7 @@ public:
 private:
     TrackDocument track(const TrackJob& job) {
         const Excerpt& excerpt = m_settings.excerpt;
-        Recording recording =
+        const Recording recording =
             readRecording(job.input, {m_settings.channel, excerpt.readFrom(), excerpt.readTo(), m_settings.raw});
         TrackDocument document;
         document.start = excerpt.start;
@@ -58,7 +58,7 @@ private:
         if (document.end <= document.start)
             fail(kCannotRead, job.input, "sound at " + shortNumber(document.start) + " s", "its end before that");
         document.rate = recording.rate;
-        document.track = m_tracker.track(std::move(recording), job.input);
+        document.track = m_tracker.track(recording, job.input);
         excerpt.cut(document.track);
         applyThreshold(document.track, m_settings.model.threshold);
         applyRange(document.track, m_settings.lowest, m_settings.highest);

@@ -12,16 +12,18 @@
 
 #include "apps/commands/Commands.h"
 #include "katessel/CTessel.h"
+#include "katessel/EngineFacts.hpp"
 #include "katessel/InstructionSet.h"
 #include "recordings/base/Errors.h"
 #include "recordings/base/Text.h"
-#include "recordings/tracks/PitchTrack.h"
 #include "tracking/Model.h"
-#include "tracking/StreamPlan.h"
+#include "tracking/BlockStream.h"
 
 namespace katessel {
 
 namespace {
+
+namespace facts = KaTessel::facts;
 
 constexpr char kAboutBench[] =
     "Measures the live engine on generated sound, on one thread: microseconds per\n"
@@ -76,22 +78,20 @@ void configure(KaTessel::CTessel& engine, int rate, int blockSize, const std::st
 }
 
 // [ms], median over fresh engines.
-double measureConfigure(const StreamPlan& plan, const std::string& model) {
+double measureConfigure(const BlockStream& stream, const std::string& model) {
     std::vector<double> times;
     for (int run = 0; run < kConfigureRuns; ++run) {
         KaTessel::CTessel engine;
         const Clock::time_point start = Clock::now();
-        configure(engine, plan.rate(), plan.blockSize(), model);
+        configure(engine, stream.rate(), stream.blockSize(), model);
         times.push_back(microsSince(start) * 1e-3);
     }
     return median(times);
 }
 
-// Blocks of about 5 ms, as the stream delivers them: without loss where the rate allows it.
-StreamPlan planFor(int rate) {
-    if (StreamPlan::streamsWhole(rate)) return StreamPlan::forGrid(rate);
-    const int smallest = StreamPlan::smallestBlock(rate);
-    return StreamPlan::forHostBlocks(rate, std::max(static_cast<int>(rate * kHopSeconds), smallest));
+// Blocks of about 5 ms, as a host passes them.
+BlockStream hostBlocks(int rate) {
+    return BlockStream(rate, std::max(static_cast<int>(rate * facts::kHopSeconds), BlockStream::smallestBlock(rate)));
 }
 
 struct StreamFigures {
@@ -101,20 +101,20 @@ struct StreamFigures {
 };
 
 // Every frame's cost: that of all the calls since the frame before, resampling included.
-StreamFigures measureStream(const StreamPlan& plan, const std::string& model, const std::vector<float>& sound) {
+StreamFigures measureStream(const BlockStream& stream, const std::string& model, const std::vector<float>& sound) {
     KaTessel::CTessel engine;
-    configure(engine, plan.rate(), plan.blockSize(), model);
+    configure(engine, stream.rate(), stream.blockSize(), model);
     StreamFigures figures;
     float confidence = 0.0f;
     double sinceFrame = 0.0;
-    const std::int64_t blocks = static_cast<std::int64_t>(sound.size()) / plan.blockSize();
+    const std::int64_t blocks = static_cast<std::int64_t>(sound.size()) / stream.blockSize();
     for (std::int64_t b = 0; b < blocks; ++b) {
-        const float* block = sound.data() + b * plan.blockSize();
+        const float* block = sound.data() + b * stream.blockSize();
         const Clock::time_point start = Clock::now();
-        engine.doProcess(block, plan.blockSize(), &figures.f0, &confidence, 0);
+        engine.doProcess(block, stream.blockSize(), &figures.f0, &confidence, 0);
         sinceFrame += microsSince(start);
-        const std::int64_t before = plan.framesAfter(b);
-        const std::int64_t completed = plan.framesAfter(b + 1) - before;
+        const std::int64_t before = stream.framesAfter(b);
+        const std::int64_t completed = stream.framesAfter(b + 1) - before;
         if (completed == 0) continue;
         if (before == 0) figures.firstFrame = sinceFrame;
         if (before >= kWarmUpFrames) figures.frames.push_back(sinceFrame / static_cast<double>(completed));
@@ -131,12 +131,12 @@ struct Stage {
 // The four stages of one frame, called one by one on the frames of a sound at 24 kHz.
 std::vector<Stage> measureStages(const std::string& model, const std::vector<float>& sound) {
     KaTessel::CTessel engine;
-    configure(engine, kEngineRate, kHop, model);
+    configure(engine, facts::kRate, facts::kHop, model);
     std::vector<float> features(static_cast<std::size_t>(engine.numBands));
     std::vector<Stage> stages = {{"spectrum"}, {"bands"}, {"network"}, {"heads"}};
-    const std::int64_t frames = (static_cast<std::int64_t>(sound.size()) - engine.fftSize) / kHop;
+    const std::int64_t frames = (static_cast<std::int64_t>(sound.size()) - engine.fftSize) / facts::kHop;
     for (std::int64_t f = 0; f < frames; ++f) {
-        std::copy_n(sound.data() + f * kHop, engine.fftSize, engine.frame);
+        std::copy_n(sound.data() + f * facts::kHop, engine.fftSize, engine.frame);
         std::fill(features.begin(), features.end(), 0.0f);
         const auto timed = [&](std::size_t stage, const auto& work) {
             const Clock::time_point start = Clock::now();
@@ -157,29 +157,30 @@ void printStage(const char* name, const std::vector<double>& times) {
 }
 
 void runBench(const BenchOptions& options) {
-    if (!std::isfinite(options.seconds)) failUsage("wrong length", "--seconds", "a number", shortNumber(options.seconds));
+    if (!std::isfinite(options.seconds))
+        failUsage("wrong length", "--seconds", "a number", shortNumber(options.seconds));
     const std::string model = chooseModel(options.model, std::nullopt).path;
-    const StreamPlan plan = planFor(options.rate);
-    const double seconds = options.seconds + (kWarmUpFrames + 20) * kHopSeconds;
+    const BlockStream stream = hostBlocks(options.rate);
+    const double seconds = options.seconds + (kWarmUpFrames + 20) * facts::kHopSeconds;
 
-    const double configureTime = measureConfigure(plan, model);
-    const StreamFigures stream = measureStream(plan, model, makeTestSound(plan.rate(), seconds));
-    const std::vector<Stage> stages = measureStages(model, makeTestSound(kEngineRate, seconds));
-    if (stream.frames.empty() || stages.front().times.empty())
+    const double configureTime = measureConfigure(stream, model);
+    const StreamFigures figures = measureStream(stream, model, makeTestSound(stream.rate(), seconds));
+    const std::vector<Stage> stages = measureStages(model, makeTestSound(facts::kRate, seconds));
+    if (figures.frames.empty() || stages.front().times.empty())
         failUsage("nothing measured", "--seconds", "a longer sound", shortNumber(options.seconds));
 
-    const double frame = median(stream.frames);
+    const double frame = median(figures.frames);
     std::printf("model            %s\n", model.c_str());
     std::printf("instruction set  %s\n", KaTessel::instructionSet());
-    std::printf("stream           %d Hz, %d samples a call, one thread\n", plan.rate(), plan.blockSize());
+    std::printf("stream           %d Hz, %d samples a call, one thread\n", stream.rate(), stream.blockSize());
     std::printf("configure        %.2f ms, median of %d engines\n", configureTime, kConfigureRuns);
-    std::printf("first frame      %.0f us, before any warm-up\n", stream.firstFrame);
-    std::printf("measured         %zu frames, after %d frames of warm-up\n", stream.frames.size(), kWarmUpFrames);
-    std::printf("last estimate    %.2f Hz\n", static_cast<double>(stream.f0));
+    std::printf("first frame      %.0f us, before any warm-up\n", figures.firstFrame);
+    std::printf("measured         %zu frames, after %d frames of warm-up\n", figures.frames.size(), kWarmUpFrames);
+    std::printf("last estimate    %.2f Hz\n", static_cast<double>(figures.f0));
     std::printf("\n  us per frame    median     worst\n");
-    printStage("whole call", stream.frames);
+    printStage("whole call", figures.frames);
     for (const Stage& stage : stages) printStage(stage.name, stage.times);
-    std::printf("\n%.0f x real time: 5 ms / median of a whole call\n", kHopSeconds * 1e6 / frame);
+    std::printf("\n%.0f x real time: 5 ms / median of a whole call\n", facts::kHopSeconds * 1e6 / frame);
 }
 
 }  // namespace

@@ -4,96 +4,60 @@
 #include <cmath>
 #include <cstdlib>
 
-#include "katessel/KTessel.h"
 #include "recordings/base/Errors.h"
 
 namespace katessel {
 
-namespace {
-
-StreamPlan planFor(int rate) {
-    if (StreamPlan::streamsWhole(rate)) return StreamPlan::forLeastDelay(rate);
-    // Some samples are lost, and the times are right all the same.
-    const int smallest = StreamPlan::smallestBlock(rate);
-    if (StreamPlan::largestBlock(rate) < smallest)
-        fail("cannot listen", "the sample rate", "at most 240000 Hz", std::to_string(rate) + " Hz");
-    return StreamPlan::forHostBlocks(rate, std::max(static_cast<int>(rate * kHopSeconds), smallest));
-}
-
-}  // namespace
-
 void LiveTracker::start(const LiveBlock& block) {
-    m_plan = planFor(block.rate);
-    m_engine = {KTessel_Create(), &KTessel_Destroy};
-    if (KTessel_Configure(m_plan->rate(), 0, m_plan->blockSize(), m_model.c_str(), m_engine.get()) != 0)
-        fail("cannot load the model", m_model, "a weight file", "none");
-    m_queue.assign(static_cast<std::size_t>(m_plan->leadSamples()), 0.0f);
-    m_blocks = 0;
+    using KaTessel::Tracker;
+    if (block.rate < Tracker::kLowestRate || block.rate > Tracker::kHighestRate)
+        fail("cannot listen", "the sample rate",
+             std::to_string(Tracker::kLowestRate) + " to " + std::to_string(Tracker::kHighestRate) + " Hz",
+             std::to_string(block.rate) + " Hz");
+    if (m_tracker && m_tracker->rate() == block.rate)
+        m_tracker->reset();
+    else
+        m_tracker.emplace(block.rate, m_model);
     m_received = 0;
     m_startClock = block.clock;
 }
 
-void LiveTracker::process(const LiveBlock& block, const std::vector<float>& samples,
-                          const std::function<void(const LiveRow&)>& onRow) {
-    if (!m_plan) start(block);
-    const double received = static_cast<double>(m_received) / m_plan->rate();  // [s]
+void LiveTracker::process(const LiveBlock& block, const std::vector<float>& samples, const OnRow& onRow) {
+    if (!m_tracker) start(block);
+    const double received = static_cast<double>(m_received) / m_tracker->rate();  // [s]
     // Unsigned, so that the difference is right where the clock wraps around.
-    const auto missing = static_cast<std::int32_t>(block.clock - (m_startClock + static_cast<std::uint32_t>(m_received)));
-    std::size_t known = 0;  // samples whose place is taken
-    if (block.rate != m_plan->rate()) {
+    const auto missing =
+        static_cast<std::int32_t>(block.clock - (m_startClock + static_cast<std::uint32_t>(m_received)));
+    std::ptrdiff_t known = 0;  // samples whose place is taken
+    if (block.rate != m_tracker->rate()) {
         m_startTime += received;
         start(block);
     } else if (std::abs(missing) > block.rate) {
         m_startTime += received + static_cast<double>(std::max(missing, 0)) / block.rate;
         start(block);
     } else if (missing >= 0) {
-        enqueue(std::vector<float>(static_cast<std::size_t>(missing), 0.0f), 0);
+        track(std::vector<float>(static_cast<std::size_t>(missing), 0.0f), onRow);
     } else {
         // A period that came late carries the time of the next one.
-        known = std::min(static_cast<std::size_t>(-missing), samples.size());
+        known = std::min<std::ptrdiff_t>(-missing, std::ssize(samples));
     }
-    enqueue(samples, known);
-    processQueue(onRow);
+    track({samples.begin() + known, samples.end()}, onRow);
 }
 
-void LiveTracker::enqueue(const std::vector<float>& samples, std::size_t from) {
-    m_queue.insert(m_queue.end(), samples.begin() + static_cast<std::ptrdiff_t>(from), samples.end());
-    m_received += static_cast<std::int64_t>(samples.size() - from);
-}
-
-void LiveTracker::processQueue(const std::function<void(const LiveRow&)>& onRow) {
-    const auto size = static_cast<std::size_t>(m_plan->blockSize());
-    std::size_t used = 0;
-    for (; used + size <= m_queue.size(); used += size) {
-        LiveRow row;
-        KTessel_DoProcess(m_queue.data() + used, m_plan->blockSize(), &row.pitch.frequency, &row.pitch.confidence, 0,
-                          m_engine.get());
-        const std::int64_t before = m_plan->framesAfter(m_blocks++);
-        const std::int64_t frames = m_plan->framesAfter(m_blocks);
-        if (frames == before) continue;
-        const double instant = m_plan->instantOf(frames - 1);
-        if (instant < 0.0) continue;
-        row.pitch.time = m_startTime + instant;
-        row.rate = m_plan->rate();
-        row.clock = m_startClock + static_cast<std::uint32_t>(std::llround(instant * row.rate));
-        onRow(row);
-    }
-    m_queue.erase(m_queue.begin(), m_queue.begin() + static_cast<std::ptrdiff_t>(used));
+void LiveTracker::track(std::vector<float> samples, const OnRow& onRow) {
+    // What the tracker would refuse.
+    const auto isBad = [](float sample) { return !(std::fabs(sample) <= KaTessel::Tracker::kLargestSample); };
+    if (std::any_of(samples.begin(), samples.end(), isBad)) std::fill(samples.begin(), samples.end(), 0.0f);
+    m_received += std::ssize(samples);
+    const int rate = m_tracker->rate();
+    m_tracker->process(samples, [&](const KaTessel::Pitch& pitch) {
+        const auto clock = m_startClock + static_cast<std::uint32_t>(std::llround(pitch.time * rate));
+        onRow({{m_startTime + pitch.time, pitch.frequency, pitch.confidence}, clock, rate});
+    });
 }
 
 double LiveTracker::engineLatency() const {
-    if (!m_plan) return 0.0;
-    // A frame is heard of once the block is there that completes it; how much later that is repeats after a while.
-    constexpr std::int64_t kFramesThatShowIt = 300;
-    double most = 0.0;
-    for (std::int64_t blocks = 1, before = 0; before < kFramesThatShowIt; ++blocks) {
-        const std::int64_t frames = m_plan->framesAfter(blocks);
-        if (frames == before) continue;
-        const double end = static_cast<double>(blocks * m_plan->blockSize() - m_plan->leadSamples()) / m_plan->rate();
-        most = std::max(most, end - m_plan->instantOf(frames - 1));
-        before = frames;
-    }
-    return most;
+    return m_tracker ? static_cast<double>(m_tracker->latency()) / m_tracker->rate() : 0.0;
 }
 
 }  // namespace katessel

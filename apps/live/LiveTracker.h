@@ -1,15 +1,16 @@
-// The pitch of sound as it comes in, in blocks of any size with the time of their first sample.
+// The pitch of sound as it comes in, in blocks of any size with the time of their first sample: a tracker, and silence for
+// what did not come.
 #pragma once
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "katessel/Tracker.hpp"
 #include "recordings/tracks/PitchTrack.h"
-#include "tracking/StreamPlan.h"
 
 namespace katessel {
 
@@ -27,29 +28,28 @@ struct LiveRow {
 
 class LiveTracker {
 public:
+    using OnRow = std::function<void(const LiveRow&)>;
+
     explicit LiveTracker(std::string model) : m_model(std::move(model)) {}
 
     // Hands every row that the block completes to `onRow`. So that times stay true, up to a second that is missing before
     // the block is taken as silence, and samples for a time that has passed are dropped; after more than that, and
-    // at another rate, the engine starts anew. Fails at a rate that the engine cannot take.
-    void process(const LiveBlock& block, const std::vector<float>& samples, const std::function<void(const LiveRow&)>& onRow);
+    // at another rate, the tracker starts anew. Fails at a rate that it cannot take. A block that holds something else than
+    // numbers counts as silence.
+    void process(const LiveBlock& block, const std::vector<float>& samples, const OnRow& onRow);
 
-    // How far after a row's instant the block of sound ends that completes it, at most [s].
+    // How far after a row's instant the sound ends that it waits for [s].
     double engineLatency() const;
 
 private:
     void start(const LiveBlock& block);
-    void enqueue(const std::vector<float>& samples, std::size_t from);
-    void processQueue(const std::function<void(const LiveRow&)>& onRow);
+    void track(std::vector<float> samples, const OnRow& onRow);
 
     std::string m_model;
-    std::unique_ptr<void, void (*)(void*)> m_engine{nullptr, nullptr};
-    std::optional<StreamPlan> m_plan;
-    std::vector<float> m_queue;    // less than a block of the plan, between calls
-    std::int64_t m_blocks = 0;     // of the plan, that the engine has processed
-    std::int64_t m_received = 0;   // [samples] since the start, missing ones included
+    std::optional<KaTessel::Tracker> m_tracker;  // none before the first block
+    std::int64_t m_received = 0;                 // [samples] since the start, missing ones included
     std::uint32_t m_startClock = 0;
-    double m_startTime = 0.0;      // [s]
+    double m_startTime = 0.0;  // [s]
 };
 
 }  // namespace katessel
