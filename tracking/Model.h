@@ -22,13 +22,6 @@ std::string modelPath(const std::string& given);
 // Fails unless `threshold`, where given, is a number from 0 up: before anything long.
 void checkThreshold(const std::optional<double>& threshold);
 
-// Where the model's card would lie.
-std::string cardPath(const std::string& model);
-
-// The card's `default_threshold`, or 0.5 when there is no card or it does not say. Fails when the card is not JSON or the
-// value is no threshold.
-double defaultThreshold(const std::string& model);
-
 // The SHA-256 that the card gives for the weight file; none when there is no card or it gives none. Fails when the card
 // is not JSON or the value is no text.
 std::optional<std::string> cardHash(const std::string& model);

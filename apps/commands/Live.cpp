@@ -67,8 +67,9 @@ public:
     void report(std::FILE* to, const JackInput& input, const LiveTracker& tracker) const {
         if (m_rows == 0) return;
         const double rate = input.rate();
-        std::fprintf(to, "latency: %.1f ms median, %.1f ms at most (port %.1f ms, engine up to %.1f ms, period %.1f ms)\n",
-                     median(), m_most, 1e3 * m_portLatency / rate, 1e3 * tracker.engineLatency(), 1e3 * m_period / rate);
+        std::fprintf(
+            to, "latency: %.1f ms median, %.1f ms at most (port %.1f ms, engine up to %.1f ms, period %.1f ms)\n",
+            median(), m_most, 1e3 * m_portLatency / rate, 1e3 * tracker.engineLatency(), 1e3 * m_period / rate);
     }
 
 private:
@@ -109,7 +110,7 @@ void runLive(const LiveOptions& options) {
         time = row.pitch.time;
         if (options.duration && time >= *options.duration) return;
         PitchRow shown = row.pitch;
-        if (shown.confidence < model.threshold) shown.frequency = 0.0f;
+        if (shown.confidence < static_cast<float>(model.threshold)) shown.frequency = 0.0f;
         output.add(shown);
         ++rows;
         latency.add(row, input);

@@ -5,19 +5,26 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "apps/batch/FileHash.h"
 #include "apps/commands/Commands.h"
+#include "katessel/LayerWeights.h"
+#include "katessel/ModelCard.hpp"
+#include "katessel/ModelCheck.hpp"
 #include "recordings/base/Errors.h"
 #include "tracking/Model.h"
-#include "tracking/ModelCheck.h"
-#include "tracking/WeightFile.h"
 
 namespace katessel {
 
 namespace {
+
+using KaTessel::LayerFile;
+using KaTessel::ModelFault;
+using KaTessel::T_FileLayerWeights;
+using KaTessel::T_FileTensor;
 
 constexpr char kAboutInspect[] =
     "A tensor's role follows from its place: weights, bias, gain. `at byte` is where it\n"
@@ -39,7 +46,7 @@ struct Range {
 };
 
 // A value that is not a number is left out of the range, and shows in the mean square.
-Range rangeOf(const std::vector<float>& values) {
+Range rangeOf(std::span<const float> values) {
     double least = values.front(), most = values.front(), squares = 0.0;
     for (const double value : values) {
         least = std::fmin(least, value);
@@ -56,41 +63,47 @@ std::string printable(std::string text) {
     return text;
 }
 
-void printTensor(const WeightLayer& layer, std::size_t index, int nameWidth) {
-    const WeightTensor& tensor = layer.tensors[index];
-    const Range range = rangeOf(tensor.values);
-    std::printf("%-*s  %-7s %-12s %8zu %10.4g %10.4g %10.4g %10lld  %s\n", nameWidth,
-                index == 0 ? printable(layer.name).c_str() : "", roleOf(layer, index).c_str(),
-                shapeText(tensor.shape).c_str(), tensor.values.size(), range.least, range.most, range.rms,
-                static_cast<long long>(tensor.offset),
-                index != 0 ? "" : isNeededLayer(layer.name) ? "yes" : "no");
+void printTensor(const T_FileLayerWeights& layer, int index, int nameWidth) {
+    const T_FileTensor& tensor = layer.tensors[index];
+    const Range range = rangeOf({tensor.values, static_cast<std::size_t>(tensor.count)});
+    std::printf("%-*s  %-7s %-12s %8d %10.4g %10.4g %10.4g %10lld  %s\n", nameWidth,
+                index == 0 ? printable(layer.name).c_str() : "", KaTessel::tensorRole(layer, index),
+                KaTessel::shapeText(KaTessel::shapeOf(tensor)).c_str(), tensor.count, range.least, range.most,
+                range.rms, static_cast<long long>(tensor.offset),
+                index != 0                            ? ""
+                : KaTessel::isNeededLayer(layer.name) ? "yes"
+                                                      : "no");
 }
 
 std::string plural(std::size_t count, const char* one, const char* many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
+std::span<const T_FileLayerWeights> layersOf(const LayerFile& file) {
+    return {file.layers(), static_cast<std::size_t>(file.layerCount())};
+}
+
 // Layers and tensors with shapes, ranges and places. Fails when the file breaks the format.
 void inspectModel(const std::string& given) {
     const std::string path = modelPath(given);
-    const WeightFile file = readWeightFile(path);
-    if (!file.faults.empty()) fail(kBadModel, path, file.faults.front().expected, file.faults.front().found);
-    std::size_t values = 0, nameWidth = 5;
-    for (const WeightLayer& layer : file.layers) {
+    LayerFile file;
+    const std::vector<ModelFault> faults = KaTessel::modelFaults(path, file);
+    if (file.layerCount() == 0 && !faults.empty()) fail(kBadModel, path, faults.front().expected, faults.front().found);
+    std::int64_t values = 0;
+    std::size_t nameWidth = 5;
+    for (const T_FileLayerWeights& layer : layersOf(file)) {
         nameWidth = std::max(nameWidth, layer.name.size());
-        for (const WeightTensor& tensor : layer.tensors) values += tensor.values.size();
+        for (int t = 0; t < layer.tensorCount; ++t) values += layer.tensors[t].count;
     }
-    std::printf("%s: %lld bytes, %s, %zu values\n\n", path.c_str(), static_cast<long long>(file.size),
-                plural(file.layers.size(), "layer", "layers").c_str(), values);
+    std::printf("%s: %lld bytes, %s, %lld values\n\n", path.c_str(), static_cast<long long>(file.size()),
+                plural(layersOf(file).size(), "layer", "layers").c_str(), static_cast<long long>(values));
     const int width = static_cast<int>(nameWidth);
-    std::printf("%-*s  %-7s %-12s %8s %10s %10s %10s %10s  %s\n", width, "layer", "tensor", "shape", "values", "min", "max",
-                "rms", "at byte", "needed");
-    for (const WeightLayer& layer : file.layers) {
-        if (layer.tensors.empty())
-            std::printf("%-*s  no tensors\n", width, printable(layer.name).c_str());
-        for (std::size_t t = 0; t < layer.tensors.size(); ++t) printTensor(layer, t, width);
+    std::printf("%-*s  %-7s %-12s %8s %10s %10s %10s %10s  %s\n", width, "layer", "tensor", "shape", "values", "min",
+                "max", "rms", "at byte", "needed");
+    for (const T_FileLayerWeights& layer : layersOf(file)) {
+        if (layer.tensorCount == 0) std::printf("%-*s  no tensors\n", width, printable(layer.name).c_str());
+        for (int t = 0; t < layer.tensorCount; ++t) printTensor(layer, t, width);
     }
-    const std::vector<WeightFault> faults = findFaults(file);
     if (faults.empty())
         std::printf("\nThe engine can use it.\n");
     else
@@ -102,14 +115,12 @@ void inspectModel(const std::string& given) {
 // Every fault on a line of its own, and fails when there is one.
 void verifyModel(const std::string& given) {
     const std::string path = modelPath(given);
-    const WeightFile file = readWeightFile(path);
-    const std::vector<WeightFault> faults = findFaults(file);
-    for (const WeightFault& fault : faults)
-        std::printf("%s: byte %lld: expected %s, found %s\n", path.c_str(), static_cast<long long>(fault.offset),
-                    printable(fault.expected).c_str(), printable(fault.found).c_str());
+    LayerFile file;
+    const std::vector<ModelFault> faults = KaTessel::modelFaults(path, file);
+    for (const ModelFault& fault : faults) std::printf("%s: %s\n", path.c_str(), printable(fault.text()).c_str());
     if (!faults.empty()) fail(kBadModel, path, "a file without faults", plural(faults.size(), "fault", "faults"));
-    std::printf("%s: good, %s, %lld bytes\n", path.c_str(), plural(file.layers.size(), "layer", "layers").c_str(),
-                static_cast<long long>(file.size));
+    std::printf("%s: good, %s, %lld bytes\n", path.c_str(), plural(layersOf(file).size(), "layer", "layers").c_str(),
+                static_cast<long long>(file.size()));
 }
 
 // The SHA-256 as sha256sum prints it, then a comment that the card agrees. Fails when it does not.
@@ -117,7 +128,7 @@ void hashModel(const std::string& given) {
     const std::string path = modelPath(given);
     const std::string hash = fileSha256(path);
     std::printf("%s  %s\n", hash.c_str(), path.c_str());
-    const std::string card = cardPath(path);
+    const std::string card = KaTessel::modelCard(path);
     const std::optional<std::string> expected = cardHash(path);
     if (expected && *expected != hash) fail("another model than its card says", path, "sha256 " + *expected, hash);
     // A comment, so that `sha256sum -c` reads the output.

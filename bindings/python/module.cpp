@@ -48,7 +48,8 @@ public:
     }
 
     py::tuple analyse(const Samples& recording) {
-        return run([&](Collector& collect) { collect.track = m_tracker.analyse(dataOf(recording), sizeOf(recording)); });
+        return run(
+            [&](Collector& collect) { collect.track = m_tracker.analyse(dataOf(recording), sizeOf(recording)); });
     }
 
     void reset() {
@@ -94,6 +95,7 @@ PYBIND11_MODULE(core, module) {
     module.attr("LOWEST_RATE") = static_cast<int>(KaTessel::Tracker::kLowestRate);
     module.attr("HIGHEST_RATE") = static_cast<int>(KaTessel::Tracker::kHighestRate);
     module.def("default_model", &KaTessel::defaultModel);
+    module.def("model_threshold", &KaTessel::modelThreshold, py::arg("model"));
     py::register_exception<KaTessel::ModelError>(module, "ModelError", PyExc_RuntimeError);
     py::class_<Engine>(module, "Engine")
         .def(py::init<int, const std::string&>(), py::arg("rate"), py::arg("model"))

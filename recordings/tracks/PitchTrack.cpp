@@ -6,8 +6,9 @@
 namespace katessel {
 
 void applyThreshold(PitchTrack& track, double threshold) {
+    const float least = static_cast<float>(threshold);  // as every other user of a card compares
     for (PitchRow& row : track)
-        if (row.confidence < threshold) row.frequency = 0.0f;
+        if (row.confidence < least) row.frequency = 0.0f;
 }
 
 void applyRange(PitchTrack& track, double lowest, double highest) {

@@ -1,5 +1,4 @@
 """Tracking whole recordings and live sound."""
-import json
 import os
 from typing import NamedTuple, Optional, Union
 
@@ -11,8 +10,6 @@ from .samples import mono, whole_rate
 
 Path = Union[str, "os.PathLike[str]"]
 
-_THRESHOLD_WITHOUT_CARD = 0.5
-
 
 class Track(NamedTuple):
     """One value in each array for every 5 ms."""
@@ -23,21 +20,6 @@ class Track(NamedTuple):
     """[Hz]; 0 where the sound is not voiced."""
     confidence: npt.NDArray[np.float32]
     """0 or more: about the probability that the sound is voiced."""
-
-
-def _card_threshold(model: str) -> float:
-    """What the model's card says, the JSON file beside it; without one 0.5."""
-    card = os.path.splitext(model)[0] + ".json"
-    try:
-        with open(card, encoding="utf-8") as file:
-            threshold = json.load(file).get("default_threshold", _THRESHOLD_WITHOUT_CARD)
-    except FileNotFoundError:
-        return _THRESHOLD_WITHOUT_CARD
-    except (AttributeError, ValueError) as error:
-        raise core.ModelError(f"bad model card: {card}: expected a JSON object, found {error}") from None
-    if isinstance(threshold, bool) or not isinstance(threshold, (int, float)):
-        raise core.ModelError(f"bad model card: {card}: expected default_threshold to be a number, found {threshold!r}")
-    return float(threshold)
 
 
 class Stream:
@@ -60,7 +42,10 @@ class Stream:
         if not core.LOWEST_RATE <= rate <= core.HIGHEST_RATE:
             raise ValueError(f"bad rate: expected {core.LOWEST_RATE} to {core.HIGHEST_RATE} Hz, found {rate}")
         self._engine = core.Engine(rate, path)
-        self._threshold = _card_threshold(path) if threshold is None else float(threshold)
+        if threshold is None:
+            # A float's decimal digits, so that 0.7 is written as 0.7.
+            threshold = float(str(np.float32(core.model_threshold(path))))
+        self._threshold = float(threshold)
 
     @property
     def rate(self) -> int:
@@ -94,7 +79,7 @@ class Stream:
         return self._voiced(Track(*self._engine.analyse(mono(x))))
 
     def _voiced(self, track: Track) -> Track:
-        track.frequency[track.confidence < self._threshold] = 0.0
+        track.frequency[track.confidence < np.float32(self._threshold)] = 0.0
         return track
 
 

@@ -103,7 +103,7 @@ class Models(unittest.TestCase):
         self.write_card('{"default_threshold": 2}')
         self.assertEqual(self.voiced(), 0)
         self.assertGreater(self.voiced(threshold=0.5), 90)
-        for broken in ("{", "[]", '{"default_threshold": "high"}'):
+        for broken in ("{", "[]", '{"default_threshold": "high"}', '{"default_threshold": -1}'):
             self.write_card(broken)
             with self.assertRaisesRegex(katessel.ModelError, "bad model card: .*own.json"):
                 self.voiced()
