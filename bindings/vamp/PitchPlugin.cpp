@@ -30,13 +30,6 @@ Vamp::Plugin::OutputDescriptor output(const char* identifier, const char* name, 
     return descriptor;
 }
 
-// "A4", the nearest note of equal temperament at 440 Hz.
-std::string noteName(float frequency) {
-    static const char* const names[] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
-    const int midi = std::max(static_cast<int>(std::lround(69.0 + 12.0 * std::log2(frequency / 440.0))), 0);
-    return names[midi % 12] + std::to_string(midi / 12 - 1);
-}
-
 // What the card of the model asks for. Without a model initialise() says why.
 float cardThreshold() {
     try {
@@ -49,7 +42,10 @@ float cardThreshold() {
 }  // namespace
 
 PitchPlugin::PitchPlugin(float inputSampleRate)
-    : Plugin(inputSampleRate), m_defaultThreshold(cardThreshold()), m_threshold(m_defaultThreshold), m_silence(kSilence, 0.0f) {}
+    : Plugin(inputSampleRate),
+      m_defaultThreshold(cardThreshold()),
+      m_threshold(m_defaultThreshold),
+      m_silence(kSilence, 0.0f) {}
 
 std::string PitchPlugin::getDescription() const {
     return "Fundamental frequency of a voice or an instrument every 5 ms, how sure it is, and notes";
@@ -66,9 +62,7 @@ PitchPlugin::ParameterList PitchPlugin::getParameterDescriptors() const {
     return {threshold};
 }
 
-float PitchPlugin::getParameter(std::string identifier) const {
-    return identifier == kThreshold ? m_threshold : 0.0f;
-}
+float PitchPlugin::getParameter(std::string identifier) const { return identifier == kThreshold ? m_threshold : 0.0f; }
 
 void PitchPlugin::setParameter(std::string identifier, float value) {
     if (identifier == kThreshold) m_threshold = std::clamp(value, 0.0f, 1.0f);
@@ -77,10 +71,10 @@ void PitchPlugin::setParameter(std::string identifier, float value) {
 PitchPlugin::OutputList PitchPlugin::getOutputDescriptors() const {
     OutputDescriptor frequency =
         output("f0", "Frequency", "Hz", "Fundamental frequency every 5 ms where the sound is voiced");
-    OutputDescriptor confidence = output("confidence", "Confidence", "",
-                                         "About the probability that the sound is voiced, every 5 ms");
+    OutputDescriptor confidence =
+        output("confidence", "Confidence", "", "About the probability that the sound is voiced, every 5 ms");
     confidence.sampleType = OutputDescriptor::FixedSampleRate;
-    OutputDescriptor notes = output("notes", "Notes", "Hz", "Stretches that stay on one pitch");
+    OutputDescriptor notes = output("notes", "Notes", "Hz", "Notes of equal temperament, A4 at 440 Hz");
     notes.hasDuration = true;
     return {frequency, confidence, notes};
 }
@@ -118,7 +112,8 @@ PitchPlugin::FeatureSet PitchPlugin::guarded(Work work) {
 }
 
 void PitchPlugin::forget() {
-    m_notes = NoteFinder();
+    m_notes = {};
+    m_end = 0.0;
     m_origin.reset();
     m_rest.clear();
     m_warned = false;
@@ -145,7 +140,7 @@ PitchPlugin::FeatureSet PitchPlugin::getRemainingFeatures() {
     return guarded([&](FeatureSet& features) {
         feed(m_rest.data(), m_rest.size(), features);
         m_tracker->finish([&](const KaTessel::Pitch& pitch) { add(pitch, features); });
-        add(m_notes.finish(), features);
+        add(m_notes.finish(m_end), features);
         forget();
     });
 }
@@ -166,16 +161,18 @@ void PitchPlugin::add(const KaTessel::Pitch& pitch, FeatureSet& features) {
     const bool voiced = pitch.voiced(m_threshold);
     if (voiced) features[kFrequency].push_back(at(pitch.time, pitch.frequency));
     features[kConfidence].push_back(at(pitch.time, pitch.confidence));
-    add(m_notes.add(pitch.time, voiced ? pitch.frequency : 0.0f), features);
+    m_end = pitch.time + KaTessel::facts::kHopSeconds;
+    add(m_notes.add({pitch.time, voiced ? pitch.frequency : 0.0f, pitch.confidence}), features);
 }
 
-void PitchPlugin::add(const std::optional<Note>& note, FeatureSet& features) const {
-    if (!note) return;
-    Feature feature = at(note->start, note->frequency);
-    feature.hasDuration = true;
-    feature.duration = Vamp::RealTime::fromSeconds(note->duration);
-    feature.label = noteName(note->frequency);
-    features[kNotes].push_back(feature);
+void PitchPlugin::add(const std::vector<katessel::Note>& notes, FeatureSet& features) const {
+    for (const katessel::Note& note : notes) {
+        Feature feature = at(note.start, static_cast<float>(katessel::noteFrequency(note.number)));
+        feature.hasDuration = true;
+        feature.duration = Vamp::RealTime::fromSeconds(note.end - note.start);
+        feature.label = katessel::noteName(note.number);
+        features[kNotes].push_back(feature);
+    }
 }
 
 // `time` [s] counts from the first block on.

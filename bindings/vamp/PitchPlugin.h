@@ -1,7 +1,7 @@
 // The pitch tracker as a Vamp plug-in: frequency, confidence and notes.
 //
-// It streams: what it gives does not depend on the blocks, comes while the host still reads, and takes no memory that
-// grows with the sound. Every feature carries the instant that it is about, so that no latency is left in it.
+// It streams: what it gives does not depend on the blocks, comes while the host still reads, notes at the pause behind
+// them, and takes no memory that grows with the sound, but for 16 bytes each 5 ms since the last pause. Every feature carries the instant that it is about, so that no latency is left in it.
 #ifndef KATESSEL_VAMP_PITCHPLUGIN_H
 #define KATESSEL_VAMP_PITCHPLUGIN_H
 
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "NoteFinder.h"
+#include "recordings/tracks/Notes.h"
 
 class PitchPlugin : public Vamp::Plugin {
 public:
@@ -46,7 +46,7 @@ private:
     void forget();
     void feed(const float* samples, std::size_t count, FeatureSet& features);
     void add(const KaTessel::Pitch& pitch, FeatureSet& features);
-    void add(const std::optional<Note>& note, FeatureSet& features) const;
+    void add(const std::vector<katessel::Note>& notes, FeatureSet& features) const;
     Feature at(double time, float value) const;
 
     float m_defaultThreshold;
@@ -54,7 +54,8 @@ private:
     std::size_t m_step = 0;   // [samples]
     std::size_t m_block = 0;  // [samples]
     std::optional<KaTessel::Tracker> m_tracker;
-    NoteFinder m_notes;
+    katessel::NoteFinder m_notes;
+    double m_end = 0.0;                      // [s] where the newest row's 5 ms end
     std::optional<Vamp::RealTime> m_origin;  // of the first block; none before it
     std::vector<float> m_rest;               // what the newest block holds beyond a step
     std::vector<float> m_silence;

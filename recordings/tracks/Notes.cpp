@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 namespace katessel {
 
@@ -12,8 +13,11 @@ constexpr float kMostCost = 1.0f;    // of one row
 constexpr float kEdgeCost = 4.0f;    // from silence to a note and back
 constexpr float kChangeCost = 8.0f;  // from one note to another
 
-constexpr int kNotes = 128;           // MIDI
-constexpr int kSilence = 0;           // state 0; state 1 + n is note lowest + n
+// Unvoiced rows that cost any note more than to end and to begin again: all of them are silence.
+constexpr int kSureGap = static_cast<int>(2 * kEdgeCost / kMostCost) + 1;
+
+constexpr int kNotes = 128;  // MIDI
+constexpr int kSilence = 0;  // state 0; state 1 + n is note lowest + n
 using State = std::uint8_t;
 
 int nearestNote(float frequency) {
@@ -72,31 +76,52 @@ public:
 
 private:
     int m_lowest, m_states;
-    std::vector<float> m_cost;   // of the cheapest path to each state
-    std::vector<State> m_from;   // rows x states: the state before on that path
+    std::vector<float> m_cost;  // of the cheapest path to each state
+    std::vector<State> m_from;  // rows x states: the state before on that path
 };
 
-}  // namespace
-
-std::vector<Note> findNotes(const PitchTrack& track, double end) {
+// The notes of rows between two silences.
+std::vector<Note> notesOf(const PitchTrack& rows, double end) {
     int lowest = kNotes, highest = -1;
-    for (const PitchRow& row : track) {
+    for (const PitchRow& row : rows) {
         if (row.frequency <= 0.0f) continue;
         lowest = std::min(lowest, nearestNote(row.frequency));
         highest = std::max(highest, nearestNote(row.frequency));
     }
     if (highest < 0) return {};
-    Path path(lowest, highest, track.size());
-    for (const PitchRow& row : track) path.add(row);
+    Path path(lowest, highest, rows.size());
+    for (const PitchRow& row : rows) path.add(row);
 
     std::vector<Note> notes;
     int before = -1;
     const std::vector<int> numbers = path.notes();
     for (std::size_t i = 0; i < numbers.size(); ++i) {
-        if (numbers[i] != before && before >= 0) notes.back().end = track[i].time;
-        if (numbers[i] != before && numbers[i] >= 0) notes.push_back({track[i].time, end, numbers[i]});
+        if (numbers[i] != before && before >= 0) notes.back().end = rows[i].time;
+        if (numbers[i] != before && numbers[i] >= 0) notes.push_back({rows[i].time, end, numbers[i]});
         before = numbers[i];
     }
+    return notes;
+}
+
+}  // namespace
+
+std::vector<Note> NoteFinder::add(const PitchRow& row) {
+    m_rows.push_back(row);
+    m_gap = row.frequency > 0.0f ? 0 : m_gap + 1;
+    return m_gap < kSureGap ? std::vector<Note>() : finish(row.time);
+}
+
+std::vector<Note> NoteFinder::finish(double end) {
+    m_gap = 0;
+    return notesOf(std::exchange(m_rows, {}), end);
+}
+
+std::vector<Note> findNotes(const PitchTrack& track, double end) {
+    std::vector<Note> notes;
+    const auto append = [&](const std::vector<Note>& more) { notes.insert(notes.end(), more.begin(), more.end()); };
+    NoteFinder finder;
+    for (const PitchRow& row : track) append(finder.add(row));
+    append(finder.finish(end));
     return notes;
 }
 
@@ -105,5 +130,7 @@ std::string noteName(int number) {
     const int octave = static_cast<int>(std::floor(number / 12.0));
     return names[number - 12 * octave] + std::to_string(octave - 1);
 }
+
+double noteFrequency(int number) { return 440.0 * std::exp2((number - 69) / 12.0); }
 
 }  // namespace katessel

@@ -24,11 +24,28 @@ struct Note {
     int number = 0;                 // MIDI, 69 at 440 Hz
 };
 
-// The notes in their order; `end` [s] is that of the recording. Knows nothing but tracks, so that files, plug-ins and
-// modules that use it find the same notes.
+// The notes of a track that comes row by row, each once nothing can change it any more: after a gap that no note outlasts.
+// Keeps the rows since the gap before. Knows nothing but tracks, so that files and plug-ins find the same notes.
+class NoteFinder {
+public:
+    // The next row. Returns the notes that it has made sure, in their order; mostly none.
+    std::vector<Note> add(const PitchRow& row);
+
+    // The notes that were still open where the sound ends, at `end` [s]. The finder is then as new.
+    std::vector<Note> finish(double end);
+
+private:
+    PitchTrack m_rows;
+    int m_gap = 0;  // unvoiced rows at the end of m_rows
+};
+
+// All of them at once; `end` [s] is that of the recording.
 std::vector<Note> findNotes(const PitchTrack& track, double end);
 
 // "A4" for 69, "C#-1" for 1.
 std::string noteName(int number);
+
+// [Hz] 440 for 69.
+double noteFrequency(int number);
 
 }  // namespace katessel

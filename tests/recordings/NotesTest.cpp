@@ -66,10 +66,24 @@ TEST(Notes, WhatIsTooShortIsNoNote) {
                 {{0.0, 0.435, 60}, {0.48, 0.68, 60}});
 }
 
+// Row by row, a note comes when a gap behind it is longer than any that a note goes on after, and not before.
+TEST(Notes, ComeWithTheGapBehindThem) {
+    const PitchTrack rows =
+        Track().add(0.1, kUnvoiced).add(0.1, 57).add(0.1, 64).add(0.045, kUnvoiced).add(0.1, 60).rows;
+    NoteFinder finder;
+    std::vector<std::size_t> arrivals;
+    for (std::size_t i = 0; i < rows.size(); ++i) arrivals.insert(arrivals.end(), finder.add(rows[i]).size(), i);
+    EXPECT_EQ(arrivals, (std::vector<std::size_t>{68, 68}));
+    ASSERT_EQ(finder.finish(0.445).size(), 1u);
+    EXPECT_EQ(finder.finish(0.445).size(), 0u);
+    expectNotes(Track().add(0.2, 60).add(0.04, kUnvoiced).add(0.2, 60), {{0.0, 0.44, 60}});
+}
+
 TEST(Notes, AVibratoIsOneNote) { expectNotes(Track().addVibrato(1.0, 62), {{0.0, 1.0, 62}}); }
 
 TEST(Notes, Names) {
-    const std::pair<int, const char*> names[] = {{69, "A4"}, {60, "C4"}, {61, "C#4"}, {59, "B3"}, {0, "C-1"}, {127, "G9"}};
+    const std::pair<int, const char*> names[] = {{69, "A4"}, {60, "C4"}, {61, "C#4"},
+                                                 {59, "B3"}, {0, "C-1"}, {127, "G9"}};
     for (const auto& [number, name] : names) EXPECT_EQ(noteName(number), name);
 }
 
