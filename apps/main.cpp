@@ -22,13 +22,18 @@ constexpr char kAbout[] =
     "KATESSEL_MODEL names the weight file to use where no --model does.\n"
     "Exit status: 0 success, 1 failure, 2 wrong usage.";
 
-// "none" where the default model is missing: --version must work there, too.
-std::string defaultModelHash() {
+// "none" where a default model is missing: --version must work there, too.
+std::string defaultModelHash(TrackMode mode) {
     try {
-        return fileSha256(modelPath(""));
+        return fileSha256(modelPath("", mode));
     } catch (const ToolError&) {
         return "none";
     }
+}
+
+std::string defaultModelHashes() {
+    const std::string offline = defaultModelHash(TrackMode::offline), live = defaultModelHash(TrackMode::live);
+    return "model " + offline + (live == offline ? "" : ", live model " + live);
 }
 
 // Runs the chosen command, or prints help or the version where they were asked for.
@@ -45,7 +50,7 @@ void run(int argc, char** argv) {
     CLI::App app(kAbout, "katessel");
     app.set_version_flag("--version", [] {
         applyInstructionChoice();
-        return std::string(KTessel_GetVersion()) + ", model " + defaultModelHash() + ", " + KaTessel::instructionSet();
+        return std::string(KTessel_GetVersion()) + ", " + defaultModelHashes() + ", " + KaTessel::instructionSet();
     });
     app.require_subcommand(1);
     addTrackCommand(app);

@@ -1,4 +1,4 @@
-# What an installation holds: headers, libraries, package descriptions, the default model, the tool. The components are the
+# What an installation holds: headers, libraries, package descriptions, the models, the tool. The components are the
 # packages of Packages.cmake.
 include(CMakePackageConfigHelpers)
 
@@ -8,7 +8,7 @@ install(TARGETS KaTesselLib katessel_static EXPORT KaTesselTargets
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/katessel DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   COMPONENT development)
-install(FILES models/default.weights models/default.json DESTINATION ${CMAKE_INSTALL_DATADIR}/katessel COMPONENT model)
+install(FILES ${KATESSEL_MODELS} DESTINATION ${CMAKE_INSTALL_DATADIR}/katessel COMPONENT model)
 
 # find_package(KaTessel): the targets KaTessel::KaTesselLib and KaTessel::katessel_static, and the variable KaTessel_DEFAULT_MODEL.
 set(KATESSEL_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KaTessel)

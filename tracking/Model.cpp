@@ -53,8 +53,8 @@ std::optional<std::string> cardHash(const std::string& model) {
     return entry->get<std::string>();
 }
 
-std::string modelPath(const std::string& given) {
-    return given.empty() ? orFail([] { return KaTessel::defaultModel(); }) : given;
+std::string modelPath(const std::string& given, TrackMode mode) {
+    return given.empty() ? orFail([mode] { return KaTessel::defaultModel(mode); }) : given;
 }
 
 void checkThreshold(const std::optional<double>& threshold) {
@@ -62,10 +62,10 @@ void checkThreshold(const std::optional<double>& threshold) {
         failUsage("wrong threshold", "--threshold", "a number from 0 up", shortNumber(*threshold));
 }
 
-Model chooseModel(const std::string& path, const std::optional<double>& threshold) {
+Model chooseModel(const std::string& path, TrackMode mode, const std::optional<double>& threshold) {
     checkThreshold(threshold);
     Model model;
-    model.path = modelPath(path);
+    model.path = modelPath(path, mode);
     orFail([&] { KaTessel::checkModel(model.path); });
     // A float's decimal digits, so that 0.7 is written as 0.7.
     model.threshold =

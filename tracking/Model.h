@@ -5,19 +5,23 @@
 #include <optional>
 #include <string>
 
+#include "katessel/DefaultModel.hpp"
+
 namespace katessel {
+
+using TrackMode = KaTessel::Form;  // live: as a host streams it
 
 struct Model {
     std::string path;        // of the weight file
     double threshold = 0.0;  // rows with a lower confidence count as unvoiced
 };
 
-// A model that an engine may open. An empty path is the default model's, no threshold the model's own. Fails unless the
+// A model that an engine may open. An empty path is the mode's default model's, no threshold the model's own. Fails unless the
 // weight file is good and the threshold, where given, a number from 0 up.
-Model chooseModel(const std::string& path, const std::optional<double>& threshold);
+Model chooseModel(const std::string& path, TrackMode mode, const std::optional<double>& threshold);
 
-// `given`, or without one the default model, found as DefaultModel.hpp says: KATESSEL_MODEL first.
-std::string modelPath(const std::string& given);
+// `given`, or without one the mode's default model, found as DefaultModel.hpp says: KATESSEL_MODEL first.
+std::string modelPath(const std::string& given, TrackMode mode);
 
 // Fails unless `threshold`, where given, is a number from 0 up: before anything long.
 void checkThreshold(const std::optional<double>& threshold);

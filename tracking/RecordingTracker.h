@@ -7,11 +7,10 @@
 #include "katessel/Tracker.hpp"
 #include "recordings/audio/AudioFile.h"
 #include "recordings/tracks/PitchTrack.h"
+#include "tracking/Model.h"
 
 namespace katessel {
 
-// offline: the whole recording at once, every instant seen from both sides; live: as a host streams it.
-enum class TrackMode { offline, live };
 
 class RecordingTracker {
 public:

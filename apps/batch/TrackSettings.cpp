@@ -122,7 +122,7 @@ TrackSettings chooseSettings(const TrackOptions& options, const TrackFormat& def
 }
 
 void completeSettings(const TrackOptions& options, TrackSettings& settings) {
-    settings.model = chooseModel(options.model, options.threshold);
+    settings.model = chooseModel(options.model, settings.mode, options.threshold);
     if (settings.format == &trackFormat("json")) settings.about = describe(options, settings);
 }
 

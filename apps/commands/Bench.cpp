@@ -159,7 +159,7 @@ void printStage(const char* name, const std::vector<double>& times) {
 void runBench(const BenchOptions& options) {
     if (!std::isfinite(options.seconds))
         failUsage("wrong length", "--seconds", "a number", shortNumber(options.seconds));
-    const std::string model = chooseModel(options.model, std::nullopt).path;
+    const std::string model = chooseModel(options.model, TrackMode::live, std::nullopt).path;
     const BlockStream stream = hostBlocks(options.rate);
     const double seconds = options.seconds + (kWarmUpFrames + 20) * facts::kHopSeconds;
 

@@ -28,7 +28,7 @@ void applyInstructionChoice() {
 }
 
 void addModelOption(CLI::App& command, std::string& model) {
-    command.add_option("--model", model, "Weight file (default: the one that comes with the tool)");
+    command.add_option("--model", model, "Weight file (default: the one for this mode that comes with the tool)");
 }
 
 void addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, const std::string& meaning) {

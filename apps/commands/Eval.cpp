@@ -65,7 +65,7 @@ std::vector<ScoredGroup> scoreRecordings(const EvalOptions& options) {
     const std::string& folder = options.references[0];
     if (!options.tracks.empty())
         return scoreFolder(folder, options.threshold.value_or(0.0), tracksBelow(options.tracks, folder));
-    const Model model = chooseModel(options.model, options.threshold);
+    const Model model = chooseModel(options.model, options.mode, options.threshold);
     RecordingTracker tracker(model.path, options.mode);
     return scoreFolder(folder, model.threshold, [&](const std::string& recording, std::size_t) {
         return tracker.track(readRecording(recording), recording);

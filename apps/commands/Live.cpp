@@ -94,7 +94,7 @@ void listPorts() {
 
 void runLive(const LiveOptions& options) {
     if (options.list) return listPorts();
-    const Model model = chooseModel(options.model, options.threshold);
+    const Model model = chooseModel(options.model, TrackMode::live, options.threshold);
     LiveOutput output(options.csv);
     JackInput input(options.port);
     LiveTracker tracker(model.path);

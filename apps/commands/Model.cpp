@@ -85,7 +85,7 @@ std::span<const T_FileLayerWeights> layersOf(const LayerFile& file) {
 
 // Layers and tensors with shapes, ranges and places. Fails when the file breaks the format.
 void inspectModel(const std::string& given) {
-    const std::string path = modelPath(given);
+    const std::string path = modelPath(given, TrackMode::offline);
     LayerFile file;
     const std::vector<ModelFault> faults = KaTessel::modelFaults(path, file);
     if (file.layerCount() == 0 && !faults.empty()) fail(kBadModel, path, faults.front().expected, faults.front().found);
@@ -114,7 +114,7 @@ void inspectModel(const std::string& given) {
 
 // Every fault on a line of its own, and fails when there is one.
 void verifyModel(const std::string& given) {
-    const std::string path = modelPath(given);
+    const std::string path = modelPath(given, TrackMode::offline);
     LayerFile file;
     const std::vector<ModelFault> faults = KaTessel::modelFaults(path, file);
     for (const ModelFault& fault : faults) std::printf("%s: %s\n", path.c_str(), printable(fault.text()).c_str());
@@ -125,7 +125,7 @@ void verifyModel(const std::string& given) {
 
 // The SHA-256 as sha256sum prints it, then a comment that the card agrees. Fails when it does not.
 void hashModel(const std::string& given) {
-    const std::string path = modelPath(given);
+    const std::string path = modelPath(given, TrackMode::offline);
     const std::string hash = fileSha256(path);
     std::printf("%s  %s\n", hash.c_str(), path.c_str());
     const std::string card = KaTessel::modelCard(path);
@@ -143,7 +143,7 @@ void addSubcommand(CLI::App& model, const char* name, const char* description, c
     const auto path = std::make_shared<std::string>();
     CLI::App* command = model.add_subcommand(name, description);
     command->footer(footer);
-    command->add_option("FILE", *path, "Weight file (default: the one that comes with the tool)");
+    command->add_option("FILE", *path, "Weight file (default: the one that comes with the tool, for whole recordings)");
     whenChosen(*command, [path, work] { work(*path); });
 }
 

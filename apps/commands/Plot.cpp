@@ -137,7 +137,7 @@ void runPlot(const PlotOptions& options) {
     PlotContent content;
     for (const std::string& overlay : options.overlays) content.overlays.push_back(readOverlay(overlay));
     std::optional<Model> model;
-    if (options.track.empty()) model = chooseModel(options.model, options.threshold);
+    if (options.track.empty()) model = chooseModel(options.model, options.mode, options.threshold);
 
     Recording recording = readRecording(options.recording);
     std::tie(content.start, content.duration) = partOf(options, recording);

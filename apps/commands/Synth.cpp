@@ -128,7 +128,7 @@ void runSynth(const SynthOptions& options) {
     if (fromTrack)
         track = givenTrack(options);
     else
-        model = chooseModel(options.model, options.threshold);
+        model = chooseModel(options.model, options.mode, options.threshold);
 
     std::optional<Recording> recording;  // the one that is heard
     if (!options.mix.empty()) recording = readRecording(options.mix);

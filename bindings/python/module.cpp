@@ -87,6 +87,12 @@ private:
     KaTessel::Tracker m_tracker;
 };
 
+std::string defaultModel(const std::string& mode) {
+    if (mode != "offline" && mode != "live")
+        throw py::value_error("bad mode: expected 'offline' or 'live', found '" + mode + "'");
+    return KaTessel::defaultModel(mode == "live" ? KaTessel::Form::live : KaTessel::Form::offline);
+}
+
 }  // namespace
 
 PYBIND11_MODULE(core, module) {
@@ -94,7 +100,7 @@ PYBIND11_MODULE(core, module) {
     KaTessel::performance_analysis_ = 0;
     module.attr("LOWEST_RATE") = static_cast<int>(KaTessel::Tracker::kLowestRate);
     module.attr("HIGHEST_RATE") = static_cast<int>(KaTessel::Tracker::kHighestRate);
-    module.def("default_model", &KaTessel::defaultModel);
+    module.def("default_model", &defaultModel, py::arg("mode") = "offline");
     module.def("model_threshold", &KaTessel::modelThreshold, py::arg("model"));
     py::register_exception<KaTessel::ModelError>(module, "ModelError", PyExc_RuntimeError);
     py::class_<Engine>(module, "Engine")

@@ -33,7 +33,7 @@ Vamp::Plugin::OutputDescriptor output(const char* identifier, const char* name, 
 // What the card of the model asks for. Without a model initialise() says why.
 float cardThreshold() {
     try {
-        return std::clamp(KaTessel::modelThreshold(KaTessel::defaultModel()), 0.0f, 1.0f);
+        return std::clamp(KaTessel::modelThreshold(KaTessel::defaultModel(KaTessel::Form::live)), 0.0f, 1.0f);
     } catch (const std::exception&) {
         return 0.5f;
     }

@@ -1,4 +1,4 @@
-// Finding the weight file that comes with the library. Header-only, C++17.
+// Finding the weight files that come with the library. Header-only, C++17.
 #ifndef KATESSEL_DEFAULTMODEL_HPP
 #define KATESSEL_DEFAULTMODEL_HPP
 
@@ -14,6 +14,11 @@
 
 namespace KaTessel {
 inline namespace v1 {
+
+// How a sound is heard. live: as it comes, every instant seen from before; offline: a whole recording at once, every
+// instant seen from both sides. Weights may be trained for one of them.
+enum class Form { live, offline };
+
 namespace detail {
 
 // The file that the engine's code was loaded from: the shared library, or a plug-in that the engine is linked into.
@@ -26,23 +31,29 @@ inline std::filesystem::path engineBinary() {
     return unresolved ? std::filesystem::path() : binary;
 }
 
+// The model of a folder for a form: one of its own, else the one for both; empty: none.
+inline std::string modelIn(const std::filesystem::path& folder, Form form) {
+    std::error_code unreadable;
+    for (const char* name : {form == Form::live ? "live.weights" : "offline.weights", "default.weights"})
+        if (std::filesystem::is_regular_file(folder / name, unreadable)) return (folder / name).string();
+    return {};
+}
+
 }  // namespace detail
 
-// The default model's path: the environment variable KATESSEL_MODEL where it is set, else `default.weights` in the
-// folder that the engine's code was loaded from, else `share/katessel/default.weights` in the nearest folder above
-// that has one. An installation can be moved. Throws ModelError when there is none.
-inline std::string defaultModel() {
+// The path of a form's default model: the environment variable KATESSEL_MODEL where it is set, one file for both forms.
+// Else `live.weights` or `offline.weights`, and where there is none `default.weights`, in the folder that the engine's code
+// was loaded from, or in share/katessel of the nearest folder above that has one. An installation can be moved. Throws
+// ModelError when there is none.
+inline std::string defaultModel(Form form) {
     namespace fs = std::filesystem;
     const char* const chosen = std::getenv("KATESSEL_MODEL");
     if (chosen != nullptr && *chosen != '\0') return chosen;
     const fs::path binary = detail::engineBinary();
-    std::error_code unreadable;
-    const fs::path beside = binary.parent_path() / "default.weights";
-    if (fs::is_regular_file(beside, unreadable)) return beside.string();
-    for (fs::path folder = binary.parent_path(); folder.has_relative_path(); folder = folder.parent_path()) {
-        const fs::path shared = folder / "share" / "katessel" / "default.weights";
-        if (fs::is_regular_file(shared, unreadable)) return shared.string();
-    }
+    std::string found = detail::modelIn(binary.parent_path(), form);
+    for (fs::path folder = binary.parent_path(); found.empty() && folder.has_relative_path(); folder = folder.parent_path())
+        found = detail::modelIn(folder / "share" / "katessel", form);
+    if (!found.empty()) return found;
     throw ModelError("share/katessel/default.weights", "it in a folder above " + binary.string() +
                      " or its path in KATESSEL_MODEL", "neither");
 }

@@ -57,7 +57,7 @@ public:
     // For sound at `rate` [Hz]. Takes a few milliseconds. The weight file is read once, here; nothing later needs it.
     // Throws std::invalid_argument for a rate outside kLowestRate .. kHighestRate, and ModelError when the weight file
     // is missing or no model of this engine.
-    explicit Tracker(int rate, std::string model = defaultModel())
+    explicit Tracker(int rate, std::string model = defaultModel(Form::live))
         : m_rate(checkedRate(rate)),
           m_model(std::move(model)),
           m_converter(rate),

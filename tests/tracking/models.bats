@@ -94,6 +94,16 @@ takes() {
   KATESSEL_MODEL=$MODEL katessel track good.wav > named.csv
   cp "$MODEL" prefix/share/katessel
   katessel track good.wav | cmp - named.csv
+  # A model of its own for a form goes before, and for no other form.
+  "$PYTHON" "$HERE/timing_model.py" prefix/share/katessel/live.weights
+  katessel track good.wav | cmp - named.csv
+  katessel track good.wav --mode live | cmp - <(katessel track good.wav --mode live --model prefix/share/katessel/live.weights)
+  KATESSEL_MODEL=$MODEL katessel track good.wav --mode live > live.csv
+  mv prefix/share/katessel/live.weights prefix/share/katessel/offline.weights
+  katessel track good.wav --mode live | cmp - live.csv
+  katessel track good.wav | cmp - <(katessel track good.wav --model prefix/share/katessel/offline.weights)
+  [[ $(katessel --version) == *", live model "* ]]
+  rm prefix/share/katessel/offline.weights
   KATESSEL_MODEL=none.weights fails_with 1 "none.weights" track good.wav
   echo broken > prefix/share/katessel/default.weights
   fails_with 1 "/prefix/share/katessel/default.weights: " track good.wav

@@ -35,7 +35,7 @@ class Stream:
     """
 
     def __init__(self, sr: float, *, model: Optional[Path] = None, threshold: Optional[float] = None) -> None:
-        path = core.default_model() if model is None else os.fspath(model)
+        path = core.default_model("live") if model is None else os.fspath(model)
         if threshold is not None and not 0.0 <= threshold < float("inf"):
             raise ValueError(f"bad threshold: expected a number from 0 up, found {threshold!r}")
         rate = whole_rate(sr)
@@ -98,7 +98,7 @@ def track(x: npt.ArrayLike, sr: float, *, mode: str = "offline", model: Optional
     """
     if mode not in ("offline", "live"):
         raise ValueError(f"bad mode: expected 'offline' or 'live', found {mode!r}")
-    stream = Stream(sr, model=model, threshold=threshold)
+    stream = Stream(sr, model=core.default_model(mode) if model is None else model, threshold=threshold)
     if mode == "offline":
         return stream.analyse(x)
     begin, end = stream.process(x), stream.finish()
