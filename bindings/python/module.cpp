@@ -33,7 +33,7 @@ py::tuple arraysOf(KaTessel::PitchTrack&& track) {
 // A tracker that several Python threads may call: they wait for each other, and the interpreter for none of them.
 class Engine {
 public:
-    Engine(int rate, const std::string& model) : m_tracker(rate, model) {}
+    Engine(int rate, const std::string& live, const std::string& offline) : m_tracker(rate, live, offline) {}
 
     int rate() const { return m_tracker.rate(); }
     int latency() const { return m_tracker.latency(); }
@@ -104,7 +104,7 @@ PYBIND11_MODULE(core, module) {
     module.def("model_threshold", &KaTessel::modelThreshold, py::arg("model"));
     py::register_exception<KaTessel::ModelError>(module, "ModelError", PyExc_RuntimeError);
     py::class_<Engine>(module, "Engine")
-        .def(py::init<int, const std::string&>(), py::arg("rate"), py::arg("model"))
+        .def(py::init<int, const std::string&, const std::string&>(), py::arg("rate"), py::arg("live"), py::arg("offline"))
         .def_property_readonly("rate", &Engine::rate)
         .def_property_readonly("latency", &Engine::latency)
         .def_property_readonly("model", &Engine::model)

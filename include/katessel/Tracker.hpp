@@ -47,7 +47,7 @@ using IfTakesPitch = std::enable_if_t<std::is_invocable_v<Each&, const Pitch&>>;
 
 }  // namespace detail
 
-// One engine. Can be moved, not copied. One thread at a time; different trackers are independent.
+// One engine, and one more for recordings where they have a model of their own. Can be moved, not copied. One thread at a time; different trackers are independent.
 class Tracker {
 public:
     static constexpr int kLowestRate = facts::kLowestRate;    // [Hz] 1000
@@ -57,16 +57,24 @@ public:
     // For sound at `rate` [Hz]. Takes a few milliseconds. The weight file is read once, here; nothing later needs it.
     // Throws std::invalid_argument for a rate outside kLowestRate .. kHighestRate, and ModelError when the weight file
     // is missing or no model of this engine.
-    explicit Tracker(int rate, std::string model = defaultModel(Form::live))
+    Tracker(int rate, const std::string& model) : Tracker(rate, model, model) {}
+
+    // The same with the default models: for live sound that of its form, and for whole recordings theirs.
+    explicit Tracker(int rate) : Tracker(rate, defaultModel(Form::live), defaultModel(Form::offline)) {}
+
+    // The same with a model for each form. Where they are two files, that for recordings is read by the first analyse(),
+    // which may throw ModelError then.
+    Tracker(int rate, std::string liveModel, std::string offlineModel)
         : m_rate(checkedRate(rate)),
-          m_model(std::move(model)),
+          m_model(std::move(liveModel)),
+          m_offlineModel(std::move(offlineModel)),
           m_converter(rate),
           m_engine(makeEngine(m_model)) {
         lead();
     }
 
     int rate() const { return m_rate; }
-    const std::string& model() const { return m_model; }
+    const std::string& model(Form form = Form::live) const { return form == Form::live ? m_model : m_offlineModel; }
 
     // How much sound a live value waits for: it comes with the sample that lies latency() - 1 behind the instant that
     // it describes. 1992 at 48 kHz, 41.5 ms. [samples at rate()]
@@ -123,20 +131,23 @@ public:
     // std::length_error for more than 24 hours.
     PitchTrack analyse(const float* samples, std::size_t count) {
         checkSamples(samples, count);
+        if (m_offlineModel != m_model && !m_offlineEngine) m_offlineEngine = makeEngine(m_offlineModel);
+        void* const engine = m_offlineEngine ? m_offlineEngine.get() : m_engine.get();
         const std::int64_t rows = rowsOf(static_cast<std::int64_t>(count));
         const std::vector<float> sound = betweenSilence(samples, count, rows);
         const int length = static_cast<int>(sound.size());
         const std::size_t room =
-            static_cast<std::size_t>(KTessel_GetNumOutputFramesForInputSamples(length, m_engine.get())) + 1;
+            static_cast<std::size_t>(KTessel_GetNumOutputFramesForInputSamples(length, engine)) + 1;
         PitchTrack track;
         track.frequencies.resize(room);
         track.confidences.resize(room);
         KTessel_DoProcessOffline(sound.data(), length, track.frequencies.data(), track.confidences.data(), 0,
-                                 m_engine.get());
+                                 engine);
         for (std::vector<float>* values : {&track.frequencies, &track.confidences}) {
             values->erase(values->begin(), values->begin() + kMarginFrames);
             values->resize(static_cast<std::size_t>(rows));
         }
+        for (float& confidence : track.confidences) confidence = std::min(confidence, 1.0f);
         for (std::int64_t row = 0; row < rows; ++row) track.times.push_back(instantOf(row));
         return track;
     }
@@ -239,6 +250,7 @@ private:
             const std::int64_t row = rowOf(m_passed);
             if (row == before || row < 0) continue;
             pitch.time = instantOf(row);
+            pitch.confidence = std::min(pitch.confidence, 1.0f);
             m_newest = pitch;
             each(m_newest);
         }
@@ -263,9 +275,10 @@ private:
     }
 
     int m_rate;
-    std::string m_model;
+    std::string m_model, m_offlineModel;
     EngineRate m_converter;
     Engine m_engine;
+    Engine m_offlineEngine;  // none while recordings are heard by m_engine
     Pitch m_newest;
     std::int64_t m_received = 0;  // samples at m_rate
     std::int64_t m_passed = 0;    // samples at 24 kHz that the engine was given, the silence before included

@@ -261,7 +261,28 @@ TEST(Tracker, FindsTheDefaultModel) {
     EXPECT_EQ(Tracker(48000).model(), kModel);
     unsetenv("KATESSEL_MODEL");
     // As in an installation.
-    EXPECT_NE(Tracker(48000).model().find("/share/katessel/default.weights"), std::string::npos);
+    const Tracker tracker(48000);
+    for (const Form form : {Form::live, Form::offline})
+        EXPECT_NE(tracker.model(form).find(std::string("/share/katessel/")), std::string::npos);
+}
+
+// Live sound and recordings may have a model each; the second is asked for by the first recording.
+TEST(Tracker, AModelPerForm) {
+    const TemporaryFolder folder;
+    const std::string other = folder.file("other.weights");
+    std::string weights = contentOf(kModel);
+    const std::size_t bias = weights.rfind(std::string("\x02\0\0\0", 4)) + 4;  // of the last layer: pitch, voicing
+    weights.replace(bias, 4, std::string("\0\0\0\x3f", 4));
+    save(other, weights);
+    const std::vector<float> sound = tone(24000, 0.2, 220.0);
+    const PitchTrack expected = Tracker(24000, other).analyse(sound);
+    ASSERT_NE(expected.frequencies, Tracker(24000, kModel).analyse(sound).frequencies);
+    Tracker tracker(24000, kModel, other);
+    EXPECT_EQ(tracker.analyse(sound).frequencies, expected.frequencies);
+    EXPECT_TRUE(same(live(tracker, sound, [] { return 480; }), live(24000, sound)));
+    Tracker without(24000, kModel, "none.weights");
+    EXPECT_NE(refusal([&] { without.analyse(sound); }).find("none.weights"), std::string::npos);
+    for (const float confidence : expected.confidences) EXPECT_LE(confidence, 1.0f);
 }
 
 TEST(Tracker, TakesWhateverHoldsFloats) {

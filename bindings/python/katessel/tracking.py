@@ -19,7 +19,12 @@ class Track(NamedTuple):
     frequency: npt.NDArray[np.float32]
     """[Hz]; 0 where the sound is not voiced."""
     confidence: npt.NDArray[np.float32]
-    """0 or more: about the probability that the sound is voiced."""
+    """0 to 1: about the probability that the sound is voiced."""
+
+
+def _card_threshold(model: str) -> float:
+    """A float's decimal digits, so that 0.7 is written as 0.7."""
+    return float(str(np.float32(core.model_threshold(model))))
 
 
 class Stream:
@@ -35,17 +40,15 @@ class Stream:
     """
 
     def __init__(self, sr: float, *, model: Optional[Path] = None, threshold: Optional[float] = None) -> None:
-        path = core.default_model("live") if model is None else os.fspath(model)
+        live, offline = [core.default_model(mode) if model is None else os.fspath(model) for mode in ("live", "offline")]
         if threshold is not None and not 0.0 <= threshold < float("inf"):
             raise ValueError(f"bad threshold: expected a number from 0 up, found {threshold!r}")
         rate = whole_rate(sr)
         if not core.LOWEST_RATE <= rate <= core.HIGHEST_RATE:
             raise ValueError(f"bad rate: expected {core.LOWEST_RATE} to {core.HIGHEST_RATE} Hz, found {rate}")
-        self._engine = core.Engine(rate, path)
-        if threshold is None:
-            # A float's decimal digits, so that 0.7 is written as 0.7.
-            threshold = float(str(np.float32(core.model_threshold(path))))
-        self._threshold = float(threshold)
+        self._engine = core.Engine(rate, live, offline)
+        self._threshold = _card_threshold(live) if threshold is None else float(threshold)
+        self._offline_threshold = _card_threshold(offline) if threshold is None else float(threshold)
 
     @property
     def rate(self) -> int:
@@ -64,22 +67,23 @@ class Stream:
 
     def process(self, block: npt.ArrayLike) -> Track:
         """Takes the next samples, (n,) or (n, channels), and returns the values that they completed."""
-        return self._voiced(Track(*self._engine.process(mono(block))))
+        return self._voiced(Track(*self._engine.process(mono(block))), self._threshold)
 
     def finish(self) -> Track:
         """Returns the values that still waited for what comes after the sound's end. The stream is then as new."""
-        return self._voiced(Track(*self._engine.finish()))
+        return self._voiced(Track(*self._engine.finish()), self._threshold)
 
     def reset(self) -> None:
         """Forgets the sound: the next sample is that of instant 0."""
         self._engine.reset()
 
     def analyse(self, x: npt.ArrayLike) -> Track:
-        """Tracks a whole recording with this engine; the live sound is not disturbed."""
-        return self._voiced(Track(*self._engine.analyse(mono(x))))
+        """Tracks a whole recording; the live sound is not disturbed."""
+        return self._voiced(Track(*self._engine.analyse(mono(x))), self._offline_threshold)
 
-    def _voiced(self, track: Track) -> Track:
-        track.frequency[track.confidence < np.float32(self._threshold)] = 0.0
+    @staticmethod
+    def _voiced(track: Track, threshold: float) -> Track:
+        track.frequency[track.confidence < np.float32(threshold)] = 0.0
         return track
 
 
@@ -98,7 +102,7 @@ def track(x: npt.ArrayLike, sr: float, *, mode: str = "offline", model: Optional
     """
     if mode not in ("offline", "live"):
         raise ValueError(f"bad mode: expected 'offline' or 'live', found {mode!r}")
-    stream = Stream(sr, model=core.default_model(mode) if model is None else model, threshold=threshold)
+    stream = Stream(sr, model=model, threshold=threshold)
     if mode == "offline":
         return stream.analyse(x)
     begin, end = stream.process(x), stream.finish()
