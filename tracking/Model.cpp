@@ -57,6 +57,10 @@ std::string modelPath(const std::string& given, TrackMode mode) {
     return given.empty() ? orFail([mode] { return KaTessel::defaultModel(mode); }) : given;
 }
 
+KaTessel::Voicing usualVoicing(TrackMode mode) {
+    return mode == TrackMode::live ? KaTessel::Voicing::hysteresis : KaTessel::Voicing::smooth;
+}
+
 void checkThreshold(const std::optional<double>& threshold) {
     if (threshold && !(*threshold >= 0.0 && std::isfinite(*threshold)))
         failUsage("wrong threshold", "--threshold", "a number from 0 up", shortNumber(*threshold));

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "katessel/DefaultModel.hpp"
+#include "katessel/Voicing.hpp"
 
 namespace katessel {
 
@@ -13,12 +14,15 @@ using TrackMode = KaTessel::Form;  // live: as a host streams it
 
 struct Model {
     std::string path;        // of the weight file
-    double threshold = 0.0;  // rows with a lower confidence count as unvoiced
+    double threshold = 0.0;  // of the confidence, for the voicing
 };
 
 // A model that an engine may open. An empty path is the mode's default model's, no threshold the model's own. Fails unless the
 // weight file is good and the threshold, where given, a number from 0 up.
 Model chooseModel(const std::string& path, TrackMode mode, const std::optional<double>& threshold);
+
+// The voicing where none is asked for: of whole recordings smooth, live the one that waits for nothing.
+KaTessel::Voicing usualVoicing(TrackMode mode);
 
 // `given`, or without one the mode's default model, found as DefaultModel.hpp says: KATESSEL_MODEL first.
 std::string modelPath(const std::string& given, TrackMode mode);

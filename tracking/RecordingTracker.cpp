@@ -88,6 +88,7 @@ PitchTrack RecordingTracker::trackBlocks(const Recording& recording, const std::
         const std::int64_t frames = stream.framesAfter(passed + 1);
         if (frames == stream.framesAfter(passed)) continue;
         row.time = stream.instantOf(frames - 1);
+        row.confidence = std::min(row.confidence, 1.0f);
         if (row.time >= recording.seconds() - kRounding) return track;
         if (row.time >= 0.0) track.push_back(row);
     }

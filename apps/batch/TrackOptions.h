@@ -18,6 +18,7 @@ struct TrackOptions {
 
     std::string model;
     std::optional<double> threshold;        // none: the model's own
+    std::optional<Voicing> voicing;         // none: the mode's usual one
     std::optional<double> lowest, highest;  // [Hz]
     std::optional<TrackMode> mode;          // none: offline, or live where a block size is given
     std::optional<int> blockSize;           // [samples]; none: every frame

@@ -59,8 +59,8 @@ private:
             fail(kCannotRead, job.input, "sound at " + shortNumber(document.start) + " s", "its end before that");
         document.rate = recording.rate;
         document.track = m_tracker.track(recording, job.input);
+        applyVoicing(document.track, {m_settings.model.threshold, m_settings.voicing});
         excerpt.cut(document.track);
-        applyThreshold(document.track, m_settings.model.threshold);
         applyRange(document.track, m_settings.lowest, m_settings.highest);
         document.unit = m_settings.unit;
         document.unvoiced = m_settings.unvoiced;

@@ -87,6 +87,14 @@ void chooseRows(const TrackOptions& options, TrackSettings& settings) {
                                             : UnvoicedRows::drop;
 }
 
+const char* nameOf(Voicing voicing) {
+    switch (voicing) {
+        case Voicing::frame: return "frame";
+        case Voicing::hysteresis: return "hysteresis";
+        default: return "smooth";
+    }
+}
+
 std::string describe(const TrackOptions& options, const TrackSettings& settings) {
     nlohmann::ordered_json about, used;
     about["library"] = KTessel_GetVersion();
@@ -94,6 +102,7 @@ std::string describe(const TrackOptions& options, const TrackSettings& settings)
     about["model"] = {{"file", settings.model.path}, {"sha256", fileSha256(settings.model.path)}};
     used["mode"] = settings.mode == TrackMode::live ? "live" : "offline";
     used["threshold"] = settings.model.threshold;
+    used["voicing"] = nameOf(settings.voicing);
     if (settings.blockSize) used["block_size"] = *settings.blockSize;
     if (options.lowest) used["fmin"] = *options.lowest;
     if (options.highest) used["fmax"] = *options.highest;
@@ -110,6 +119,7 @@ TrackSettings chooseSettings(const TrackOptions& options, const TrackFormat& def
     checkCombinations(options);
     TrackSettings settings;
     settings.mode = options.blockSize ? TrackMode::live : options.mode.value_or(TrackMode::offline);
+    settings.voicing = options.voicing.value_or(usualVoicing(settings.mode));
     settings.blockSize = options.blockSize;
     settings.lowest = options.lowest.value_or(settings.lowest);
     settings.highest = options.highest.value_or(settings.highest);

@@ -18,6 +18,7 @@ struct TrackSettings {
     Model model;
     double lowest = 0.0, highest = std::numeric_limits<double>::infinity();  // [Hz] of voiced rows
     TrackMode mode = TrackMode::offline;
+    Voicing voicing = Voicing::smooth;
     std::optional<int> blockSize;  // [samples]; none: every frame
     std::optional<int> channel;    // from 1 on; none: the average of all
     std::optional<RawForm> raw;

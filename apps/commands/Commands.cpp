@@ -39,4 +39,12 @@ void addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, con
     command.add_option_function<std::string>("--mode", choose, meaning)->check(CLI::IsMember(names));
 }
 
+void addVoicingOption(CLI::App& command, std::optional<Voicing>& voicing, const std::string& meaning) {
+    const auto choose = [&voicing](const std::string& name) {
+        voicing = name == "frame" ? Voicing::frame : name == "hysteresis" ? Voicing::hysteresis : Voicing::smooth;
+    };
+    const std::vector<std::string> names = {"smooth", "hysteresis", "frame"};
+    command.add_option_function<std::string>("--voicing", choose, meaning)->check(CLI::IsMember(names));
+}
+
 }  // namespace katessel

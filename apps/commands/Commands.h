@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "tracking/RecordingTracker.h"
@@ -25,8 +26,9 @@ void whenChosen(CLI::App& command, std::function<void()> work);
 // run is wrong usage; the message lists the possible ones.
 void applyInstructionChoice();
 
-// Options that several commands share: --model, and --mode, as a whole or as a host streams it.
+// Options that several commands share: --model; --mode, as a whole or as a host streams it; and --voicing.
 void addModelOption(CLI::App& command, std::string& model);
 void addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, const std::string& meaning);
+void addVoicingOption(CLI::App& command, std::optional<Voicing>& voicing, const std::string& meaning = "As for track");
 
 }  // namespace katessel

@@ -38,6 +38,7 @@ struct EvalOptions {
     std::string model;                    // empty: the default model
     std::optional<double> threshold;      // none: the model's own; for a track, 0: what it calls voiced
     TrackMode mode = TrackMode::offline;
+    std::optional<Voicing> voicing;       // none: the mode's usual one
     std::string csv, json;                // files for the same figures; empty: none
 };
 
@@ -67,7 +68,8 @@ std::vector<ScoredGroup> scoreRecordings(const EvalOptions& options) {
         return scoreFolder(folder, options.threshold.value_or(0.0), tracksBelow(options.tracks, folder));
     const Model model = chooseModel(options.model, options.mode, options.threshold);
     RecordingTracker tracker(model.path, options.mode);
-    return scoreFolder(folder, model.threshold, [&](const std::string& recording, std::size_t) {
+    const VoicingRule rule(model.threshold, options.voicing.value_or(usualVoicing(options.mode)));
+    return scoreFolder(folder, rule, [&](const std::string& recording, std::size_t) {
         return tracker.track(readRecording(recording), recording);
     });
 }
@@ -101,8 +103,9 @@ void addEvalCommand(CLI::App& app) {
                         "instead of tracking");
     addModelOption(*command, options.model);
     command->add_option("--threshold", options.threshold,
-                        "Frames with a lower confidence count as not voiced (default: as for track)");
+                        "Confidence from which on a frame counts as voiced (default: as for track)");
     addModeOption(*command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
+    addVoicingOption(*command, options.voicing);
     command->add_option("--csv", options.csv, "Write the figures as CSV, too");
     command->add_option("--json", options.json, "Write the figures as JSON, too");
     whenChosen(*command, [owned] { runEval(*owned); });

@@ -35,6 +35,7 @@ struct LiveOptions {
     std::optional<double> duration;   // [s]; none: until interrupted
     std::string model;                // empty: the default model
     std::optional<double> threshold;  // none: the model's own
+    std::optional<Voicing> voicing;   // none: hysteresis
 };
 
 constexpr double kWait = 0.05;  // [s] after which an interruption is noticed
@@ -98,6 +99,7 @@ void runLive(const LiveOptions& options) {
     LiveOutput output(options.csv);
     JackInput input(options.port);
     LiveTracker tracker(model.path);
+    KaTessel::VoicingFilter<LiveRow> voicing({model.threshold, options.voicing.value_or(usualVoicing(TrackMode::live))});
     LatencyMeter latency;
     endOnInterruption();
     std::fprintf(output.remarks(), "listening to %s at %d Hz\n", input.source().c_str(), input.rate());
@@ -106,14 +108,17 @@ void runLive(const LiveOptions& options) {
     std::int64_t rows = 0;
     double time = 0.0;  // [s] heard
     std::vector<float> samples;
-    const auto onRow = [&](const LiveRow& row) {
-        time = row.pitch.time;
-        if (options.duration && time >= *options.duration) return;
+    const auto show = [&](const LiveRow& row, bool voiced) {
         PitchRow shown = row.pitch;
-        if (shown.confidence < static_cast<float>(model.threshold)) shown.frequency = 0.0f;
+        if (!voiced) shown.frequency = 0.0f;
         output.add(shown);
         ++rows;
         latency.add(row, input);
+    };
+    const auto onRow = [&](const LiveRow& row) {
+        time = row.pitch.time;
+        if (options.duration && time >= *options.duration) return;
+        voicing.add(row, row.pitch.confidence, show);
     };
     while (isInterrupted == 0 && !(options.duration && time >= *options.duration)) {
         const std::optional<LiveBlock> block = input.next(samples, kWait);
@@ -123,6 +128,7 @@ void runLive(const LiveOptions& options) {
             break;
         output.flush();
     }
+    voicing.finish(show);
     output.finish();
     std::fprintf(output.remarks(), "%lld rows, %lld xruns, %lld samples dropped\n", static_cast<long long>(rows),
                  static_cast<long long>(input.xruns()), static_cast<long long>(input.dropped()));
@@ -145,7 +151,8 @@ void addLiveCommand(CLI::App& app) {
         ->check(CLI::Range(0.001, 1e9).description("SECONDS"));
     addModelOption(*command, options.model);
     command->add_option("--threshold", options.threshold,
-                        "Rows with a lower confidence count as not voiced (default: as for track)");
+                        "Confidence from which on a row counts as voiced (default: as for track)");
+    addVoicingOption(*command, options.voicing, "As for track --mode live; smooth comes 5 ms later");
     whenChosen(*command, [owned] { runLive(*owned); });
 }
 

@@ -30,7 +30,7 @@ namespace {
 constexpr char kAboutPlot[] =
     "Draws a recording's spectrogram with the pitch over it and the confidence below.\n"
     "Levels are in dB, 0 dB being a sine of amplitude 1. The dashed line is the\n"
-    "threshold below which a row counts as not voiced.";
+    "threshold of the voicing.";
 
 struct PlotOptions {
     std::string recording;
@@ -40,6 +40,7 @@ struct PlotOptions {
     std::string model;                  // empty: the default model
     std::optional<double> threshold;    // none: the model's own; of a given track, 0
     TrackMode mode = TrackMode::offline;
+    std::optional<Voicing> voicing;     // none: the mode's usual one; of a given track, frame
     double start = 0.0;                    // [s]
     std::optional<double> duration;        // [s]; none: up to the end
     double topFrequency = 2000.0;          // [Hz]
@@ -151,7 +152,8 @@ void runPlot(const PlotOptions& options) {
     } else {
         content.pitch = {"pitch", readTrackOrReference(options.track)};
     }
-    if (content.threshold) applyThreshold(content.pitch.track, *content.threshold);
+    const Voicing usual = model ? usualVoicing(options.mode) : Voicing::frame;
+    if (content.threshold) applyVoicing(content.pitch.track, {*content.threshold, options.voicing.value_or(usual)});
     output.write(drawPlot(content, recording, offset, scale, format, size.width, size.height));
 }
 
@@ -172,8 +174,9 @@ void addPlotCommand(CLI::App& app) {
         ->allow_extra_args(false);
     addModelOption(*command, options.model);
     command->add_option("--threshold", options.threshold,
-                        "Rows with a lower confidence count as not voiced (default: as for track)");
+                        "Confidence from which on a row counts as voiced (default: as for track)");
     addModeOption(*command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
+    addVoicingOption(*command, options.voicing);
     command->add_option("--top-frequency", options.topFrequency, "End of the frequency axis [Hz]")->capture_default_str();
     command->add_option("--bottom-frequency", options.bottomFrequency,
                         "Beginning of the frequency axis [Hz] (default: 50, linear 0)");

@@ -40,6 +40,7 @@ struct SynthOptions {
     std::string model;                // for a recording; empty: the default model
     std::optional<double> threshold;  // none: the model's own; of a given track, 0
     TrackMode mode = TrackMode::offline;
+    std::optional<Voicing> voicing;   // none: the mode's usual one; of a given track, frame
 };
 
 constexpr int kUsualRate = 48000;          // [Hz]
@@ -82,7 +83,7 @@ PitchTrack givenTrack(const SynthOptions& options) {
     if (!(end >= 0.0 && end <= kLongest))
         fail("cannot make the track audible", options.input, "times from 0 to " + shortNumber(kLongest) + " s",
              shortNumber(end) + " s");
-    if (options.threshold) applyThreshold(track, *options.threshold);
+    if (options.threshold) applyVoicing(track, {*options.threshold, options.voicing.value_or(Voicing::frame)});
     return track;
 }
 
@@ -135,7 +136,7 @@ void runSynth(const SynthOptions& options) {
     if (!fromTrack) {
         Recording tracked = readRecording(options.input);
         track = RecordingTracker(model.path, options.mode).track(tracked, options.input);
-        applyThreshold(track, model.threshold);
+        applyVoicing(track, {model.threshold, options.voicing.value_or(usualVoicing(options.mode))});
         if (!recording) recording = std::move(tracked);
     }
     const int rate = recording ? recording->rate : options.rate.value_or(kUsualRate);
@@ -168,8 +169,9 @@ void addSynthCommand(CLI::App& app) {
         ->check(CLI::Range(8000, 384000));
     addModelOption(*command, options.model);
     command->add_option("--threshold", options.threshold,
-                        "Rows with a lower confidence count as not voiced (default: as for track)");
+                        "Confidence from which on a row counts as voiced (default: as for track)");
     addModeOption(*command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
+    addVoicingOption(*command, options.voicing);
     whenChosen(*command, [owned] { runSynth(*owned); });
 }
 

@@ -91,7 +91,10 @@ void addOutputOptions(CLI::App& command, TrackOptions& options) {
 void addAnalysisOptions(CLI::App& command, TrackOptions& options) {
     addModelOption(command, options.model);
     command.add_option("--threshold", options.threshold,
-                       "Rows with a lower confidence count as not voiced (default: the model's own, else 0.5)");
+                       "Confidence from which on a row counts as voiced (default: the model's own, else 0.5)");
+    addVoicingOption(command, options.voicing,
+                     "hysteresis: begin a little above the threshold, end a little below (default live); smooth: the same "
+                     "on the median of three rows, which waits for 5 ms more (default offline); frame: each row by itself");
     command.add_option("--fmin", options.lowest, "Rows with a lower pitch count as not voiced [Hz]");
     command.add_option("--fmax", options.highest, "Rows with a higher pitch count as not voiced [Hz]");
     addModeOption(command, [&options](TrackMode mode) { options.mode = mode; },

@@ -33,7 +33,9 @@ KTESSEL_API void KTessel_Destroy(void* handle);
  *   reserved      ignored; pass 0
  *   maxBlockSize  most samples that one KTessel_DoProcess call will pass
  *   modelPath     layer weight file; read once, here. One that others may be reading is best replaced by renaming the
- *                 new file to its name: every engine then has all layers of the old or of the new one.
+ *                 new file to its name: every engine then has all layers of the old or of the new one. Of those that
+ *                 come with the library, live.weights is for KTessel_DoProcess, offline.weights for
+ *                 KTessel_DoProcessOffline and default.weights for both; the first two need not be there.
  *
  * Returns 0, or -1 (and changes nothing) when there is no file at modelPath. A layer that the file lacks is
  * reported on standard output ("WARNING: NAME not loaded!") and computes as zeros: with nothing loaded every

@@ -32,24 +32,24 @@ std::map<std::string, std::vector<fs::path>> findRecordings(const fs::path& root
     return byFolder;
 }
 
-Scores scoreRecording(const fs::path& path, double threshold, const TrackOf& trackOf) {
+Scores scoreRecording(const fs::path& path, VoicingRule rule, const TrackOf& trackOf) {
     fs::path truth = path;
     const std::vector<float> frequencies = readReference(truth.replace_extension(".f0").string());
     Scores scores;
-    scores.add(frequencies, trackOf(path.string(), frequencies.size()), threshold);
+    scores.add(frequencies, trackOf(path.string(), frequencies.size()), rule);
     return scores;
 }
 
 }  // namespace
 
-std::vector<ScoredGroup> scoreFolder(const std::string& folder, double threshold, const TrackOf& trackOf) {
+std::vector<ScoredGroup> scoreFolder(const std::string& folder, VoicingRule rule, const TrackOf& trackOf) {
     const auto byFolder = findRecordings(folder);
     if (byFolder.empty()) fail("cannot evaluate", folder, "recordings with .f0 files beside them", "none");
     std::vector<ScoredGroup> groups;
     ScoredGroup all{"all", 0, {}};
     for (const auto& [name, paths] : byFolder) {
         ScoredGroup group{name, static_cast<int>(paths.size()), {}};
-        for (const fs::path& path : paths) group.scores.add(scoreRecording(path, threshold, trackOf));
+        for (const fs::path& path : paths) group.scores.add(scoreRecording(path, rule, trackOf));
         all.recordings += group.recordings;
         all.scores.add(group.scores);
         groups.push_back(std::move(group));

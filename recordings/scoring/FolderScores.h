@@ -10,13 +10,13 @@
 
 namespace katessel {
 
-// The track of one recording, its voicing undecided: rows below the threshold still have their frequency. `frames` is the
+// The track of one recording, its voicing undecided: unvoiced rows still have their frequency. `frames` is the
 // length of its truth.
 using TrackOf = std::function<PitchTrack(const std::string& recording, std::size_t frames)>;
 
 // Scores every recording in and below a folder that has an .f0 file beside it, by folder and, last, all together. Fails
 // where there is none.
-std::vector<ScoredGroup> scoreFolder(const std::string& folder, double threshold, const TrackOf& trackOf);
+std::vector<ScoredGroup> scoreFolder(const std::string& folder, VoicingRule rule, const TrackOf& trackOf);
 
 // Tracks that somebody made: below `tracks`, with the recording's path below `folder` and the extension .csv, or .f0.csv
 // as `katessel track` names it.

@@ -24,7 +24,8 @@ double ratio(std::int64_t count, std::int64_t all) {
 
 }  // namespace
 
-void Scores::add(const std::vector<float>& truth, const PitchTrack& estimate, double threshold) {
+void Scores::add(const std::vector<float>& truth, const PitchTrack& estimate, VoicingRule rule) {
+    const std::vector<bool> voicing = voicedRows(estimate, rule);
     const std::int64_t frames = static_cast<std::int64_t>(std::min(truth.size(), estimate.size()));
     if (m_distances.empty()) m_distances.resize(kCentsSteps + 1);
     for (std::int64_t t = 0; t < frames; ++t) {
@@ -32,7 +33,7 @@ void Scores::add(const std::vector<float>& truth, const PitchTrack& estimate, do
         if (hz < 0.0f) continue;
         const PitchRow& row = estimate[static_cast<std::size_t>(t)];
         const bool voiced = hz > 0.0f;
-        const bool reported = row.frequency > 0.0f && row.confidence >= threshold;
+        const bool reported = voicing[static_cast<std::size_t>(t)];
         ++m_frames;
         ++(voiced ? m_voiced : m_unvoiced);
         if (reported) ++m_reported;
@@ -57,9 +58,9 @@ void Scores::add(const std::vector<float>& truth, const PitchTrack& estimate, do
     for (int shift = -kMaxShift; shift <= kMaxShift; ++shift)
         for (std::int64_t t = kMaxShift; t + kMaxShift < frames; ++t) {
             const float hz = truth[static_cast<std::size_t>(t)];
-            const PitchRow& row = estimate[static_cast<std::size_t>(t + shift)];
+            const std::size_t at = static_cast<std::size_t>(t + shift);
             // Close enough that a glide tells neighbouring shifts apart.
-            if (hz > 0.0f && row.confidence >= threshold && std::fabs(centsBetween(row.frequency, hz)) <= 10.0)
+            if (hz > 0.0f && voicing[at] && std::fabs(centsBetween(estimate[at].frequency, hz)) <= 10.0)
                 ++m_agreeing[shift + kMaxShift];
         }
 }

@@ -19,9 +19,9 @@ constexpr int kCalibrationBins = 10;
 class Scores {
 public:
     // Adds one recording: truth [Hz, 0 none, -1 not scored] and estimate, both a value every 5 ms from 0; the shorter of
-    // the two ends it. A row counts as reported voiced when its confidence reaches `threshold` and it has a frequency;
-    // rows below the threshold keep theirs.
-    void add(const std::vector<float>& truth, const PitchTrack& estimate, double threshold);
+    // the two ends it. The rule says which rows count as reported voiced; the
+    // others keep their frequency.
+    void add(const std::vector<float>& truth, const PitchTrack& estimate, VoicingRule rule);
 
     // Adds what another one counted.
     void add(const Scores& other);

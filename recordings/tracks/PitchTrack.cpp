@@ -5,10 +5,20 @@
 
 namespace katessel {
 
-void applyThreshold(PitchTrack& track, double threshold) {
-    const float least = static_cast<float>(threshold);  // as every other user of a card compares
-    for (PitchRow& row : track)
-        if (row.confidence < least) row.frequency = 0.0f;
+std::vector<bool> voicedRows(const PitchTrack& track, VoicingRule rule) {
+    std::vector<bool> all;
+    all.reserve(track.size());
+    const auto take = [&](const PitchRow& row, bool voiced) { all.push_back(voiced && row.frequency > 0.0f); };
+    KaTessel::VoicingFilter<PitchRow> filter(rule);
+    for (const PitchRow& row : track) filter.add(row, row.confidence, take);
+    filter.finish(take);
+    return all;
+}
+
+void applyVoicing(PitchTrack& track, VoicingRule rule) {
+    const std::vector<bool> voiced = voicedRows(track, rule);
+    for (std::size_t i = 0; i < track.size(); ++i)
+        if (!voiced[i]) track[i].frequency = 0.0f;
 }
 
 void applyRange(PitchTrack& track, double lowest, double highest) {

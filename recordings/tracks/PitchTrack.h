@@ -3,6 +3,8 @@
 
 #include <vector>
 
+#include "katessel/Voicing.hpp"
+
 namespace katessel {
 
 constexpr double kHopSeconds = 0.005;  // from row to row, in tracks and in .f0 files
@@ -10,13 +12,19 @@ constexpr double kHopSeconds = 0.005;  // from row to row, in tracks and in .f0 
 struct PitchRow {
     double time = 0.0;       // [s] in the recording
     float frequency = 0.0f;  // [Hz]; 0: unvoiced, or none given
-    float confidence = 0.0f; // 0 or more
+    float confidence = 0.0f; // 0 to 1 from our engine
 };
 
 using PitchTrack = std::vector<PitchRow>;
 
-// Marks rows with a confidence below `threshold` as unvoiced.
-void applyThreshold(PitchTrack& track, double threshold);
+using KaTessel::Voicing;
+using KaTessel::VoicingRule;
+
+// Which rows count as voiced: those that the rule says and that have a frequency.
+std::vector<bool> voicedRows(const PitchTrack& track, VoicingRule rule);
+
+// Marks all others as unvoiced.
+void applyVoicing(PitchTrack& track, VoicingRule rule);
 
 // Marks rows with a frequency below `lowest` or above `highest` [Hz] as unvoiced.
 void applyRange(PitchTrack& track, double lowest, double highest);

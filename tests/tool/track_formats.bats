@@ -49,7 +49,7 @@ assert track["model"]["sha256"] == sys.argv[1]
 version = sys.argv[2].split(", ")
 assert (track["library"], track["instructions"]) == (version[0], version[2]), version
 assert version[1] == "model " + sys.argv[1]
-assert track["settings"] == {"mode": "live", "threshold": 0.5, "fmax": 900.0}, track["settings"]
+assert track["settings"] == {"mode": "live", "threshold": 0.5, "voicing": "hysteresis", "fmax": 900.0}, track["settings"]
 PY
   # Any name gives good JSON.
   cp note.wav $'a"b\\c\xff.wav'
