@@ -37,7 +37,7 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.{wav,csv}; }
 @test "--threshold marks rows below it, and only those" {
   speech=$KATESSEL_SOURCE/examples/audio/speech_nathalie.ogg
   katessel track "$speech" --threshold 0 > all.csv
-  katessel track "$speech" --threshold 0.8 > some.csv
+  katessel track "$speech" --threshold 0.8 --voicing frame > some.csv
   paste -d, all.csv some.csv | awk -F, 'NR > 1 {
     if ($3 != $6) bad = 1
     if ($3 < 0.799999 && $5 != 0) bad = 1
