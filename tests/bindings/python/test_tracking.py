@@ -38,7 +38,7 @@ class Values(unittest.TestCase):
                 file = os.path.join(folder, "x.wav")
                 sound.write_wav(file, rate, x)
                 for mode in ("offline", "live"):
-                    done = subprocess.run([os.environ["TOOL"], "track", "--mode", mode, file], check=True,
+                    done = subprocess.run([os.environ["TOOL"], "track", "--mode", mode, "--voicing", "frame", file], check=True,
                                           stdout=subprocess.PIPE)
                     rows = np.array([[float(v) for v in row] for row in
                                      list(csv.reader(io.StringIO(done.stdout.decode())))[1:]])
