@@ -20,7 +20,7 @@ def host(output, recording):
 
 
 def track(recording, *options):
-    done = subprocess.run([tool, "track", "--mode", "live", recording, *options], check=True, stdout=subprocess.PIPE)
+    done = subprocess.run([tool, "track", "--mode", "live", "--voicing", "frame", recording, *options], check=True, stdout=subprocess.PIPE)
     return [tuple(map(float, row)) for row in list(csv.reader(io.StringIO(done.stdout.decode())))[1:]]
 
 
