@@ -55,12 +55,12 @@ LabelledSound withoutPitch(Samples samples, int frames) {
     return {std::move(samples), std::vector<float>(static_cast<std::size_t>(frames), kUnvoiced)};
 }
 
-// From -8 to 5 dB a third of the time. `least`: how far above the other sound the voice stays at any rate.
+// From -8 to 5 dB in two of five cases. `least`: how far above the other sound the voice stays at any rate.
 double drawRatio(double least, Random& random) {
     const double kind = random.uniform(0.0, 1.0);
-    const double ratio = kind < 0.45  ? random.uniform(-8.0, 5.0)
-                         : kind < 0.8 ? random.uniform(5.0, 18.0)
-                                      : random.uniform(18.0, 40.0);
+    const double ratio = kind < 0.42   ? random.uniform(-8.0, 5.0)
+                         : kind < 0.75 ? random.uniform(5.0, 18.0)
+                                       : random.uniform(18.0, 40.0);
     return ratio >= least ? ratio : random.uniform(least, least + 12.0);
 }
 

@@ -16,7 +16,7 @@ struct Sources {
 // Sound without pitch, alone: noise, machines, babble, music, whispers, near silence.
 LabelledSound drawPitchless(const Sources& sources, int frames, Random& random);
 
-// Adds what is behind a voice: a third of the time from 8 dB above it to 5 below, otherwise softer.
+// Adds what is behind a voice: in two of five cases from 8 dB above it to 5 below, otherwise softer.
 void addBackground(LabelledSound& sound, const Sources& sources, Random& random);
 
 #endif

@@ -44,7 +44,7 @@ double drawBase(Random& random) {
 
 LabelledSound drawGenerated(int frames, Random& random) {
     const double kind = random.uniform(0.0, 1.0);
-    if (kind < 0.42) {
+    if (kind < 0.38) {
         // Men's voices, and those below, are the rarest in recordings.
         const double base = random.chance(0.5) ? random.logUniform(45.0, 130.0) : random.logUniform(80.0, 700.0);
         return random.chance(0.5) ? drawVoice(base, frames, random) : drawGlottalVoice(base, frames, random);
@@ -91,8 +91,8 @@ LabelledSound drawScene(const Sources& sources, int frames, Random& random) {
     LabelledSound sound = pitched ? drawPitched(sources, frames, random) : drawPitchless(sources, frames, random);
     boundPitch(sound.pitch);
     if (random.chance(0.35)) equalise(sound.samples, random);
-    if (random.chance(pitched ? 0.5 : 0.2)) reverberate(sound.samples, random);
-    if (pitched && random.chance(0.83)) addBackground(sound, sources, random);
+    if (random.chance(pitched ? 0.42 : 0.2)) reverberate(sound.samples, random);
+    if (pitched && random.chance(0.72)) addBackground(sound, sources, random);
     record(sound.samples, random);
     finish(sound, random);
     return sound;

@@ -80,12 +80,22 @@ Series drawSeries(double base, Random& random) {
     return neighbours(1 + random.below(std::clamp(most - 3, 1, 8)), 2 + random.below(4), 0.0);
 }
 
+// Above this pitch a lone harmonic would be left in the band, of which nobody could say which one it is.
+double highestPitch(const Series& series) {
+    if (series[0] > 0.0) return kHighestPitch;
+    const auto first = std::find_if(series.begin(), series.end(), [](double gain) { return gain > 0.0; });
+    return kAudible / static_cast<double>(first - series.begin() + 2);
+}
+
 LabelledSound sounding(const Contour& contour, const Series& series, int frames, Random& random) {
     LabelledSound sound = silenceFor(frames);
     const std::vector<float> phases =
         random.chance(0.5) ? std::vector<float>(kMostHarmonics, 0.0f) : drawPhases(random);
     addHarmonics(contour, steadyEnvelope(contour, series), phases, sound.samples);
     setPitch(sound, contour);
+    const double highest = highestPitch(series);
+    for (float& hz : sound.pitch)
+        if (hz > highest) hz = kUnknown;
     return sound;
 }
 
