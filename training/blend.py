@@ -1,12 +1,20 @@
 #!/usr/bin/python3
-"""Averages two weight files of the same run: blend.py FIRST SECOND SHARE OUT, SHARE being the second one's, 0 to 1.
+"""Averages two weight files of one descent.
 
-Weights refined from one checkpoint lie in the same valley; a point between keeps what each has gained.
+    blend.py FIRST SECOND SHARE OUT [--shift-first live|offline]
+
+SHARE is the second one's, 0 to 1. Weights refined from one checkpoint lie in the same valley; a point between keeps what each
+has gained, also where the second has since learnt other sounds. Where the second was refined for one form alone and the first for
+both, --shift-first moves the first to that form's scale before they meet.
 """
+import argparse
 import struct
-import sys
 
 import numpy as np
+
+OCTAVES = 2.187756  # of the engine's scale, and octaves of its offsets: training/Loss.h
+OFFSETS = {"live": 3.0666435, "offline": 3.0586433}
+JOINT_OFFSET = 0.7 * OFFSETS["offline"] + 0.3 * OFFSETS["live"]
 
 
 def tensors(data):
@@ -25,17 +33,31 @@ def tensors(data):
     return spans
 
 
+def share_of_one(text):
+    share = float(text)
+    if not 0.0 <= share <= 1.0:
+        raise argparse.ArgumentTypeError(f"expected a number from 0 to 1, found {text}")
+    return share
+
+
 def main():
-    if len(sys.argv) != 5 or not 0.0 <= float(sys.argv[3]) <= 1.0:
-        sys.exit(__doc__.splitlines()[0])
-    first, second, share = open(sys.argv[1], "rb").read(), open(sys.argv[2], "rb").read(), float(sys.argv[3])
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("first")
+    parser.add_argument("second")
+    parser.add_argument("share", type=share_of_one)
+    parser.add_argument("out")
+    parser.add_argument("--shift-first", choices=OFFSETS)
+    chosen = parser.parse_args()
+    first, second = open(chosen.first, "rb").read(), open(chosen.second, "rb").read()
     if tensors(first) != tensors(second):
-        sys.exit(f"blend.py: {sys.argv[2]}: expected the layers of {sys.argv[1]}, found others")
+        parser.error(f"{chosen.second}: expected the layers of {chosen.first}, found others")
     blend = bytearray(first)
     for place, size in tensors(first):
         a, b = (np.frombuffer(data, "<f4", size // 4, place).astype(np.float64) for data in (first, second))
-        blend[place:place + size] = ((1.0 - share) * a + share * b).astype("<f4").tobytes()
-    with open(sys.argv[4], "wb") as file:
+        if chosen.shift_first and place == tensors(first)[-1][0]:  # the outputs' bias: pitch, voicing
+            a[0] += (OFFSETS[chosen.shift_first] - JOINT_OFFSET) / OCTAVES
+        blend[place:place + size] = ((1.0 - chosen.share) * a + chosen.share * b).astype("<f4").tobytes()
+    with open(chosen.out, "wb") as file:
         file.write(blend)
 
 
