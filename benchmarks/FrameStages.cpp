@@ -26,8 +26,8 @@ std::vector<float> voice(int samples) {
 }
 
 void reportRealTime(benchmark::State& state) {
-    state.counters["x_real_time"] = benchmark::Counter(
-        static_cast<double>(state.iterations()) * kFrameSeconds, benchmark::Counter::kIsRate);
+    state.counters["x_real_time"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * kFrameSeconds, benchmark::Counter::kIsRate);
 }
 
 // An engine that has heard a second of voice, so that every buffer is made and every cache is warm.
@@ -80,8 +80,8 @@ void networkStage(benchmark::State& state) {
         warm.engine.networkStage(warm.features.data());
         benchmark::DoNotOptimize(warm.engine.encoder->skipSum[0]);
     }
-    state.counters["MMAC/s"] = benchmark::Counter(static_cast<double>(state.iterations()) * 0.1239,
-                                                  benchmark::Counter::kIsRate);
+    state.counters["MMAC/s"] =
+        benchmark::Counter(static_cast<double>(state.iterations()) * 0.1239, benchmark::Counter::kIsRate);
 }
 BENCHMARK(networkStage)->Unit(benchmark::kMicrosecond);
 

@@ -11,7 +11,12 @@ namespace {
 constexpr int kChannels = 70, kTaps = 3;
 
 struct Convolution {
-    Convolution() : weights(kTaps * kChannels * kChannels), bias(kChannels), x(kChannels), history(2 * kChannels), out(kChannels) {
+    Convolution()
+        : weights(kTaps * kChannels * kChannels),
+          bias(kChannels),
+          x(kChannels),
+          history(2 * kChannels),
+          out(kChannels) {
         std::mt19937 random(1);
         std::normal_distribution<float> normal;
         for (auto* values : {&weights, &bias, &x, &history})

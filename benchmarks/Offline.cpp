@@ -32,8 +32,7 @@ std::vector<float> voice(int rate, int seconds) {
 // Per frame of 5 ms.
 void reportFrames(benchmark::State& state, double frames) {
     const double total = frames * static_cast<double>(state.iterations());
-    state.counters["per_frame"] =
-        benchmark::Counter(total, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["per_frame"] = benchmark::Counter(total, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
     state.counters["x_real_time"] = benchmark::Counter(total * 0.005, benchmark::Counter::kIsRate);
 }
 
@@ -53,9 +52,7 @@ void offlineMinute(benchmark::State& state) {
 BENCHMARK(offlineMinute)->Arg(24000)->Arg(48000)->Unit(benchmark::kMillisecond);
 
 struct Segment {
-    Segment() : sound(voice(24000, 3)), features(), result() {
-        engine.configure(24000, 0, 120, KATESSEL_MODEL);
-    }
+    Segment() : sound(voice(24000, 3)), features(), result() { engine.configure(24000, 0, 120, KATESSEL_MODEL); }
     KaTessel::CTessel engine;
     std::vector<float> sound;
     KaTessel::FrameBlock features, result;

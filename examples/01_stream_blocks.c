@@ -14,8 +14,7 @@
 #define RATE 48000
 #define BLOCK 240
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     float* sound = malloc((size_t)(MELODY_SECONDS * RATE + 1) * sizeof *sound);
     struct note_printer notes = {0, 0, 0, 0.0};
     void* engine = KTessel_Create();

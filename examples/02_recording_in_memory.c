@@ -15,16 +15,14 @@ struct recording {
     float* samples; /* mono, released with free() */
 };
 
-static unsigned little_endian(const unsigned char* bytes, int count)
-{
+static unsigned little_endian(const unsigned char* bytes, int count) {
     unsigned value = 0;
     while (count-- > 0) value = value << 8 | bytes[count];
     return value;
 }
 
 /* Mixes the channels of 16-bit samples. Returns 0 where the bytes are no such file. */
-static int decode_wav(const unsigned char* bytes, size_t size, struct recording* out)
-{
+static int decode_wav(const unsigned char* bytes, size_t size, struct recording* out) {
     size_t at = 12;
     unsigned channels = 0;
     if (size < 12 || memcmp(bytes, "RIFF", 4) != 0 || memcmp(bytes + 8, "WAVE", 4) != 0) return 0;
@@ -54,8 +52,7 @@ static int decode_wav(const unsigned char* bytes, size_t size, struct recording*
     return 0;
 }
 
-static unsigned char* load(const char* path, size_t* size)
-{
+static unsigned char* load(const char* path, size_t* size) {
     FILE* file = fopen(path, "rb");
     unsigned char* bytes = NULL;
     long end;
@@ -70,8 +67,7 @@ static unsigned char* load(const char* path, size_t* size)
 }
 
 /* Prints the notes of a recording. Returns 0 when the engine cannot be configured or memory runs out. */
-static int print_notes(const struct recording* recording, const char* model)
-{
+static int print_notes(const struct recording* recording, const char* model) {
     struct note_printer notes = {0, 0, 0, 0.0};
     void* engine = KTessel_Create();
     float *hz = NULL, *confidence = NULL;
@@ -96,8 +92,7 @@ static int print_notes(const struct recording* recording, const char* model)
     return done;
 }
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     struct recording recording = {0, 0, NULL};
     unsigned char* bytes = NULL;
     size_t size = 0;

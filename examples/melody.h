@@ -8,8 +8,7 @@
 
 /* Writes 1.8 s at `rate` Hz: four notes of 0.4 s each, 0, 3, 7 and 12 semitones above `lowest` Hz, then silence.
    Returns the number of samples, 1.8 * rate. */
-static int make_melody(int rate, double lowest, float* samples)
-{
+static int make_melody(int rate, double lowest, float* samples) {
     static const int semitones[] = {0, 3, 7, 12};
     const int count = (int)(MELODY_SECONDS * rate + 0.5);
     double phase = 0.0;

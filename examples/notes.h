@@ -14,8 +14,7 @@ struct note_printer {
 };
 
 /* Prints a note once it was held for 40 ms: the instant [s] it began at, and its name. */
-static void print_note(struct note_printer* printer, double instant, float hz, int voiced)
-{
+static void print_note(struct note_printer* printer, double instant, float hz, int voiced) {
     static const char* const names[] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
     const int note = voiced ? (int)floor(69.5 + 12.0 * log(hz / 440.0) / log(2.0)) : 0;
     if (note != printer->next) {

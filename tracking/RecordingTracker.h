@@ -11,7 +11,6 @@
 
 namespace katessel {
 
-
 class RecordingTracker {
 public:
     // The model must be one that an engine may open. With a block size [samples], which needs the live mode, the track is

@@ -38,8 +38,8 @@ struct EvalOptions {
     std::string model;                    // empty: the default model
     std::optional<double> threshold;      // none: the model's own; for a track, 0: what it calls voiced
     TrackMode mode = TrackMode::offline;
-    std::optional<Voicing> voicing;       // none: the mode's usual one
-    std::string csv, json;                // files for the same figures; empty: none
+    std::optional<Voicing> voicing;  // none: the mode's usual one
+    std::string csv, json;           // files for the same figures; empty: none
 };
 
 // Everything that can be wrong, before the long part. Returns whether a folder is to be scored.
@@ -98,13 +98,15 @@ void addEvalCommand(CLI::App& app) {
     command->add_option("--ref", options.references, "A folder of recordings, or an .f0 file and a track")
         ->required()
         ->expected(1, 2);
-    command->add_option("--tracks", options.tracks,
-                        "With a folder: score the tracks under this one, FOLDER/CLIP.csv or CLIP.f0.csv for each recording, "
-                        "instead of tracking");
+    command->add_option(
+        "--tracks", options.tracks,
+        "With a folder: score the tracks under this one, FOLDER/CLIP.csv or CLIP.f0.csv for each recording, "
+        "instead of tracking");
     addModelOption(*command, options.model);
     command->add_option("--threshold", options.threshold,
                         "Confidence from which on a frame counts as voiced (default: as for track)");
-    addModeOption(*command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
+    addModeOption(
+        *command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
     addVoicingOption(*command, options.voicing);
     command->add_option("--csv", options.csv, "Write the figures as CSV, too");
     command->add_option("--json", options.json, "Write the figures as JSON, too");

@@ -99,7 +99,8 @@ void runLive(const LiveOptions& options) {
     LiveOutput output(options.csv);
     JackInput input(options.port);
     LiveTracker tracker(model.path);
-    KaTessel::VoicingFilter<LiveRow> voicing({model.threshold, options.voicing.value_or(usualVoicing(TrackMode::live))});
+    KaTessel::VoicingFilter<LiveRow> voicing(
+        {model.threshold, options.voicing.value_or(usualVoicing(TrackMode::live))});
     LatencyMeter latency;
     endOnInterruption();
     std::fprintf(output.remarks(), "listening to %s at %d Hz\n", input.source().c_str(), input.rate());

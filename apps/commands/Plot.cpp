@@ -40,20 +40,20 @@ struct PlotOptions {
     std::string model;                  // empty: the default model
     std::optional<double> threshold;    // none: the model's own; of a given track, 0
     TrackMode mode = TrackMode::offline;
-    std::optional<Voicing> voicing;     // none: the mode's usual one; of a given track, frame
-    double start = 0.0;                    // [s]
-    std::optional<double> duration;        // [s]; none: up to the end
-    double topFrequency = 2000.0;          // [Hz]
-    std::optional<double> bottomFrequency; // [Hz]; none: 50, or 0 of a linear axis
-    bool linear = false;                   // frequency axis
-    double range = 70.0;                   // [dB]
-    std::string size = "1200x700";         // [pixels]
-    std::string title;                     // empty: the recording's name
+    std::optional<Voicing> voicing;         // none: the mode's usual one; of a given track, frame
+    double start = 0.0;                     // [s]
+    std::optional<double> duration;         // [s]; none: up to the end
+    double topFrequency = 2000.0;           // [Hz]
+    std::optional<double> bottomFrequency;  // [Hz]; none: 50, or 0 of a linear axis
+    bool linear = false;                    // frequency axis
+    double range = 70.0;                    // [dB]
+    std::string size = "1200x700";          // [pixels]
+    std::string title;                      // empty: the recording's name
 };
 
 constexpr int kLeastWidth = 320, kLeastHeight = 240, kMostPixels = 20000;
 constexpr double kLowestFrequency = 50.0;  // [Hz] of a logarithmic axis
-constexpr double kContext = 1.0;           // [s] around the part that is shown, so that its edges are tracked like the rest
+constexpr double kContext = 1.0;  // [s] around the part that is shown, so that its edges are tracked like the rest
 
 struct Size {
     int width = 0, height = 0;
@@ -175,9 +175,11 @@ void addPlotCommand(CLI::App& app) {
     addModelOption(*command, options.model);
     command->add_option("--threshold", options.threshold,
                         "Confidence from which on a row counts as voiced (default: as for track)");
-    addModeOption(*command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
+    addModeOption(
+        *command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
     addVoicingOption(*command, options.voicing);
-    command->add_option("--top-frequency", options.topFrequency, "End of the frequency axis [Hz]")->capture_default_str();
+    command->add_option("--top-frequency", options.topFrequency, "End of the frequency axis [Hz]")
+        ->capture_default_str();
     command->add_option("--bottom-frequency", options.bottomFrequency,
                         "Beginning of the frequency axis [Hz] (default: 50, linear 0)");
     command->add_flag("--linear", options.linear, "Linear frequency axis instead of a logarithmic one");

@@ -31,23 +31,23 @@ constexpr char kAboutSynth[] =
     "made quieter as a whole. 24 bits a sample.";
 
 struct SynthOptions {
-    std::string input;                // a track, an .f0 file or a recording, by its name
-    std::string output;               // .wav or .flac
-    std::string mix;                  // recording that is heard as well; empty: none
-    bool stereo = false;              // the recording on the left, the tone on the right
+    std::string input;    // a track, an .f0 file or a recording, by its name
+    std::string output;   // .wav or .flac
+    std::string mix;      // recording that is heard as well; empty: none
+    bool stereo = false;  // the recording on the left, the tone on the right
     Waveform waveform = Waveform::harmonics;
     std::optional<int> rate;          // [Hz]; none: the recording's, without one 48000
     std::string model;                // for a recording; empty: the default model
     std::optional<double> threshold;  // none: the model's own; of a given track, 0
     TrackMode mode = TrackMode::offline;
-    std::optional<Voicing> voicing;   // none: the mode's usual one; of a given track, frame
+    std::optional<Voicing> voicing;  // none: the mode's usual one; of a given track, frame
 };
 
-constexpr int kUsualRate = 48000;          // [Hz]
-constexpr double kLevelSeconds = 0.03;     // of sound around a row whose level it takes
-constexpr double kFullLevel = 0.15;        // root mean square at confidence 1, without a recording
-constexpr double kLongest = 12.0 * 3600.0; // [s] of a track; more is a wrong time
-constexpr double kTail = 0.02;             // [s] after the last row of a track: it fades
+constexpr int kUsualRate = 48000;           // [Hz]
+constexpr double kLevelSeconds = 0.03;      // of sound around a row whose level it takes
+constexpr double kFullLevel = 0.15;         // root mean square at confidence 1, without a recording
+constexpr double kLongest = 12.0 * 3600.0;  // [s] of a track; more is a wrong time
+constexpr double kTail = 0.02;              // [s] after the last row of a track: it fades
 
 bool isTrackName(const std::string& path) {
     const std::set<std::string> kinds = {".csv", ".tsv", ".txt", ".f0"};
@@ -57,7 +57,8 @@ bool isTrackName(const std::string& path) {
 // The root mean square around each row.
 std::vector<float> levelsOf(const Recording& recording, const PitchTrack& track) {
     const auto sampleAt = [&](double time) {
-        return static_cast<std::ptrdiff_t>(std::clamp(time * recording.rate, 0.0, static_cast<double>(recording.length())));
+        return static_cast<std::ptrdiff_t>(
+            std::clamp(time * recording.rate, 0.0, static_cast<double>(recording.length())));
     };
     std::vector<float> levels;
     for (const PitchRow& row : track) {
@@ -141,7 +142,8 @@ void runSynth(const SynthOptions& options) {
     }
     const int rate = recording ? recording->rate : options.rate.value_or(kUsualRate);
     const double end = track.empty() ? 0.0 : track.back().time + kTail;
-    const std::size_t count = recording ? recording->samples.size() : static_cast<std::size_t>(std::llround(end * rate));
+    const std::size_t count =
+        recording ? recording->samples.size() : static_cast<std::size_t>(std::llround(end * rate));
     if (count == 0) fail("cannot make the track audible", options.input, "at least one row", "none");
     const std::vector<float> levels = recording ? levelsOf(*recording, track) : levelsOfConfidence(track);
     std::vector<float> tone = followPitch(track, levels, options.waveform, rate, count);
@@ -170,7 +172,8 @@ void addSynthCommand(CLI::App& app) {
     addModelOption(*command, options.model);
     command->add_option("--threshold", options.threshold,
                         "Confidence from which on a row counts as voiced (default: as for track)");
-    addModeOption(*command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
+    addModeOption(
+        *command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
     addVoicingOption(*command, options.voicing);
     whenChosen(*command, [owned] { runSynth(*owned); });
 }

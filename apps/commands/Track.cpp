@@ -57,7 +57,8 @@ void addInputOptions(CLI::App& command, TrackOptions& options) {
                        "Recordings, in any format that libsndfile reads, or folders of them; -: standard input");
     command.add_option("--files-from", options.inputs.listFile,
                        "Read more FILEs from this file, one a line; -: from standard input");
-    command.add_flag("-r,--recursive", options.inputs.recursive, "Look for recordings in folders and their sub-folders");
+    command.add_flag("-r,--recursive", options.inputs.recursive,
+                     "Look for recordings in folders and their sub-folders");
     command.add_option("--shard", options.shard, "K/N: only every N-th recording by name, starting with the K-th");
     command.add_option("--raw", options.raw,
                        "The sound has no header but this form: f32:RATE or s16:RATE, little-endian, perhaps with "
@@ -78,9 +79,9 @@ void addOutputOptions(CLI::App& command, TrackOptions& options) {
                     "What to write (default: csv, or what the extension of -o says): rows as csv, tsv, json or npy; "
                     "voiced rows as a Praat pitchtier; voiced and unvoiced segments as lab; notes as midi")
         ->check(CLI::IsMember(formatNames()));
-    CLI::Option* unit = command.add_option("--unit", options.unit,
-                                           "Pitch in hz (default), cents above 440 Hz or midi note numbers")
-                            ->check(CLI::IsMember(std::vector<std::string>{"hz", "cents", "midi"}));
+    CLI::Option* unit =
+        command.add_option("--unit", options.unit, "Pitch in hz (default), cents above 440 Hz or midi note numbers")
+            ->check(CLI::IsMember(std::vector<std::string>{"hz", "cents", "midi"}));
     command.add_flag("--cents", options.cents, "Short for --unit cents")->excludes(unit);
     command
         .add_option("--unvoiced", options.unvoiced,
@@ -92,14 +93,16 @@ void addAnalysisOptions(CLI::App& command, TrackOptions& options) {
     addModelOption(command, options.model);
     command.add_option("--threshold", options.threshold,
                        "Confidence from which on a row counts as voiced (default: the model's own, else 0.5)");
-    addVoicingOption(command, options.voicing,
-                     "hysteresis: begin a little above the threshold, end a little below (default live); smooth: the same "
-                     "on the median of three rows, which waits for 5 ms more (default offline); frame: each row by itself");
+    addVoicingOption(
+        command, options.voicing,
+        "hysteresis: begin a little above the threshold, end a little below (default live); smooth: the same "
+        "on the median of three rows, which waits for 5 ms more (default offline); frame: each row by itself");
     command.add_option("--fmin", options.lowest, "Rows with a lower pitch count as not voiced [Hz]");
     command.add_option("--fmax", options.highest, "Rows with a higher pitch count as not voiced [Hz]");
-    addModeOption(command, [&options](TrackMode mode) { options.mode = mode; },
-                  "offline: the whole recording at once, every instant seen from both sides (default); "
-                  "live: as a host streams it");
+    addModeOption(
+        command, [&options](TrackMode mode) { options.mode = mode; },
+        "offline: the whole recording at once, every instant seen from both sides (default); "
+        "live: as a host streams it");
     command
         .add_option("--block-size", options.blockSize,
                     "This many samples a call, as a host would: of each call only the last frame is seen "
@@ -133,8 +136,7 @@ const TrackFormat& defaultFormat(const TrackOptions& options) {
 }
 
 std::vector<TrackJob> planRun(const TrackOptions& options, const TrackFormat& format) {
-    if (options.output == kStandardStream)
-        failUsage(kWrongUsage, "-o -", "one recording", "a run of several");
+    if (options.output == kStandardStream) failUsage(kWrongUsage, "-o -", "one recording", "a run of several");
     std::vector<Input> inputs = selectInputs(options.inputs);
     const Shard shard = options.shard ? parseShard(*options.shard) : Shard{};
     if (options.shard) sortInputs(inputs);

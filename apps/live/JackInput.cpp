@@ -90,7 +90,8 @@ int JackInput::onProcess(jack_nframes_t count, void* self) {
         return 0;
     }
     jack_ringbuffer_write(input.m_ring.get(), reinterpret_cast<const char*>(&block), sizeof block);
-    jack_ringbuffer_write(input.m_ring.get(), static_cast<const char*>(jack_port_get_buffer(input.m_port, count)), bytes);
+    jack_ringbuffer_write(input.m_ring.get(), static_cast<const char*>(jack_port_get_buffer(input.m_port, count)),
+                          bytes);
     sem_post(&input.m_arrived);
     return 0;
 }

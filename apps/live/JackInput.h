@@ -53,8 +53,9 @@ private:
     std::atomic<int> m_rate = 0;
     std::atomic<std::int64_t> m_xruns = 0, m_dropped = 0;
     std::atomic<bool> m_hasEnded = false;
-    std::unique_ptr<jack_client_t, int (*)(jack_client_t*)> m_client;  // the last: it goes before what its callbacks use
-    jack_port_t* m_port = nullptr;                                     // belongs to the client
+    std::unique_ptr<jack_client_t, int (*)(jack_client_t*)>
+        m_client;                   // the last: it goes before what its callbacks use
+    jack_port_t* m_port = nullptr;  // belongs to the client
 };
 
 }  // namespace katessel

@@ -37,7 +37,8 @@ Canvas::Canvas(PictureFormat format, int width, int height)
 }
 
 void Canvas::checkStatus(cairo_status_t status) const {
-    if (status != CAIRO_STATUS_SUCCESS) fail("cannot draw", "the picture", "room for it", cairo_status_to_string(status));
+    if (status != CAIRO_STATUS_SUCCESS)
+        fail("cannot draw", "the picture", "room for it", cairo_status_to_string(status));
 }
 
 void Canvas::use(const Colour& colour) { cairo_set_source_rgb(m_cairo.get(), colour.red, colour.green, colour.blue); }
@@ -71,7 +72,8 @@ double Canvas::textWidth(const std::string& text, double size) {
     return extents.x_advance;
 }
 
-void Canvas::text(const std::string& text, const Point& place, const Anchor& anchor, const Colour& colour, double size) {
+void Canvas::text(const std::string& text, const Point& place, const Anchor& anchor, const Colour& colour,
+                  double size) {
     cairo_t* const cairo = m_cairo.get();
     use(colour);
     const double width = textWidth(text, size);

@@ -39,7 +39,8 @@ public:
     void line(const std::vector<Point>& points, const Colour& colour, double width, bool dashed = false);
     void dot(const Point& centre, double radius, const Colour& colour);
     void frame(const Box& box, const Colour& colour);
-    void text(const std::string& text, const Point& place, const Anchor& anchor, const Colour& colour, double size = 13.0);
+    void text(const std::string& text, const Point& place, const Anchor& anchor, const Colour& colour,
+              double size = 13.0);
     void textUpwards(const std::string& text, const Point& place, const Colour& colour);  // centred on the place
     double textWidth(const std::string& text, double size = 13.0);
 

@@ -18,11 +18,11 @@ constexpr Colour kPitch = {0.9, 0.25, 0.05};
 constexpr std::array<Colour, 4> kOverlays = {{{0.0, 0.6, 0.2}, {0.65, 0.1, 0.65}, {0.75, 0.6, 0.0}, {0.0, 0.6, 0.65}}};
 
 constexpr double kLeft = 74.0, kRight = 92.0, kTop = 38.0, kBottom = 50.0, kGap = 22.0;  // [pixels] around the panels
-constexpr double kSpectrumShare = 0.74;  // of the height that is left
-constexpr double kTick = 5.0;            // [pixels]
-constexpr double kConfidenceTop = 1.1;   // a little above certainty
-constexpr double kLongestGap = 0.03;     // [s] between two rows that a line connects
-constexpr double kLargestStep = 1.25;    // ratio of two such rows; a jump of the estimate is not a glide
+constexpr double kSpectrumShare = 0.74;                                                  // of the height that is left
+constexpr double kTick = 5.0;                                                            // [pixels]
+constexpr double kConfidenceTop = 1.1;                                                   // a little above certainty
+constexpr double kLongestGap = 0.03;   // [s] between two rows that a line connects
+constexpr double kLargestStep = 1.25;  // ratio of two such rows; a jump of the estimate is not a glide
 
 const Colour& overlayColour(std::size_t index) { return kOverlays[index % kOverlays.size()]; }
 
@@ -97,9 +97,7 @@ private:
         m_canvas.frame(m_spectrum, kInk);
     }
 
-    bool isShown(double time) const {
-        return time >= m_content.start && time <= m_content.start + m_content.duration;
-    }
+    bool isShown(double time) const { return time >= m_content.start && time <= m_content.start + m_content.duration; }
 
     // The voiced stretches of a track, as they lie in the picture.
     std::vector<std::vector<Point>> stretches(const PitchTrack& track) const {

@@ -24,7 +24,8 @@ struct Stop {
 };
 
 // Lightness falls in about even steps, so that the picture can be read in grey as well.
-constexpr std::array<Stop, 5> kStops = {{{255, 255, 255}, {199, 216, 234}, {113, 155, 201}, {42, 86, 148}, {8, 22, 62}}};
+constexpr std::array<Stop, 5> kStops = {
+    {{255, 255, 255}, {199, 216, 234}, {113, 155, 201}, {42, 86, 148}, {8, 22, 62}}};
 
 }  // namespace
 

@@ -10,11 +10,11 @@ namespace katessel {
 
 namespace {
 
-constexpr double kWindowSeconds = 0.05;   // separates the harmonics of a low voice, 80 Hz apart
-constexpr double kFrameSeconds = 0.01;    // a column this long needs one frame
-constexpr double kMostFrames = 8.0;       // of a column, however long
-constexpr int kPadding = 4;               // transform length / window length: smooth ridges on a linear axis
-constexpr int kLargestTransform = 131072; // of MRSpectrum::rFFT
+constexpr double kWindowSeconds = 0.05;    // separates the harmonics of a low voice, 80 Hz apart
+constexpr double kFrameSeconds = 0.01;     // a column this long needs one frame
+constexpr double kMostFrames = 8.0;        // of a column, however long
+constexpr int kPadding = 4;                // transform length / window length: smooth ridges on a linear axis
+constexpr int kLargestTransform = 131072;  // of MRSpectrum::rFFT
 
 // Levels of one frame after the other, by bin.
 class Analyser {
@@ -35,7 +35,8 @@ public:
 
     // Peak hold: where the frame around `time` [s] is louder, its level replaces that in `levels`, one per bin [dB].
     void holdPeaks(double time, std::vector<float>& levels) {
-        const std::int64_t first = std::llround(time * m_recording.rate) - static_cast<std::int64_t>(m_window.size()) / 2;
+        const std::int64_t first =
+            std::llround(time * m_recording.rate) - static_cast<std::int64_t>(m_window.size()) / 2;
         std::fill(m_data.begin(), m_data.end(), 0.0f);
         for (std::size_t i = 0; i < m_window.size(); ++i) {
             const std::int64_t at = first + static_cast<std::int64_t>(i);

@@ -104,7 +104,8 @@ PYBIND11_MODULE(core, module) {
     module.def("model_threshold", &KaTessel::modelThreshold, py::arg("model"));
     py::register_exception<KaTessel::ModelError>(module, "ModelError", PyExc_RuntimeError);
     py::class_<Engine>(module, "Engine")
-        .def(py::init<int, const std::string&, const std::string&>(), py::arg("rate"), py::arg("live"), py::arg("offline"))
+        .def(py::init<int, const std::string&, const std::string&>(), py::arg("rate"), py::arg("live"),
+             py::arg("offline"))
         .def_property_readonly("rate", &Engine::rate)
         .def_property_readonly("latency", &Engine::latency)
         .def_property_readonly("model", &Engine::model)

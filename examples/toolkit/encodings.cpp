@@ -7,8 +7,8 @@
 #include "WriteWeights.h"
 
 int main() {
-    const std::vector<float> linear = KaTessel::linear_encoding(2.5f, 5, 0.0f, 4.0f);   // 0 0 0.5 0.5 0
-    const std::vector<float> coarse = KaTessel::coarse_encoding(2.0f, 5, 0.0f, 4.0f);   // 0 0.5 1 0.5 0
+    const std::vector<float> linear = KaTessel::linear_encoding(2.5f, 5, 0.0f, 4.0f);  // 0 0 0.5 0.5 0
+    const std::vector<float> coarse = KaTessel::coarse_encoding(2.0f, 5, 0.0f, 4.0f);  // 0 0.5 1 0.5 0
     const std::vector<float> angle = KaTessel::circular_encoding(0.1f, 8, 0.0f, 1.0f, 1.0f);
     std::printf("%.1f %.1f %.2f\n", static_cast<double>(linear[2]), static_cast<double>(coarse[2]),
                 static_cast<double>(angle[0]));

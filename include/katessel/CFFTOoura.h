@@ -39,7 +39,7 @@ public:
     void cftfx41(int n, float* a);     // the four blocks left by a stage of the first kind; n = 64 or 128
     void cftleaf(int n, int isplt, float* a);  // the four blocks left by a stage of kind 1 (isplt 1) or 2 (isplt
                                                // 0); n = 256 or 512
-    void cftrec4(int n, float* a);     // the blocks left by a stage of the first kind, depth first; n above 512
+    void cftrec4(int n, float* a);             // the blocks left by a stage of the first kind, depth first; n above 512
 };
 
 }  // namespace KaTessel

@@ -76,7 +76,7 @@ public:
     float** filterbank = nullptr;  // numBands rows of fftSize / 2 + 1; of a band only the run of bins that configure()
                                    // fills is read
     MRSpectrum spectrum;
-    float lastF0 = 0.0f;          // the held pair, in the unit that it was asked for in; 0, 0 before the first frame
+    float lastF0 = 0.0f;  // the held pair, in the unit that it was asked for in; 0, 0 before the first frame
     float lastConfidence = 0.0f;
     KaResample::CKaResample resampler;
     float rateRatio = 1.0f;            // sampleRate / internalRate; keeps its value while the two are equal

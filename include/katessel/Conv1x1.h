@@ -39,8 +39,8 @@ KATESSEL_API void conv1x1(float* in, float* out, float* W, float* b, int nIn, in
 // which must be at least nOut. Encodings of more than one value per input and row offsets above 0 need a larger matrix
 // than this form loads: with them "ERROR: not implemented" is printed and the frames stay as they are.
 KATESSEL_API void conv1x1(std::vector<std::vector<float>> in, std::vector<std::vector<float>>& out, std::string path,
-                          std::string layerName, int nIn, int nOut, int inStart, int inEnd, bool accumulate,
-                          bool* mask, int oneHotLevels, int coarseLevels, int dual8bitMode, int rowOffset);
+                          std::string layerName, int nIn, int nOut, int inStart, int inEnd, bool accumulate, bool* mask,
+                          int oneHotLevels, int coarseLevels, int dual8bitMode, int rowOffset);
 
 }  // namespace KaTessel
 

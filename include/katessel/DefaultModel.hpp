@@ -51,11 +51,12 @@ inline std::string defaultModel(Form form) {
     if (chosen != nullptr && *chosen != '\0') return chosen;
     const fs::path binary = detail::engineBinary();
     std::string found = detail::modelIn(binary.parent_path(), form);
-    for (fs::path folder = binary.parent_path(); found.empty() && folder.has_relative_path(); folder = folder.parent_path())
+    for (fs::path folder = binary.parent_path(); found.empty() && folder.has_relative_path();
+         folder = folder.parent_path())
         found = detail::modelIn(folder / "share" / "katessel", form);
     if (!found.empty()) return found;
-    throw ModelError("share/katessel/default.weights", "it in a folder above " + binary.string() +
-                     " or its path in KATESSEL_MODEL", "neither");
+    throw ModelError("share/katessel/default.weights",
+                     "it in a folder above " + binary.string() + " or its path in KATESSEL_MODEL", "neither");
 }
 
 }  // namespace v1

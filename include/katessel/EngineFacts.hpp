@@ -9,26 +9,26 @@ inline namespace v1 {
 namespace facts {
 
 // Time. The engine's frames are 5 ms apart.
-inline constexpr int kRate = 24000;                      // [Hz] that every engine works at
+inline constexpr int kRate = 24000;  // [Hz] that every engine works at
 inline constexpr int kFramesPerSecond = 200;
-inline constexpr int kHop = kRate / kFramesPerSecond;    // [samples at kRate] 120
+inline constexpr int kHop = kRate / kFramesPerSecond;  // [samples at kRate] 120
 inline constexpr double kHopSeconds = 0.005;
-inline constexpr int kWindow = 1024;                     // [samples at kRate] of a live frame; length of the transform
-inline constexpr int kAnalysisLength = kWindow + 1;      // [samples at kRate] odd, so that the window has a centre
-inline constexpr int kRing = kRate;                      // [samples at kRate] remembered; one of them stays unused
+inline constexpr int kWindow = 1024;                 // [samples at kRate] of a live frame; length of the transform
+inline constexpr int kAnalysisLength = kWindow + 1;  // [samples at kRate] odd, so that the window has a centre
+inline constexpr int kRing = kRate;                  // [samples at kRate] remembered; one of them stays unused
 
 // Host rates, and the filter that converts them to kRate.
-inline constexpr int kLowestRate = 1000;                 // [Hz]
-inline constexpr int kLargestRateRatio = 10;             // host rate / kRate
+inline constexpr int kLowestRate = 1000;                        // [Hz]
+inline constexpr int kLargestRateRatio = 10;                    // host rate / kRate
 inline constexpr int kHighestRate = kLargestRateRatio * kRate;  // [Hz]
-inline constexpr int kFilterTaps = 16;                   // [host samples] that one converted sample depends on
-inline constexpr int kFilterDelay = 9;                   // [host samples]; none where the host's rate is kRate
+inline constexpr int kFilterTaps = 16;                          // [host samples] that one converted sample depends on
+inline constexpr int kFilterDelay = 9;                          // [host samples]; none where the host's rate is kRate
 
 // Features: the levels of mel bands in dB, mapped from -kDecibelRange .. 0 dB to 0 .. 1.
-inline constexpr int kBins = kWindow / 2 + 1;            // 513
-inline constexpr int kBands = 150;                       // features per frame
-inline constexpr float kSmallestEnergy = 1e-7f;          // -140 dB
-inline constexpr float kPerDecibel = 0.014285714f;       // 1 / 70
+inline constexpr int kBins = kWindow / 2 + 1;       // 513
+inline constexpr int kBands = 150;                  // features per frame
+inline constexpr float kSmallestEnergy = 1e-7f;     // -140 dB
+inline constexpr float kPerDecibel = 0.014285714f;  // 1 / 70
 
 // The network: an initial product kBands -> kResidual, gated layers of kTaps taps each with a skip output of kSkip
 // channels, and two heads, kSkip -> kSkip -> kOutputs, with a leaky rectifier before each.
@@ -36,9 +36,9 @@ inline constexpr int kResidual = 70;
 inline constexpr int kSkip = 120;
 inline constexpr int kLayers = 3;
 inline constexpr int kTaps = 3;
-inline constexpr int kDilationCycle = 2;                 // layers after which the dilation is 1 again
-inline constexpr int kDilations[kLayers] = {1, 2, 1};    // [frames]
-inline constexpr int kOutputs = 2;                       // pitch and voicing
+inline constexpr int kDilationCycle = 2;               // layers after which the dilation is 1 again
+inline constexpr int kDilations[kLayers] = {1, 2, 1};  // [frames]
+inline constexpr int kOutputs = 2;                     // pitch and voicing
 inline constexpr float kLeakySlope = 0.2f;
 
 // [frames] that one answer depends on: 9.
@@ -57,11 +57,11 @@ inline constexpr int kLiveInstant = kWindow / 2 - kLookahead * kHop;  // [sample
 inline constexpr float kReferenceHz = 440.0f;
 inline constexpr float kCentsPerOctave = 1200.0f;
 inline constexpr float kOctavesPerUnit = 2.187756f;
-inline constexpr float kLiveOffset = 3.0666435f;         // [octaves]
-inline constexpr float kOfflineOffset = 3.0586433f;      // [octaves]
+inline constexpr float kLiveOffset = 3.0666435f;     // [octaves]
+inline constexpr float kOfflineOffset = 3.0586433f;  // [octaves]
 // Below these bounds, about 1.4 Hz both, a frame's frequency reads 0.
-inline constexpr float kLiveUnvoiced = -3.4073477f;      // of y0
-inline constexpr float kOfflineUnvoiced = -8.333333f;    // [octaves above kReferenceHz]
+inline constexpr float kLiveUnvoiced = -3.4073477f;    // of y0
+inline constexpr float kOfflineUnvoiced = -8.333333f;  // [octaves above kReferenceHz]
 
 // Confidence: the second output y1 becomes (kVoicingLimit - y1) * kConfidencePerUnit, and 0 where that is negative: 1 at
 // 0, 0 from kVoicingLimit on, not limited above.
@@ -69,7 +69,7 @@ inline constexpr float kVoicingLimit = 0.04f;
 inline constexpr float kConfidencePerUnit = 25.0f;
 
 // Names in a weight file.
-inline constexpr char kEncoderName[] = "ENCODER";        // begins the names of the network's own layers
+inline constexpr char kEncoderName[] = "ENCODER";  // begins the names of the network's own layers
 inline constexpr char kHead1Name[] = "enc_out1";
 inline constexpr char kHead2Name[] = "enc_out2";
 

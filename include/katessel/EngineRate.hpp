@@ -62,7 +62,7 @@ public:
     }
 
 private:
-    static constexpr int kPiece = 512;   // [input samples] converted at a time
+    static constexpr int kPiece = 512;  // [input samples] converted at a time
     static constexpr int kDelay = facts::kFilterDelay;
     static constexpr int kHistory = 32;  // [input samples] kept of the pieces before
     static constexpr int kOrigin = 16;   // where in m_input the filter begins for an output due at the piece's start
@@ -77,8 +77,8 @@ private:
         for (;; ++outputs, ++m_produced) {
             const std::int64_t ahead = m_produced * m_rate + m_offset - m_consumed * kRate;
             if (ahead >= std::int64_t{count} * kRate) break;
-            m_output[static_cast<std::size_t>(outputs)] = resampledValue(
-                m_input.data() + kOrigin + ahead / kRate, static_cast<double>(ahead % kRate) / kRate);
+            m_output[static_cast<std::size_t>(outputs)] =
+                resampledValue(m_input.data() + kOrigin + ahead / kRate, static_cast<double>(ahead % kRate) / kRate);
         }
         std::copy_n(m_input.begin() + count, kHistory, m_input.begin());
         m_consumed += count;

@@ -16,12 +16,12 @@ namespace KaTessel {
 KATESSEL_API extern int performance_analysis_;  // 1: network steps measure their time, by two clock readings each
 
 // Settings that applications may keep here; no function of the library reads them.
-KATESSEL_API extern float syntemperature_;   // synthesis temperature, 1.0
-KATESSEL_API extern float multinomial_th_;   // threshold for multinomial sampling, 0.001
-KATESSEL_API extern float nsoftmax_;         // softmax classes, 256.0
-KATESSEL_API extern bool synrandomseed_;     // fixed random seed, false
-KATESSEL_API extern int transp_st_;          // transposition, 0
-KATESSEL_API extern std::string task_;       // task name, empty
+KATESSEL_API extern float syntemperature_;  // synthesis temperature, 1.0
+KATESSEL_API extern float multinomial_th_;  // threshold for multinomial sampling, 0.001
+KATESSEL_API extern float nsoftmax_;        // softmax classes, 256.0
+KATESSEL_API extern bool synrandomseed_;    // fixed random seed, false
+KATESSEL_API extern int transp_st_;         // transposition, 0
+KATESSEL_API extern std::string task_;      // task name, empty
 
 // Accumulated durations [s]. Only the first is written by the library.
 KATESSEL_API extern float wavenet2_step_dur_;

@@ -60,8 +60,8 @@ KTESSEL_API int KTessel_Configure(int sampleRate, int reserved, int maxBlockSize
  * frame before, in the unit that it was asked for in; before the first frame the pair is 0, 0. At 24000 Hz the first frame comes with sample 1024, then one every 120 samples.
  * Returns 1.
  */
-KTESSEL_API int KTessel_DoProcess(const float* input, int numSamples, float* outF0, float* outConfidence,
-                                  int centsMode, void* handle);
+KTESSEL_API int KTessel_DoProcess(const float* input, int numSamples, float* outF0, float* outConfidence, int centsMode,
+                                  void* handle);
 
 /*
  * Analyses a whole signal; a live signal in progress on the same engine is not disturbed.

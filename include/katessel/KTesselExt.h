@@ -18,7 +18,7 @@
 #define KTESSELEXT_BAD_ARGUMENT (-1) /* a null pointer, or a number outside its range */
 #define KTESSELEXT_BAD_MODEL (-2)    /* weights that this engine cannot compute with */
 #define KTESSELEXT_NO_MEMORY (-3)
-#define KTESSELEXT_FAILED (-4)       /* anything else */
+#define KTESSELEXT_FAILED (-4) /* anything else */
 
 #ifdef __cplusplus
 extern "C" {

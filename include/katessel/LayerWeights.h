@@ -47,7 +47,7 @@ struct T_FileLayerWeights {
         return *this;
     }
 
-    std::string name;                 // up to its first zero byte
+    std::string name;  // up to its first zero byte
     int tensorCount = 0;
     T_FileTensor* tensors = nullptr;  // `tensorCount` tensors; null when there are none
     bool loaded = false;              // set once the layer was copied to a caller

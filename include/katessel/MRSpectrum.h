@@ -138,8 +138,8 @@ private:
     std::unique_ptr<float[]> m_windowScratch;  // 262145, window of the resolution being built
     std::unique_ptr<float[]> m_kernelWork;     // 262146, a window's spectrum, later the convolution's result
 
-    long m_frameLength = 0;     // frame that the frame window was built for
-    long m_kernelLength = 0;    // frame, window family and pad factor that the kernels were built for
+    long m_frameLength = 0;   // frame that the frame window was built for
+    long m_kernelLength = 0;  // frame, window family and pad factor that the kernels were built for
     char m_windowType = 0;
     float m_padFactor = -1.0f;  // no kernels yet
     int m_fftLen = 0;           // transform of the current frame

@@ -63,7 +63,8 @@ inline bool isGain(const TensorShape& shape, int outputs) {
 // A layer's tensors against what the engine needs: the first fault of their shapes, for the others follow from it.
 class LayerShapeCheck {
 public:
-    LayerShapeCheck(const facts::ModelLayer& needed, const T_FileLayerWeights& layer) : m_needed(needed), m_layer(layer) {}
+    LayerShapeCheck(const facts::ModelLayer& needed, const T_FileLayerWeights& layer)
+        : m_needed(needed), m_layer(layer) {}
 
     std::vector<ModelFault> run() {
         int position = 0;
@@ -89,7 +90,8 @@ private:
             return;
         }
         const TensorShape shape = shapeAt(position);
-        if ((ones ? trimmedShape(shape) : shape) != expected) report(position, role + shapeText(expected), shapeText(shape));
+        if ((ones ? trimmedShape(shape) : shape) != expected)
+            report(position, role + shapeText(expected), shapeText(shape));
     }
 
     void report(int position, const std::string& expected, const std::string& found) {
@@ -179,7 +181,8 @@ inline std::vector<ModelFault> carelessFaults(const LayerFile& file) {
     for (int l = 0; l < file.layerCount(); ++l) {
         const T_FileLayerWeights& layer = file.layers()[l];
         if (static_cast<std::size_t>(layer.nameLength) > layer.name.size())
-            faults.push_back({layer.name, -1, layer.offset, "a name without zero bytes", "one after \"" + layer.name + "\""});
+            faults.push_back(
+                {layer.name, -1, layer.offset, "a name without zero bytes", "one after \"" + layer.name + "\""});
         const bool again = !seen.insert(layer.name).second;
         if (again) faults.push_back({layer.name, -1, layer.offset, "layer " + layer.name + " once", "it again"});
         if (again || !isNeededLayer(layer.name)) detail::append(faults, detail::valueFaults(layer));

@@ -141,8 +141,7 @@ public:
         PitchTrack track;
         track.frequencies.resize(room);
         track.confidences.resize(room);
-        KTessel_DoProcessOffline(sound.data(), length, track.frequencies.data(), track.confidences.data(), 0,
-                                 engine);
+        KTessel_DoProcessOffline(sound.data(), length, track.frequencies.data(), track.confidences.data(), 0, engine);
         for (std::vector<float>* values : {&track.frequencies, &track.confidences}) {
             values->erase(values->begin(), values->begin() + kMarginFrames);
             values->resize(static_cast<std::size_t>(rows));

@@ -43,30 +43,30 @@ struct KATESSEL_API T_WN2_conf {
 
 // One layer. R = nResidual, S = nSkip, K = kernel; pointers are null where the network has no such part.
 struct T_WN2_layer {
-    int dilation = 0;                 // [frames]
-    float* resTanhW = nullptr;        // filter: K taps of R rows of R
-    float* resTanhB = nullptr;        // R
-    float* condTanhW = nullptr;       // R rows of nCond
-    float* condTanhB = nullptr;       // R
-    float* stateTanhW = nullptr;      // R rows of nState
-    float* stateTanhB = nullptr;      // R
-    float* resSigmoidW = nullptr;     // gate: K taps of R rows of R
-    float* resSigmoidB = nullptr;     // R
-    float* condSigmoidW = nullptr;    // R rows of nCond
-    float* condSigmoidB = nullptr;    // R
-    float* stateSigmoidW = nullptr;   // R rows of nState
-    float* stateSigmoidB = nullptr;   // R
-    float* skipW = nullptr;           // S rows of R
-    float* skipB = nullptr;           // S
-    float* res1x1W = nullptr;         // R rows of R
-    float* res1x1B = nullptr;         // R
-    float* hist = nullptr;            // the last (K - 1) * dilation layer inputs, circular
-    int histSize = 0;                 // [floats] (K - 1) * dilation * R
-    int histIndex = 0;                // [floats] oldest stored frame
-    float* skipOut = nullptr;         // S, skip output of this frame
-    float* skipDelay = nullptr;       // circular line of skip outputs, made by the first streaming step
-    int skipDelaySize = 0;            // [floats]
-    int skipDelayIndex = 0;           // [floats]
+    int dilation = 0;                // [frames]
+    float* resTanhW = nullptr;       // filter: K taps of R rows of R
+    float* resTanhB = nullptr;       // R
+    float* condTanhW = nullptr;      // R rows of nCond
+    float* condTanhB = nullptr;      // R
+    float* stateTanhW = nullptr;     // R rows of nState
+    float* stateTanhB = nullptr;     // R
+    float* resSigmoidW = nullptr;    // gate: K taps of R rows of R
+    float* resSigmoidB = nullptr;    // R
+    float* condSigmoidW = nullptr;   // R rows of nCond
+    float* condSigmoidB = nullptr;   // R
+    float* stateSigmoidW = nullptr;  // R rows of nState
+    float* stateSigmoidB = nullptr;  // R
+    float* skipW = nullptr;          // S rows of R
+    float* skipB = nullptr;          // S
+    float* res1x1W = nullptr;        // R rows of R
+    float* res1x1B = nullptr;        // R
+    float* hist = nullptr;           // the last (K - 1) * dilation layer inputs, circular
+    int histSize = 0;                // [floats] (K - 1) * dilation * R
+    int histIndex = 0;               // [floats] oldest stored frame
+    float* skipOut = nullptr;        // S, skip output of this frame
+    float* skipDelay = nullptr;      // circular line of skip outputs, made by the first streaming step
+    int skipDelaySize = 0;           // [floats]
+    int skipDelayIndex = 0;          // [floats]
 };
 
 // A network with its weights and its streaming state; made by wavenet2_init. One thread at a time.
@@ -80,20 +80,20 @@ struct T_WN2 {
     int nLayers = 0, firstSkipLayer = 0, nResidual = 0, nSkip = 0;
     bool meanSkip = false, tanhResidual = false, tanhInitial = false, spareFlag = false, resOneByOne = false;
     int inputMultiplicity = -1;
-    float* initialW = nullptr;     // initialKernel taps of R rows of nInputs
-    float* initialB = nullptr;     // R
-    float* initialHist = nullptr;  // the last initialKernel - 1 input frames; null for a pointwise one
-    int initialHistSize = 0;       // [floats]
-    int initialHistIndex = 0;      // [floats]
-    T_WN2_layer* layers = nullptr; // nLayers
-    float* skipBias = nullptr;     // S
-    float* resIn = nullptr;        // R, residual stream: input of the current layer
-    float* tanhOut = nullptr;      // R, filter branch
-    float* sigmoidOut = nullptr;   // R, gate branch
-    float* gated = nullptr;        // R, product of the two
-    float* resOut = nullptr;       // R, residual output of the current layer
-    float* res1x1Out = nullptr;    // R, output of the residual 1x1 convolution
-    float* skipSum = nullptr;      // S, the network's output for the last frame
+    float* initialW = nullptr;      // initialKernel taps of R rows of nInputs
+    float* initialB = nullptr;      // R
+    float* initialHist = nullptr;   // the last initialKernel - 1 input frames; null for a pointwise one
+    int initialHistSize = 0;        // [floats]
+    int initialHistIndex = 0;       // [floats]
+    T_WN2_layer* layers = nullptr;  // nLayers
+    float* skipBias = nullptr;      // S
+    float* resIn = nullptr;         // R, residual stream: input of the current layer
+    float* tanhOut = nullptr;       // R, filter branch
+    float* sigmoidOut = nullptr;    // R, gate branch
+    float* gated = nullptr;         // R, product of the two
+    float* resOut = nullptr;        // R, residual output of the current layer
+    float* res1x1Out = nullptr;     // R, output of the residual 1x1 convolution
+    float* skipSum = nullptr;       // S, the network's output for the last frame
 };
 
 // Builds a network and loads its layers from conf.file under names that begin with conf.name (listed in
@@ -154,15 +154,14 @@ KATESSEL_API void wavenet2_process_causal(std::vector<std::vector<float>> in, st
 //   out   replaced by as many frames of nOut values
 //   W     kernel blocks of nOut rows of nIn
 //   bias  nOut values, or null
-KATESSEL_API void WN2_conv1D_process_noncausal(std::vector<std::vector<float>> in,
-                                               std::vector<std::vector<float>>& out, int dilation, int kernel,
-                                               float* W, float* bias, int nIn, int nOut);
+KATESSEL_API void WN2_conv1D_process_noncausal(std::vector<std::vector<float>> in, std::vector<std::vector<float>>& out,
+                                               int dilation, int kernel, float* W, float* bias, int nIn, int nOut);
 
 // The same over a ring: logical frame j is in[(j + start) mod n]. Frames before the first are the logical first one;
 // the output is an ordinary sequence.
 KATESSEL_API void WN2_conv1D_process_noncausal_circular(std::vector<std::vector<float>> in, int start,
-                                                        std::vector<std::vector<float>>& out, int dilation,
-                                                        int kernel, float* W, float* bias, int nIn, int nOut);
+                                                        std::vector<std::vector<float>>& out, int dilation, int kernel,
+                                                        float* W, float* bias, int nIn, int nOut);
 
 // Offline form: the whole network over a sequence, every layer centred on its frame. Differs from the streaming step
 // on purpose: the residual takes the layer's input of the same frame, and the skip mean divides by all layers.

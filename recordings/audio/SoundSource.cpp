@@ -60,8 +60,8 @@ public:
 
     std::int64_t expectedFrames() const override {
         std::error_code error;
-        const std::uintmax_t bytes = m_standardInput.bytes.empty() ? std::filesystem::file_size(m_path, error)
-                                                                   : m_standardInput.bytes.size();
+        const std::uintmax_t bytes =
+            m_standardInput.bytes.empty() ? std::filesystem::file_size(m_path, error) : m_standardInput.bytes.size();
         if (error || m_info.frames < 0) return 0;
         return static_cast<std::uintmax_t>(m_info.frames) <= bytes * kMostFramesPerByte ? m_info.frames : 0;
     }

@@ -9,9 +9,9 @@ namespace katessel {
 namespace {
 
 constexpr double kFadeSeconds = 0.01;
-constexpr double kLongestGap = 0.03;       // [s] between rows that belong together
-constexpr int kHarmonics = 8;              // falling by 6 dB per octave
-constexpr double kHighestPartial = 0.45;   // [of the rate] what lies above is left out
+constexpr double kLongestGap = 0.03;      // [s] between rows that belong together
+constexpr int kHarmonics = 8;             // falling by 6 dB per octave
+constexpr double kHighestPartial = 0.45;  // [of the rate] what lies above is left out
 constexpr double kTurn = 2.0 * std::numbers::pi;
 
 // Frequency and level at one instant.
@@ -53,7 +53,9 @@ private:
 class Oscillator {
 public:
     Oscillator(Waveform waveform, int rate)
-        : m_rate(rate), m_partials(waveform == Waveform::sine ? 1 : kHarmonics), m_fadeStep(1.0 / (kFadeSeconds * rate)) {}
+        : m_rate(rate),
+          m_partials(waveform == Waveform::sine ? 1 : kHarmonics),
+          m_fadeStep(1.0 / (kFadeSeconds * rate)) {}
 
     float next(const Target& target) {
         const bool sounds = target.frequency > 0.0 && target.frequency < kHighestPartial * m_rate;

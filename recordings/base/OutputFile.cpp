@@ -139,7 +139,8 @@ void GrowingFile::finish() {
 
 void GrowingFile::open() {
     m_temporary = temporaryName(m_target.m_path);
-    m_descriptor = m_target.m_direct ? ::open(m_target.m_path.c_str(), O_WRONLY | O_CLOEXEC) : createTemporary(m_temporary);
+    m_descriptor =
+        m_target.m_direct ? ::open(m_target.m_path.c_str(), O_WRONLY | O_CLOEXEC) : createTemporary(m_temporary);
     if (m_descriptor < 0) failWriting(m_target.m_path.string(), "a new file in its folder", std::strerror(errno));
 }
 

@@ -129,7 +129,8 @@ std::array<Scores::CalibrationBin, kCalibrationBins> Scores::calibration() const
     for (std::size_t i = 0; i < bins.size(); ++i) {
         bins[i].frames = m_calibrationFrames[i];
         bins[i].voiced = ratio(m_calibrationVoiced[i], m_calibrationFrames[i]);
-        bins[i].confidence = m_calibrationSum[i] / static_cast<double>(std::max<std::int64_t>(m_calibrationFrames[i], 1));
+        bins[i].confidence =
+            m_calibrationSum[i] / static_cast<double>(std::max<std::int64_t>(m_calibrationFrames[i], 1));
     }
     return bins;
 }

@@ -53,8 +53,8 @@ public:
     double calibrationError() const;  // mean distance of confidence and voiced part, weighted by frames
 
 private:
-    static constexpr int kMaxShift = 10;         // [frames]
-    static constexpr int kCentsSteps = 12000;    // histogram of distances: tenths of a cent up to an octave
+    static constexpr int kMaxShift = 10;       // [frames]
+    static constexpr int kCentsSteps = 12000;  // histogram of distances: tenths of a cent up to an octave
 
     std::int64_t m_frames = 0, m_voiced = 0, m_unvoiced = 0;
     std::int64_t m_within[3] = {}, m_chroma = 0;

@@ -10,9 +10,9 @@ namespace katessel {
 constexpr double kHopSeconds = 0.005;  // from row to row, in tracks and in .f0 files
 
 struct PitchRow {
-    double time = 0.0;       // [s] in the recording
-    float frequency = 0.0f;  // [Hz]; 0: unvoiced, or none given
-    float confidence = 0.0f; // 0 to 1 from our engine
+    double time = 0.0;        // [s] in the recording
+    float frequency = 0.0f;   // [Hz]; 0: unvoiced, or none given
+    float confidence = 0.0f;  // 0 to 1 from our engine
 };
 
 using PitchTrack = std::vector<PitchRow>;

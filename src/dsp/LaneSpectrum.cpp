@@ -51,7 +51,7 @@ const float* LaneSpectrum::process(const float* samples, int hop, int frames) {
         int end = first + 1;
         while (end < m_bins && m_spectrum.resolutionOfBin(end) == resolution) ++end;
         m_vec.convolveLanes(m_convolved.data() + 2 * first * m_lanes, m_extended.data() + 2 * first * m_lanes,
-                          m_spectrum.kernel(resolution), m_taps, end - first);
+                            m_spectrum.kernel(resolution), m_taps, end - first);
         first = end;
     }
     // DC is real.

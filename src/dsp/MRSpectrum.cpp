@@ -68,8 +68,7 @@ void MRSpectrum::PrepareMR(long length, char windowType, float padFactor, bool c
 
 long MRSpectrum::DoMultiresolutionSpectrum(float* input, long length, char windowType, float /*floorDb*/,
                                            float** outMagnitude, float** outPhase, long* outLastBin, char outputMode,
-                                           float** ioComplexSpectrum, float padFactor, bool centred,
-                                           float sampleRate) {
+                                           float** ioComplexSpectrum, float padFactor, bool centred, float sampleRate) {
     PrepareMR(length, windowType, padFactor, centred, sampleRate);
     const int half = m_fftLen / 2;
     const bool wantsPhase = outputMode == kDecibelsAndPhase || outputMode == kMagnitudeAndPhase;
@@ -111,8 +110,7 @@ long MRSpectrum::DoMultiresolutionSpectrum(float* input, long length, char windo
 
 long MRSpectrum::DoMultiresolutionSpectrum(short* input, long length, char windowType, float floorDb,
                                            float** outMagnitude, float** outPhase, long* outLastBin, char outputMode,
-                                           float** ioComplexSpectrum, float padFactor, bool centred,
-                                           float sampleRate) {
+                                           float** ioComplexSpectrum, float padFactor, bool centred, float sampleRate) {
     const std::unique_ptr<float[]> samples(newFloats(length));
     std::copy_n(input, length, samples.get());
     return DoMultiresolutionSpectrum(samples.get(), length, windowType, floorDb, outMagnitude, outPhase, outLastBin,

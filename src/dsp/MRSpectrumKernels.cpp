@@ -26,10 +26,10 @@ void MRSpectrum::FreeMR() {
 // In float throughout, step by step: a double product would give one resolution more at 24 kHz.
 void MRSpectrum::planResolutions(long length, float sampleRate) {
     const int half = m_fftLen / 2;
-    const float binSpacing = sampleRate * 0.5f / static_cast<float>(half);          // 11.71875 Hz in the engine
-    const int low = floorToInt(200.0f / binSpacing);                                // 17
-    const int high = floorToInt(1000.0f / binSpacing);                              // 85
-    const int shortLength = static_cast<int>(0.023219954f * sampleRate);            // 278
+    const float binSpacing = sampleRate * 0.5f / static_cast<float>(half);                // 11.71875 Hz in the engine
+    const int low = floorToInt(200.0f / binSpacing);                                      // 17
+    const int high = floorToInt(1000.0f / binSpacing);                                    // 85
+    const int shortLength = static_cast<int>(0.023219954f * sampleRate);                  // 278
     const float difference = static_cast<float>(shortLength - static_cast<int>(length));  // -747
     const float slope = (1.0f / static_cast<float>(high - low)) * difference;
     m_binResolutions.resize(static_cast<std::size_t>(half) + 1);

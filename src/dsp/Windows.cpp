@@ -87,10 +87,10 @@ void MRSpectrum::BlackmanHarrisLike(long n, float* w, bool derivative) {
         w[0] = -0.0f;
         for (long i = 1; i < n; ++i) {
             const double phase = static_cast<double>(i) * step;
-            w[i] = static_cast<float>(-((0.1884955644607544 * std::sin(3.0 * phase) +
-                                         0.12566370964050294 * std::sin(2.0 * phase) +
-                                         2.827433466911316 * std::sin(phase)) *
-                                        1.0 / static_cast<double>(n - 1)));
+            w[i] = static_cast<float>(
+                -((0.1884955644607544 * std::sin(3.0 * phase) + 0.12566370964050294 * std::sin(2.0 * phase) +
+                   2.827433466911316 * std::sin(phase)) *
+                  1.0 / static_cast<double>(n - 1)));
         }
     }
     scaleToSumTwo(w, n, sum);
@@ -167,7 +167,13 @@ long MRSpectrum::GetWindow(long n, char type, float** out, bool /*ignoredFlag*/,
     const unsigned char code = static_cast<unsigned char>(type);
     switch (code) {
         case 0: Hamming(n, w); break;
-        case 1: case 2: case 3: case 4: case 5: case 6: case 7: KaiserBessel(n, w, kKaiserAlphas[code - 1]); break;
+        case 1:
+        case 2:
+        case 3:
+        case 4:
+        case 5:
+        case 6:
+        case 7: KaiserBessel(n, w, kKaiserAlphas[code - 1]); break;
         case 9: BlackmanHarris70(n, w); break;
         case 10: BlackmanHarrisLike(n, w, derivative); break;
         case 11: BlackmanHarris74(n, w, derivative); break;
@@ -198,9 +204,9 @@ constexpr float kThreeBins = 0.03681554f;
 float MRSpectrum::BlackmanHarrisLikeFFT(float f, float scale) {
     const float omega = (scale > 1.0f ? f / scale : f) * kBin;
     const auto sides = [&](float shift) { return D(omega - shift, 512.0f) + D(omega + shift, 512.0f); };
-    return static_cast<float>((0.47 * D(omega, 512.0f) + 0.225 * sides(kBin) - 0.005 * sides(kTwoBins) +
-                               0.005 * sides(kThreeBins)) *
-                              0.004155585106382979);
+    return static_cast<float>(
+        (0.47 * D(omega, 512.0f) + 0.225 * sides(kBin) - 0.005 * sides(kTwoBins) + 0.005 * sides(kThreeBins)) *
+        0.004155585106382979);
 }
 
 float MRSpectrum::BlackmanHarris92FFT(float f) {

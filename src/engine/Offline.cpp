@@ -56,8 +56,7 @@ int wholeHops(long samples) {
 
 }  // namespace
 
-int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, float* outConfidence,
-                              int centsMode) {
+int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, float* outConfidence, int centsMode) {
     // Whoever used the analyser in between may have left it with other windows.
     spectrum.PrepareMR(facts::kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
     SignalReader signal(input, numSamples, sampleRate == internalRate ? 1.0f : rateRatio, resampler);

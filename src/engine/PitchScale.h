@@ -13,8 +13,6 @@ inline float confidenceOf(float voicing) {
 
 // First output to octaves above 440 Hz: -1 is about 52.5 Hz, +1 about 1090 Hz.
 inline float liveOctaves(float pitch) { return (1.0f + pitch) * facts::kOctavesPerUnit - facts::kLiveOffset; }
-inline float offlineOctaves(float pitch) {
-    return (pitch + 1.0f) * facts::kOctavesPerUnit - facts::kOfflineOffset;
-}
+inline float offlineOctaves(float pitch) { return (pitch + 1.0f) * facts::kOctavesPerUnit - facts::kOfflineOffset; }
 
 }  // namespace KaTessel

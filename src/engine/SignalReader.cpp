@@ -5,9 +5,9 @@
 namespace KaTessel {
 namespace {
 
-constexpr int kPieceOutputs = 16384;    // [samples at 24 kHz] converted at a time
-constexpr long kHistory = 32;           // zeros that the converter starts from
-constexpr double kFirstPosition = 16.0; // of the first output, from the start of those zeros
+constexpr int kPieceOutputs = 16384;     // [samples at 24 kHz] converted at a time
+constexpr long kHistory = 32;            // zeros that the converter starts from
+constexpr double kFirstPosition = 16.0;  // of the first output, from the start of those zeros
 
 long outputLength(int numSamples, float ratio) {
     return ratio == 1.0f ? numSamples : static_cast<int>(static_cast<float>(numSamples) / ratio + 0.5f);

@@ -35,9 +35,9 @@ private:
 
     std::vector<float> m_converted;  // samples m_start .. m_start + size - 1 at 24 kHz
     long m_start = 0;
-    long m_consumed = 0;             // host samples that the next conversion starts behind
-    double m_position = 0.0;         // of the next output, from m_consumed on
-    std::vector<float> m_piece;      // host samples of one conversion
+    long m_consumed = 0;         // host samples that the next conversion starts behind
+    double m_position = 0.0;     // of the next output, from m_consumed on
+    std::vector<float> m_piece;  // host samples of one conversion
 };
 
 }  // namespace KaTessel

@@ -9,7 +9,9 @@ namespace {
 
 // Four points that are a whole block.
 template <typename Real>
-inline void four1(ComplexOf<Real>* x) { butterfly1(x[0], x[1], x[2], x[3]); }
+inline void four1(ComplexOf<Real>* x) {
+    butterfly1(x[0], x[1], x[2], x[3]);
+}
 
 template <typename Real>
 inline void four2(ComplexOf<Real>* x) {

@@ -31,9 +31,8 @@ void firstKindStage(int n, Real* a) {
     using Point = ComplexOf<Real>;
     const int quarter = n / 8;
     const auto at = [a, quarter](int p, Complex w1, Complex w3) {
-        atPoint<kConjugateInput>(a, quarter, p, [=](Point& x0, Point& x1, Point& x2, Point& x3) {
-            butterfly1(x0, x1, x2, x3, w1, w3);
-        });
+        atPoint<kConjugateInput>(
+            a, quarter, p, [=](Point& x0, Point& x1, Point& x2, Point& x3) { butterfly1(x0, x1, x2, x3, w1, w3); });
     };
     PhaseWalk<true> walk(static_cast<float>(kHalfPi / (n / 4)), 0, 1, kStageBlockPoints);
     at(0, {1.0f, 0.0f}, {1.0f, 0.0f});
@@ -52,9 +51,8 @@ void secondKindStage(int n, Real* a) {
     using Point = ComplexOf<Real>;
     const int quarter = n / 8;
     const auto at = [a, quarter](int p, Complex w1, Complex d1, Complex w3, Complex d3) {
-        atPoint<false>(a, quarter, p, [=](Point& x0, Point& x1, Point& x2, Point& x3) {
-            butterfly2(x0, x1, x2, x3, w1, d1, w3, d3);
-        });
+        atPoint<false>(a, quarter, p,
+                       [=](Point& x0, Point& x1, Point& x2, Point& x3) { butterfly2(x0, x1, x2, x3, w1, d1, w3, d3); });
     };
     // Frequencies shifted by half a bin: half the angle of the first kind.
     PhaseWalk<true> walk(static_cast<float>(kHalfPi / (n / 4)) * 0.5f, 0, 1, kStageBlockPoints);

@@ -30,7 +30,9 @@ BinaryReader::BinaryReader(const std::string& path) : m_file(std::fopen(path.c_s
 }
 
 BinaryReader::BinaryReader(const void* bytes, std::size_t count)
-    : m_file(nullptr, &std::fclose), m_bytes(static_cast<const char*>(bytes)), m_size(static_cast<std::int64_t>(count)) {}
+    : m_file(nullptr, &std::fclose),
+      m_bytes(static_cast<const char*>(bytes)),
+      m_size(static_cast<std::int64_t>(count)) {}
 
 void BinaryReader::takeAll() {
     std::size_t count = 0;

@@ -11,11 +11,11 @@ namespace KaTessel {
 // What a caller wants of a layer, and how much room there is as far as that is known.
 struct LayerRequest {
     std::string name;
-    float* weights = nullptr;             // null: only a bias is wanted
-    int weightCapacity = INT_MAX;         // [floats]
-    float** bias = nullptr;               // address of the caller's pointer, which may be null
-    int biasCapacity = INT_MAX;           // [floats]
-    int expectedSize = -1;                // elements of a weight tensor of rank 2 or more; -1: any
+    float* weights = nullptr;      // null: only a bias is wanted
+    int weightCapacity = INT_MAX;  // [floats]
+    float** bias = nullptr;        // address of the caller's pointer, which may be null
+    int biasCapacity = INT_MAX;    // [floats]
+    int expectedSize = -1;         // elements of a weight tensor of rank 2 or more; -1: any
     bool allowWeightNormalisation = true;
     bool biasWasMalloced = false;
 };

@@ -47,8 +47,9 @@ bool readTensor(BinaryReader& in, const std::string& which, T_FileTensor& tensor
         const std::int64_t offset = in.position();
         if (!in.readInt(tensor.dimensions[d], "the dimensions of " + which)) return false;
         if (tensor.dimensions[d] < 1)
-            return in.fail("claims dimension " + std::to_string(tensor.dimensions[d]) + " in " + which +
-                           ", not 1 or more", offset);
+            return in.fail(
+                "claims dimension " + std::to_string(tensor.dimensions[d]) + " in " + which + ", not 1 or more",
+                offset);
         count *= tensor.dimensions[d];
         if (count > INT32_MAX || count * static_cast<std::int64_t>(sizeof(float)) > in.bytesLeft())
             return in.fail("claims " + shapeText(tensor, d + 1) + " values in " + which + bytesLeft(in), offset);

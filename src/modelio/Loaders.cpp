@@ -10,7 +10,8 @@ namespace {
 
 // Of a file that could not be read, every layer is missing.
 void loadOrWarn(const LayerRequest& request, LayerFile& file) {
-    if (!copyLayer(request, file.layerCount(), file.layers())) printMessage("WARNING: %s not loaded!\n", request.name.c_str());
+    if (!copyLayer(request, file.layerCount(), file.layers()))
+        printMessage("WARNING: %s not loaded!\n", request.name.c_str());
 }
 
 }  // namespace

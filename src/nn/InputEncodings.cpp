@@ -56,8 +56,7 @@ EncodedInput encodeOneHotWithResidual(const float* in, int nIn, int levels) {
         const float x = in[i] + 1.0f;
         const float nearest = std::round(x * static_cast<float>(levels - 1) / 2.0f);
         const int level = nearest > 0.0f ? static_cast<int>(std::min(nearest, static_cast<float>(levels - 1))) : 0;
-        const float levelValue =
-            level == 0 ? 0.0f : static_cast<float>(level) * 2.0f / static_cast<float>(levels - 1);
+        const float levelValue = level == 0 ? 0.0f : static_cast<float>(level) * 2.0f / static_cast<float>(levels - 1);
         encoded.values[i * levels + level] = 1.0f;
         encoded.values[levels * nIn + i] = x - levelValue;
     }

@@ -52,11 +52,10 @@ void loadLayerSets(T_WN2_layer& layer, int l, const T_WN2_conf& conf, LayerFile&
 }
 
 void releaseLayer(T_WN2_layer& layer) {
-    for (float** buffer :
-         {&layer.resTanhW, &layer.resTanhB, &layer.condTanhW, &layer.condTanhB, &layer.stateTanhW, &layer.stateTanhB,
-          &layer.resSigmoidW, &layer.resSigmoidB, &layer.condSigmoidW, &layer.condSigmoidB, &layer.stateSigmoidW,
-          &layer.stateSigmoidB, &layer.skipW, &layer.skipB, &layer.res1x1W, &layer.res1x1B, &layer.hist,
-          &layer.skipDelay, &layer.skipOut})
+    for (float** buffer : {&layer.resTanhW, &layer.resTanhB, &layer.condTanhW, &layer.condTanhB, &layer.stateTanhW,
+                           &layer.stateTanhB, &layer.resSigmoidW, &layer.resSigmoidB, &layer.condSigmoidW,
+                           &layer.condSigmoidB, &layer.stateSigmoidW, &layer.stateSigmoidB, &layer.skipW, &layer.skipB,
+                           &layer.res1x1W, &layer.res1x1B, &layer.hist, &layer.skipDelay, &layer.skipOut})
         free_buf(*buffer);
 }
 
@@ -72,8 +71,7 @@ T_WN2* buildWaveNet2(const T_WN2_conf& conf, LayerFile& file) {
     std::unique_ptr<T_WN2, void (*)(T_WN2*)> net(new T_WN2, &wavenet2_free);
     copyShape(*net, conf);
     const int R = conf.nResidual;
-    for (float** buffer :
-         {&net->resIn, &net->tanhOut, &net->sigmoidOut, &net->gated, &net->resOut, &net->res1x1Out})
+    for (float** buffer : {&net->resIn, &net->tanhOut, &net->sigmoidOut, &net->gated, &net->resOut, &net->res1x1Out})
         init_buf(*buffer, R);
     init_buf(net->skipSum, conf.nSkip);
 

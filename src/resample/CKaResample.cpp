@@ -9,7 +9,7 @@ namespace {
 
 #include "resample/PrototypeTable.inc"
 
-constexpr int kHistory = 32;         // input samples kept from the blocks before
+constexpr int kHistory = 32;             // input samples kept from the blocks before
 constexpr double kFirstPosition = 16.0;  // of the first output in `work`; 9 samples before the block, with the FIR's
                                          // centre 7 samples on
 

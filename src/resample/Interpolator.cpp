@@ -23,8 +23,7 @@ void Interpolator::setFIR(double const* c, int newTaps, int newPhases, bool poly
         return;
     }
     for (int p = 0; p <= phases; ++p)
-        for (int j = 0; j < taps; ++j)
-            table[p * taps + j] = static_cast<float>(c[j * phases + phases - 1 - p] * gain);
+        for (int j = 0; j < taps; ++j) table[p * taps + j] = static_cast<float>(c[j * phases + phases - 1 - p] * gain);
 }
 
 double Interpolator::render1(float const* in, double pos, double step, float* out, int count) {

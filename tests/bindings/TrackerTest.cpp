@@ -91,13 +91,15 @@ TEST(Tracker, BlockSizesDoNotMatter) {
 TEST(EngineRate, KeepsTimeAtEveryRate) {
     constexpr double kFrequency = 300.0, kTurn = 2.0 * 3.14159265358979323846;
     Random random(1);
-    for (const int rate : {8000, 11025, 12345, 16000, 22050, 24000, 32000, 44100, 48000, 57600, 96000, 192000, 240000}) {
+    for (const int rate :
+         {8000, 11025, 12345, 16000, 22050, 24000, 32000, 44100, 48000, 57600, 96000, 192000, 240000}) {
         std::vector<float> sound(static_cast<std::size_t>(rate)), converted;
         for (std::size_t i = 0; i < sound.size(); ++i)
             sound[i] = static_cast<float>(std::sin(kTurn * kFrequency * static_cast<double>(i) / rate));
         EngineRate converter(rate);
         for (std::size_t at = 0; at < sound.size();) {
-            const std::size_t count = std::min<std::size_t>(static_cast<std::size_t>(random.integer(1, 2000)), sound.size() - at);
+            const std::size_t count =
+                std::min<std::size_t>(static_cast<std::size_t>(random.integer(1, 2000)), sound.size() - at);
             converter.convert(sound.data() + at, count, [&](const float* samples, int n) {
                 converted.insert(converted.end(), samples, samples + n);
             });
@@ -140,10 +142,12 @@ TEST(Tracker, OneRowForEveryInstantInside) {
     for (const int rate : {24000, 44100, 48000}) {
         Tracker tracker(rate, kModel);
         const int hop = rate / 200;  // rounded down: an instant more than hops
-        for (const auto& [count, rows] : {std::pair(0, 0), {1, 1}, {hop, 1}, {hop + 1, 2}, {rate / 2, 100}, {rate / 2 + 1, 101}}) {
+        for (const auto& [count, rows] :
+             {std::pair(0, 0), {1, 1}, {hop, 1}, {hop + 1, 2}, {rate / 2, 100}, {rate / 2 + 1, 101}}) {
             const std::vector<float> sound(static_cast<std::size_t>(count), 0.1f);
             EXPECT_EQ(tracker.analyse(sound).size(), static_cast<std::size_t>(rows)) << count << " at " << rate;
-            EXPECT_EQ(live(tracker, sound, [] { return 64; }).size(), static_cast<std::size_t>(rows)) << count << " at " << rate;
+            EXPECT_EQ(live(tracker, sound, [] { return 64; }).size(), static_cast<std::size_t>(rows))
+                << count << " at " << rate;
         }
     }
 }

@@ -24,7 +24,8 @@ using PluginPointer = std::unique_ptr<Vamp::Plugin>;
 
 enum Output { kFrequency, kConfidence, kNotes };
 
-const bool kReady = setenv("VAMP_PATH", KATESSEL_VAMP_FOLDER, 1) == 0 && setenv("KATESSEL_MODEL", KATESSEL_MODEL_FILE, 1) == 0;
+const bool kReady =
+    setenv("VAMP_PATH", KATESSEL_VAMP_FOLDER, 1) == 0 && setenv("KATESSEL_MODEL", KATESSEL_MODEL_FILE, 1) == 0;
 
 PluginPointer load(int rate) {
     EXPECT_TRUE(kReady);
@@ -45,7 +46,8 @@ Features run(Vamp::Plugin& plugin, const std::vector<float>& sound, int rate, st
     for (std::size_t at = 0; !ended; at += step) {
         ended = at + std::max(step, block) >= sound.size();
         std::fill(buffer.begin(), buffer.end(), 0.0f);
-        std::copy_n(sound.begin() + static_cast<std::ptrdiff_t>(at), std::min(block, sound.size() - at), buffer.begin());
+        std::copy_n(sound.begin() + static_cast<std::ptrdiff_t>(at), std::min(block, sound.size() - at),
+                    buffer.begin());
         const float* const channels[] = {buffer.data()};
         const Vamp::RealTime when = Vamp::RealTime::frame2RealTime(static_cast<long>(at), static_cast<unsigned>(rate));
         append(all, plugin.process(channels, origin + when));
@@ -85,7 +87,8 @@ TEST(Vamp, AnyBlockAndStepGiveTheSame) {
     for (const int rate : {44100, 48000}) {
         const std::vector<float> sound = glide(rate, 0.6, 150.0, 400.0);
         const std::vector<Pitch> rows = expectedRows(rate, sound);
-        const std::size_t sizes[][2] = {{1024, 1024}, {512, 1024}, {1, 64}, {240, 240}, {331, 331}, {100, 8192}, {60000, 60000}};
+        const std::size_t sizes[][2] = {{1024, 1024}, {512, 1024}, {1, 64},       {240, 240},
+                                        {331, 331},   {100, 8192}, {60000, 60000}};
         for (const auto& [step, block] : sizes) {
             SCOPED_TRACE(std::to_string(step) + " of " + std::to_string(block));
             const PluginPointer plugin = load(rate);

@@ -48,8 +48,7 @@ Points analysed(MRSpectrum& mr, const SpectrumArguments& a, const std::vector<fl
 }
 
 // A frame of the engine's length in one mode; null pointers stand for arrays to allocate.
-void analyse(MRSpectrum& mr, std::vector<float>& frame, char mode, float*& magnitude, float*& phase,
-             float*& spectrum) {
+void analyse(MRSpectrum& mr, std::vector<float>& frame, char mode, float*& magnitude, float*& phase, float*& spectrum) {
     long lastBin = -1;
     mr.DoMultiresolutionSpectrum(frame.data(), 1025, 10, -200.0f, &magnitude, &phase, &lastBin, mode, &spectrum, 1.0f,
                                  true, 12000.0f);
@@ -58,27 +57,27 @@ void analyse(MRSpectrum& mr, std::vector<float>& frame, char mode, float*& magni
 
 TEST(MultiResolutionSpectrum, MatchesTheDefinition) {
     const SpectrumArguments table[] = {
-        {1025},                             // the engine's
-        {1025, 10, 1.0f, false},            // window not centred
-        {1025, 15},                         // complex kernels
+        {1025},                   // the engine's
+        {1025, 10, 1.0f, false},  // window not centred
+        {1025, 15},               // complex kernels
         {1025, 15, 1.0f, false},
-        {1025, 13},                         // another family
-        {1025, 15, 2.0f, false},            // padded: 2048 samples, 81 taps
-        {1025, 10, 0.5f},                   // frame and long windows do not fit: 512 samples, 21 taps
-        {1025, 15, 0.5f, false},            // ... and cut windows have a value at half the rate
-        {1025, 10, 0.775f},                 // 32 taps: one more on the left than on the right
-        {1024},                             // even: the last sample of a centred frame lies beyond the copied ones
+        {1025, 13},               // another family
+        {1025, 15, 2.0f, false},  // padded: 2048 samples, 81 taps
+        {1025, 10, 0.5f},         // frame and long windows do not fit: 512 samples, 21 taps
+        {1025, 15, 0.5f, false},  // ... and cut windows have a value at half the rate
+        {1025, 10, 0.775f},       // 32 taps: one more on the left than on the right
+        {1024},                   // even: the last sample of a centred frame lies beyond the copied ones
         {1000, 15, 1.0f, false},
-        {514},                              // one sample too long for a transform of 512
-        {1025, 10, 1.0f, true, 24000.0f},   // short windows of 557
-        {1025, 10, 1.0f, true, 5000.0f},    // a slope rounded once, not twice, gives other lengths
-        {67, 10, 1.0f, true, 1000.0f},      // 64 samples: taps reach past both ends of the spectrum
-        {257, 10, 1.0f, false, 12000.0f},   // short windows longer than the frame
-        {101},                              // ... whose ends do not fit
-        {33, 15},                           // kernels longer than the spectrum, which goes on periodically
+        {514},                             // one sample too long for a transform of 512
+        {1025, 10, 1.0f, true, 24000.0f},  // short windows of 557
+        {1025, 10, 1.0f, true, 5000.0f},   // a slope rounded once, not twice, gives other lengths
+        {67, 10, 1.0f, true, 1000.0f},     // 64 samples: taps reach past both ends of the spectrum
+        {257, 10, 1.0f, false, 12000.0f},  // short windows longer than the frame
+        {101},                             // ... whose ends do not fit
+        {33, 15},                          // kernels longer than the spectrum, which goes on periodically
         {33, 10, 2.0f},
         {3},
-        {262145, 12, 1.0f, true, 8e6f},     // twice the longest transform, at a rate that leaves few resolutions
+        {262145, 12, 1.0f, true, 8e6f},  // twice the longest transform, at a rate that leaves few resolutions
         {262145, 12, 1.0f, false, 8e6f},
     };
     MRSpectrum mr;
@@ -178,8 +177,9 @@ TEST(MultiResolutionSpectrum, KernelsAreKept) {
     MRSpectrum mr;
     const Points original = analysed(mr, first, frame);
     EXPECT_EQ(analysed(mr, {1025, 10, 1.0f, true, 24000.0f}, frame), original);
-    EXPECT_LT(relativeError(analysed(mr, {1025, 10, 1.0f, false}, frame),
-                            ReferenceSpectrum(first).spectrum(frame, false)), kTolerance);
+    EXPECT_LT(
+        relativeError(analysed(mr, {1025, 10, 1.0f, false}, frame), ReferenceSpectrum(first).spectrum(frame, false)),
+        kTolerance);
 
     const AllocationCounter counter;
     mr.FreeMR();
@@ -189,8 +189,8 @@ TEST(MultiResolutionSpectrum, KernelsAreKept) {
     // Everything else builds new ones, and so does the way back.
     for (const SpectrumArguments& other : {SpectrumArguments{1023}, {1025, 9}, {1025, 10, 0.75f}}) {
         const std::vector<float> otherFrame = frameOf(other.length);
-        EXPECT_LT(relativeError(analysed(mr, other, otherFrame),
-                                ReferenceSpectrum(other).spectrum(otherFrame, true)), kTolerance)
+        EXPECT_LT(relativeError(analysed(mr, other, otherFrame), ReferenceSpectrum(other).spectrum(otherFrame, true)),
+                  kTolerance)
             << other.length << ", " << other.windowType << ", " << other.padFactor;
         EXPECT_EQ(analysed(mr, first, frame), original);
     }

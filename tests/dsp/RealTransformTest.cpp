@@ -46,7 +46,7 @@ TEST(PlainRealTransform, WindowSpectraInClosedForm) {
     MRSpectrum spectrum;
     const double like[4] = {0.47, 0.45, -0.01, 0.01};
     const double harris92[4] = {0.35875, 0.48829, 0.14128, 0.01168};
-    const auto transformed = [](const double (&a)[4], double bins) {
+    const auto transformed = [](const double(&a)[4], double bins) {
         double sum = 0.0;
         for (int j = 0; j < 512; ++j) {
             const double angle = 2.0 * std::numbers::pi * (j - 255.5) / 512.0;

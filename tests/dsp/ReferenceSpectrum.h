@@ -41,8 +41,7 @@ public:
     Points spectrum(const std::vector<float>& frame, bool centred) const {
         const std::vector<double> window = referenceWindow(14, m_arguments.length);
         std::vector<double> windowed;
-        for (std::size_t i = 0; i < frame.size(); ++i)
-            windowed.push_back(static_cast<double>(frame[i]) * window[i]);
+        for (std::size_t i = 0; i < frame.size(); ++i) windowed.push_back(static_cast<double>(frame[i]) * window[i]);
         const Points x = definedTransform(placed(windowed, centred), -1);
 
         Points bins;

@@ -11,9 +11,7 @@ namespace KaTessel::tests {
 
 using Points = std::vector<std::complex<double>>;
 
-inline std::complex<double> unitCircle(double turns) {
-    return std::polar(1.0, 2.0 * std::numbers::pi * turns);
-}
+inline std::complex<double> unitCircle(double turns) { return std::polar(1.0, 2.0 * std::numbers::pi * turns); }
 
 // Sum over j of x[j] exp(sign i 2 pi j (k + shift) / N) for every k, N a power of two: from the transforms of the even
 // and of the odd points.

@@ -37,22 +37,28 @@ inline double windowSample(int code, int i, int n) {
 
     const double theta = i * kFloatTwoPi / (n - 1);
     switch (code) {
-    case 0: return cosineSum(kHamming, theta);
-    case 1: case 2: case 3: case 4: case 5: case 6: case 7: {
-        const double beta = kAlphas[code] * 3.1415927410125732;
-        const double place = 2.0 * std::abs(i - n / 2) / n;
-        return besselSeries(beta * std::sqrt(1.0 - place * place)) / besselSeries(beta);
-    }
-    case 9: return cosineSum(kHarris70, theta);
-    case 10: return cosineSum(kLike, theta);
-    case 11: return cosineSum(kHarris74, theta);
-    case 12: return cosineSum(kHarris92, theta);
-    case 13: return std::min(i, n - 1 - i) * (n % 2 != 0 ? 2.0 / (n - 1) : 2.0 / n);
-    case 14: return 1.0;
-    case 15:
-        if (i == 0 || i == n - 1) return 0.0;
-        return cosineSum(kLike, kFloatTwoPi * std::pow(static_cast<double>(i) / (n - 1), 1.946402604329978));
-    default: return cosineSum(kHarris62, theta);
+        case 0: return cosineSum(kHamming, theta);
+        case 1:
+        case 2:
+        case 3:
+        case 4:
+        case 5:
+        case 6:
+        case 7: {
+            const double beta = kAlphas[code] * 3.1415927410125732;
+            const double place = 2.0 * std::abs(i - n / 2) / n;
+            return besselSeries(beta * std::sqrt(1.0 - place * place)) / besselSeries(beta);
+        }
+        case 9: return cosineSum(kHarris70, theta);
+        case 10: return cosineSum(kLike, theta);
+        case 11: return cosineSum(kHarris74, theta);
+        case 12: return cosineSum(kHarris92, theta);
+        case 13: return std::min(i, n - 1 - i) * (n % 2 != 0 ? 2.0 / (n - 1) : 2.0 / n);
+        case 14: return 1.0;
+        case 15:
+            if (i == 0 || i == n - 1) return 0.0;
+            return cosineSum(kLike, kFloatTwoPi * std::pow(static_cast<double>(i) / (n - 1), 1.946402604329978));
+        default: return cosineSum(kHarris62, theta);
     }
 }
 

@@ -47,8 +47,12 @@ TEST_F(PlainWindows, FirstSamples) {
         int code;
         double first;
     };
-    for (const Row& row : {Row{0, 0.079999998}, {8, 0.012719993}, {9, 0.0048999786}, {10, -4.6837534e-17},
-                           {11, 0.0021800152}, {12, 5.9968792e-05}}) {
+    for (const Row& row : {Row{0, 0.079999998},
+                           {8, 0.012719993},
+                           {9, 0.0048999786},
+                           {10, -4.6837534e-17},
+                           {11, 0.0021800152},
+                           {12, 5.9968792e-05}}) {
         const int n = 279;
         double total = row.first;
         for (int i = 1; i < n; ++i) total += windowSample(row.code, i, n);

@@ -18,7 +18,8 @@ struct StoredLayer {
 inline std::vector<StoredLayer> constantLayers(float weight, float pitch, float voicing) {
     const auto layer = [=](std::string name, std::vector<int> shape) {
         const int outputs = shape.back();
-        return StoredLayer{std::move(name), {constantTensor(std::move(shape), weight), constantTensor({outputs}, weight)}};
+        return StoredLayer{std::move(name),
+                           {constantTensor(std::move(shape), weight), constantTensor({outputs}, weight)}};
     };
     std::vector<StoredLayer> layers = {layer("ENCODER_initial_causal_conv", {150, 70})};
     for (const std::string prefix : {"ENCODER_l0", "ENCODER_l1", "ENCODER_l2"}) {

@@ -58,7 +58,7 @@ TEST_F(PlainModelCheck, EveryFaultHasItsPlace) {
 
     const auto all = faults(
         [](Layers& layers) {
-            layers[2].tensors[1].values[7] = kNan;                  // ENCODER_l0_res_sigmoid
+            layers[2].tensors[1].values[7] = kNan;  // ENCODER_l0_res_sigmoid
             layers[2].tensors[1].values[9] = -kNan;
             layers[3].tensors[0] = constantTensor({120, 70}, 0.0f);  // ENCODER_l0_skip
             layers[5].name = "spare";                                // ENCODER_l1_res_sigmoid
@@ -72,7 +72,8 @@ TEST_F(PlainModelCheck, EveryFaultHasItsPlace) {
         const char *layer, *expected, *found;
         int tensor;
     } rows[] = {
-        {"ENCODER_l0_res_sigmoid", "layer ENCODER_l0_res_sigmoid with finite values", "nan in tensor 1, value 7 and 1 more", 1},
+        {"ENCODER_l0_res_sigmoid", "layer ENCODER_l0_res_sigmoid with finite values",
+         "nan in tensor 1, value 7 and 1 more", 1},
         {"ENCODER_l0_skip", "layer ENCODER_l0_skip with weights [70,120]", "[120,70]", 0},
         {"spare", "layer spare with finite values", "nan in tensor 0, value 0", 0},
         {"enc_out1", "layer enc_out1 once", "it again", -1},
@@ -92,8 +93,10 @@ TEST_F(PlainModelCheck, EveryFaultHasItsPlace) {
     EXPECT_EQ(at<std::int32_t>(all[1].offset + 4), 120);
     EXPECT_EQ(bytes.substr(static_cast<std::size_t>(all[3].offset) + 1, 8), "enc_out1");
     EXPECT_EQ(bytes.substr(static_cast<std::size_t>(all[6].offset)), "more");
-    EXPECT_EQ(refusal(), "bad model: " + path +
-                             ": expected layer ENCODER_l0_res_sigmoid with finite values, found nan in tensor 1, value 7 and 1 more");
+    EXPECT_EQ(
+        refusal(),
+        "bad model: " + path +
+            ": expected layer ENCODER_l0_res_sigmoid with finite values, found nan in tensor 1, value 7 and 1 more");
 }
 
 TEST_F(PlainModelCheck, TakesWhatTheEngineTakes) {
@@ -111,14 +114,18 @@ TEST_F(PlainModelCheck, TakesWhatTheEngineTakes) {
         {layer(1, {kernel, gain}), "", ""},
         {layer(1, {kernel, bias, gain}), "", ""},
         {layer(3, {constantTensor({1, 70, 120}, 0.1f)}), "", ""},
-        {[](Layers& layers) { layers.push_back({"spare", {constantTensor({3}, 1.0f)}}); }, "", ""},
+        {[](Layers& layers) {
+             layers.push_back({"spare", {constantTensor({3}, 1.0f)}});
+         },
+         "", ""},
         {layer(1, {}), weights, "no tensor"},
         {layer(1, {constantTensor({14700}, 0.1f)}), weights, "[14700]"},
         {layer(1, {kernel, gain, gain}), "layer ENCODER_l0_res_tanh with nothing after tensor 1", "[1,1,70]"},
         {layer(1, {kernel, constantTensor({1, 70}, 0.1f)}), "layer ENCODER_l0_res_tanh with bias [70]", "[1,70]"},
         {layer(0, {constantTensor({150, 70}, 0.1f)}), "layer ENCODER_initial_causal_conv with bias [70]", "no tensor"},
         {layer(10, {constantTensor({1, 120}, 0.1f)}), "layer ENCODER_skip_biases with bias [120]", "[1,120]"},
-        {layer(10, {constantTensor({120}, 0.1f), skip}), "layer ENCODER_skip_biases with nothing after tensor 0", "[70,120]"},
+        {layer(10, {constantTensor({120}, 0.1f), skip}), "layer ENCODER_skip_biases with nothing after tensor 0",
+         "[70,120]"},
     };
     for (const auto& row : rows) {
         const std::vector<ModelFault> found = faults(row.change);
@@ -144,7 +151,8 @@ TEST(PlainModelCard, GivesItsThresholdOrIsRefused) {
         {R"({"name": "x", "default_threshold": 0.7, "layers": [1, {"default_threshold": 9}, []]})", 0.7f},
         {R"({"note": "\"default_threshold\": 3, \\", "default_threshold" : 2e-1 })", 0.2f},
         {"{\"default_threshold\":0}\n", 0.0f},
-        {R"({"default_threshold": 1, "deep": {"a": [[["}"]]], "b": null, "c": {}}, "default_threshold": 1000})", 1000.0f},
+        {R"({"default_threshold": 1, "deep": {"a": [[["}"]]], "b": null, "c": {}}, "default_threshold": 1000})",
+         1000.0f},
         {"{}", 0.5f},
         {R"({"threshold": 0.1, "of": {"default_threshold": 0.2}})", 0.5f},
     };
@@ -154,15 +162,17 @@ TEST(PlainModelCard, GivesItsThresholdOrIsRefused) {
     }
     const std::string deep = "{\"a\": " + std::string(100000, '[');
     for (const char* const card :
-         {"", "[0.5]", "0.5", R"({"default_threshold": 0.5)", R"({"default_threshold": "0.5"})", R"({"default_threshold": -1})",
-          R"({"default_threshold": nan})", R"({"default_threshold": 1e999})", R"({"default_threshold": 0.5x})",
-          R"({"default_threshold": 0.5 0.6})", R"({"default_threshold": })", R"({"default_threshold": {"a": 1}})",
-          R"({"default_threshold": null})", R"({"a": 1,})", R"({"a" 1})", R"({} {})", R"({"a": "\)", deep.c_str()}) {
+         {"", "[0.5]", "0.5", R"({"default_threshold": 0.5)", R"({"default_threshold": "0.5"})",
+          R"({"default_threshold": -1})", R"({"default_threshold": nan})", R"({"default_threshold": 1e999})",
+          R"({"default_threshold": 0.5x})", R"({"default_threshold": 0.5 0.6})", R"({"default_threshold": })",
+          R"({"default_threshold": {"a": 1}})", R"({"default_threshold": null})", R"({"a": 1,})", R"({"a" 1})",
+          R"({} {})", R"({"a": "\)", deep.c_str()}) {
         saveBytes(modelCard(model), card);
         try {
             ADD_FAILURE() << card << " gives " << modelThreshold(model);
         } catch (const ModelError& error) {
-            EXPECT_EQ(std::string(error.what()).rfind("bad model card: " + modelCard(model) + ": expected ", 0), 0u) << error.what();
+            EXPECT_EQ(std::string(error.what()).rfind("bad model card: " + modelCard(model) + ": expected ", 0), 0u)
+                << error.what();
         }
     }
     std::filesystem::remove(modelCard(model));

@@ -21,11 +21,11 @@ T_WN2_conf encoderShape() {
     return conf;
 }
 
-double mel(double hz) {
-    return hz < 1000.0 ? hz * 3.0 / 200.0 : 15.0 + std::log(hz / 1000.0) * 27.0 / std::log(6.4);
-}
+double mel(double hz) { return hz < 1000.0 ? hz * 3.0 / 200.0 : 15.0 + std::log(hz / 1000.0) * 27.0 / std::log(6.4); }
 
-double hz(double mel) { return mel < 15.0 ? mel * 200.0 / 3.0 : 1000.0 * std::exp((mel - 15.0) * std::log(6.4) / 27.0); }
+double hz(double mel) {
+    return mel < 15.0 ? mel * 200.0 / 3.0 : 1000.0 * std::exp((mel - 15.0) * std::log(6.4) / 27.0);
+}
 
 // Triangles of unit area between neighbouring edges, equally spaced in mel from 5 to 7000 Hz.
 std::vector<std::vector<double>> melBands() {
@@ -36,7 +36,8 @@ std::vector<std::vector<double>> melBands() {
         for (int k = 0; k < kBins; ++k) {
             const double f = k * 24000.0 / 1024.0;
             const double height = std::min((f - low) / (middle - low), (high - f) / (high - middle));
-            bands[static_cast<std::size_t>(b)][static_cast<std::size_t>(k)] = std::max(height, 0.0) * 2.0 / (high - low);
+            bands[static_cast<std::size_t>(b)][static_cast<std::size_t>(k)] =
+                std::max(height, 0.0) * 2.0 / (high - low);
         }
     }
     return bands;
@@ -66,8 +67,12 @@ std::vector<double> convert(const std::vector<float>& block, float ratio, int ou
 }  // namespace
 
 NaiveEngine::NaiveEngine(Random& random)
-    : m_conf(encoderShape()), m_network(m_conf, random, true), m_out1(randomKernel(random, 1, 120, 120, true)),
-      m_out2(randomKernel(random, 1, 120, 2, true)), m_spectrum(SpectrumArguments{1025}), m_bands(melBands()) {
+    : m_conf(encoderShape()),
+      m_network(m_conf, random, true),
+      m_out1(randomKernel(random, 1, 120, 120, true)),
+      m_out2(randomKernel(random, 1, 120, 2, true)),
+      m_spectrum(SpectrumArguments{1025}),
+      m_bands(melBands()) {
     scale(m_out2, 0.1f);
     m_out2.bias = {-0.2f, -0.02f};
 }

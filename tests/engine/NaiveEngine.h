@@ -12,7 +12,7 @@
 namespace KaTessel::tests {
 
 struct NaivePair {
-    double octaves;     // relative to 440 Hz
+    double octaves;  // relative to 440 Hz
     double confidence;
 };
 

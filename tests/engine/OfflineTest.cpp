@@ -39,8 +39,9 @@ protected:
 TEST_F(Offline, EqualsTheNaiveChainAtEveryRateAndLength) {
     const struct {
         int rate, samples;
-    } rows[] = {{24000, 3000}, {24000, 119}, {24000, 120}, {24000, 0},     {24000, 121},  {24000, 359},  {24000, 1000},
-                {48000, 6000}, {44100, 5001}, {16000, 1999}, {8000, 1000}, {96000, 9000}, {192000, 15000}, {11025, 700}};
+    } rows[] = {{24000, 3000}, {24000, 119},  {24000, 120},    {24000, 0},    {24000, 121},
+                {24000, 359},  {24000, 1000}, {48000, 6000},   {44100, 5001}, {16000, 1999},
+                {8000, 1000},  {96000, 9000}, {192000, 15000}, {11025, 700}};
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.samples << " samples at " << row.rate << " Hz");
         std::vector<float> sound = voiceWithNoise(random, row.samples, row.rate);
@@ -116,8 +117,8 @@ TEST_F(Offline, BringsItsOwnWindows) {
     for (long length : {2049L, 257L}) {
         float* spectrum = nullptr;
         long lastBin = 0;
-        engine.spectrum.DoMultiresolutionSpectrum(other.data(), length, 10, 0.0f, nullptr, nullptr, &lastBin, 3, &spectrum,
-                                                  1.0f, true, 12000.0f);
+        engine.spectrum.DoMultiresolutionSpectrum(other.data(), length, 10, 0.0f, nullptr, nullptr, &lastBin, 3,
+                                                  &spectrum, 1.0f, true, 12000.0f);
         delete[] spectrum;
         engine.doProcessOffline(sound.data(), 4800, after.data(), confidence.data(), 1);
         EXPECT_EQ(before, after) << length;

@@ -57,9 +57,11 @@ protected:
 };
 
 TEST_F(Reset, EqualsANewEngineWithoutFileOrMemory) {
-    for (const auto& [rate, block] : {std::pair(24000, 120), {48000, 240}, {44100, 147}, {11025, 60}, {8000, 40}, {192000, 960}}) {
+    for (const auto& [rate, block] :
+         {std::pair(24000, 120), {48000, 240}, {44100, 147}, {11025, 60}, {8000, 40}, {192000, 960}}) {
         SCOPED_TRACE(rate);
-        const std::vector<float> sound = voiceWithNoise(random, rate / 4, rate), other = voiceWithNoise(random, rate, rate);
+        const std::vector<float> sound = voiceWithNoise(random, rate / 4, rate),
+                                 other = voiceWithNoise(random, rate, rate);
         saveBytes(model(), weights);
         CTessel fresh, engine;
         ASSERT_EQ(fresh.configure(rate, 0, block, model().c_str()), 0);
@@ -125,7 +127,8 @@ TEST_F(Reset, WeightsFromMemoryGiveTheSameEngine) {
 }
 
 TEST_F(Reset, TheFirstFaultIsToldInTheRoomThereIs) {
-    EXPECT_EQ(firstFault(weights.substr(0, 2)), "byte 2: expected a layer weight file, found one that ends within the layer count");
+    EXPECT_EQ(firstFault(weights.substr(0, 2)),
+              "byte 2: expected a layer weight file, found one that ends within the layer count");
     std::vector<StoredLayer> layers = constantLayers(0.5f, 0.0f, 0.0f);
     layers[4].name = "other";
     const std::string lacking = bytesOf(layers);
@@ -155,7 +158,8 @@ TEST_F(Reset, AReplacedFileGivesNoMixedEngine) {
     std::atomic<bool> done{false};
     std::thread writer([&] {
         const auto pause = [] { std::this_thread::sleep_for(std::chrono::milliseconds(5)); };
-        const std::string files[] = {bytesOf(constantLayers(0.25f, 0.0f, 0.0f)), bytesOf(constantLayers(0.5f, 0.0f, 0.0f))};
+        const std::string files[] = {bytesOf(constantLayers(0.25f, 0.0f, 0.0f)),
+                                     bytesOf(constantLayers(0.5f, 0.0f, 0.0f))};
         for (int i = 0; !done; pause()) {
             const int pipe = open(model().c_str(), O_WRONLY | O_NONBLOCK);
             if (pipe < 0) continue;  // nobody reads yet
@@ -176,7 +180,8 @@ TEST_F(Reset, AReplacedFileGivesNoMixedEngine) {
             for (const float* set : {engine.encoder->layers[l].resTanhW, engine.encoder->layers[l].resSigmoidW,
                                      engine.encoder->layers[l].skipW})
                 EXPECT_EQ(*set, weight) << "layer " << l;
-        for (const float* set : {engine.encoder->skipBias, engine.out1Weights, engine.out2Weights}) EXPECT_EQ(*set, weight);
+        for (const float* set : {engine.encoder->skipBias, engine.out1Weights, engine.out2Weights})
+            EXPECT_EQ(*set, weight);
     }
     done = true;
     writer.join();

@@ -49,8 +49,7 @@ TEST(Kernels, SumsProductsAndMagnitudes) {
             // Two roundings under the root and one of the root itself.
             ASSERT_NEAR(sizes[i], size, 3 * std::ldexp(1.0, -24) * size);
         }
-        for (const GuardedBuffer* out :
-             {&accumulated, &scaled, &product, &sum, &overA, &overB, &rectified, &sizes})
+        for (const GuardedBuffer* out : {&accumulated, &scaled, &product, &sum, &overA, &overB, &rectified, &sizes})
             ASSERT_TRUE(out->intact()) << n;
     }
 }
@@ -79,9 +78,10 @@ TEST(Kernels, SigmoidAndItsCutOff) {
     for (int i = -4300; i <= 11000; ++i) sweep.push_back(static_cast<float>(i) * 0.01f);
     const float below = std::nextafter(-40.0f, -50.0f);
     for (float x : {-0.0f, 1e-30f, -40.0f, below, -88.0f, -1e30f, -kInf, 88.7f, 1e30f, kInf}) sweep.push_back(x);
-    check("sigmoid", sweep, [](float* x, int n) { active->sigmoid(x, n); },
-          [](double x) { return x < -40.0 ? 0.0 : 1.0 / (1.0 + std::exp(-x)); },
-          [](double y) { return y == 0.0 ? 0.0 : fewUnits(y); });
+    check(
+        "sigmoid", sweep, [](float* x, int n) { active->sigmoid(x, n); },
+        [](double x) { return x < -40.0 ? 0.0 : 1.0 / (1.0 + std::exp(-x)); },
+        [](double y) { return y == 0.0 ? 0.0 : fewUnits(y); });
 }
 
 TEST(Kernels, TanhAndItsSaturation) {
@@ -92,7 +92,8 @@ TEST(Kernels, TanhAndItsSaturation) {
         sweep.push_back(-x);
     }
     for (float x : {0.0f, 0.624999f, 0.625f, -0.625f, 50.0f, -50.0f, 1e30f, -1e30f, kInf, -kInf}) sweep.push_back(x);
-    check("tanh", sweep, [](float* x, int n) { active->tanh(x, n); }, [](double x) { return std::tanh(x); }, fewUnits);
+    check(
+        "tanh", sweep, [](float* x, int n) { active->tanh(x, n); }, [](double x) { return std::tanh(x); }, fewUnits);
 
     // A network's output must stay within -1 .. 1 whatever goes in.
     GuardedBuffer large(std::vector<float>{9.5f, 20.0f, 90.0f, 1e30f, kInf, -9.5f, -20.0f, -90.0f, -1e30f, -kInf});
@@ -111,13 +112,14 @@ TEST(Kernels, DecibelsAndTheirFloor) {
                     0.70710677f, 0.70710683f, 1.4142135f, std::numeric_limits<float>::max()})
         sweep.push_back(x);
     for (const Row& row : {Row{1e-10f, 1.0f / 70.0f, 1.0f}, Row{1e-5f, 1.0f, 0.0f}, Row{1.1754944e-38f, 1.0f, -3.0f}})
-        check("decibels", sweep,
-              [&](float* x, int n) { active->scaledDecibels(x, row.floor, row.factor, row.offset, n); },
-              [&](double x) {
-                  return 20.0 * std::log10(std::max(x, static_cast<double>(row.floor))) * row.factor + row.offset;
-              },
-              // The offset may cancel the level, and near 0 dB the two parts of the logarithm cancel each other.
-              [&](double y) { return fewUnits(std::abs(y) + std::abs(row.offset)) + row.factor * 4e-7; });
+        check(
+            "decibels", sweep,
+            [&](float* x, int n) { active->scaledDecibels(x, row.floor, row.factor, row.offset, n); },
+            [&](double x) {
+                return 20.0 * std::log10(std::max(x, static_cast<double>(row.floor))) * row.factor + row.offset;
+            },
+            // The offset may cancel the level, and near 0 dB the two parts of the logarithm cancel each other.
+            [&](double y) { return fewUnits(std::abs(y) + std::abs(row.offset)) + row.factor * 4e-7; });
 }
 
 }  // namespace

@@ -122,8 +122,13 @@ TEST_F(PlainFrameMatrix, ContextsAreAsLongAsTheySay) {
             EXPECT_EQ(frames[i / 2][i % 2], (length - 12) / 4 > i ? i + 1.0f : 0.0f) << length << ", value " << i;
     }
     // No more than the counts that are allowed: 100,000 frames of 1000 values would be 400 MB.
-    for (const auto& [count, size, accepted] : {std::tuple(100000, 1, true), {100001, 0, false}, {3, 1000, true},
-                                                {0, 1001, false}, {-1, 1, false}, {1, -1, false}, {3, 0, true}}) {
+    for (const auto& [count, size, accepted] : {std::tuple(100000, 1, true),
+                                                {100001, 0, false},
+                                                {3, 1000, true},
+                                                {0, 1001, false},
+                                                {-1, 1, false},
+                                                {1, -1, false},
+                                                {3, 0, true}}) {
         EXPECT_EQ(loads(Pipe(frameFile(count, size, {1, 2}).get()).path(), frames), accepted) << count << " x " << size;
         EXPECT_EQ(frames.size(), accepted ? static_cast<std::size_t>(count) : 0u);
     }

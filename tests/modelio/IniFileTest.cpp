@@ -70,9 +70,15 @@ TEST(PlainIniFile, LookUpsFindTheLastValueOfTheFirstSection) {
         "[empty]\n[a]\nalone\nx 1\nx 2 3\nX 4\ngone 5\ngone\n[a]\nother 6\n[blank]\n\f\nx 7\n[last]\nx 8\n\f\n");
     EXPECT_EQ(ini_findsection(sections, "a"), 1);
     // Without a value: not found. The first line of "blank" is white space, but no blank line.
-    for (const auto& [section, key, value] :
-         {std::tuple("a", "x", "2"), {"a", "X", "4"}, {"last", "x", "8"}, {"a", "alone", ""}, {"a", "gone", ""},
-          {"a", "other", ""}, {"A", "x", ""}, {"empty", "x", ""}, {"blank", "x", ""}}) {
+    for (const auto& [section, key, value] : {std::tuple("a", "x", "2"),
+                                              {"a", "X", "4"},
+                                              {"last", "x", "8"},
+                                              {"a", "alone", ""},
+                                              {"a", "gone", ""},
+                                              {"a", "other", ""},
+                                              {"A", "x", ""},
+                                              {"empty", "x", ""},
+                                              {"blank", "x", ""}}) {
         std::string got;
         EXPECT_EQ(ini_read_param(sections, section, key, got), *value != '\0') << section << ", " << key;
         EXPECT_EQ(got, value) << section << ", " << key;
@@ -125,16 +131,25 @@ TEST(PlainIniFile, TheProgramsLanguageDoesNotMatter) {
 
 TEST(PlainIniFile, Splitting) {
     EXPECT_EQ(split(" a\tb\n\r c\v\fd "), (Strings{"a", "b", "c", "d"}));
-    for (const auto& [text, delimiter, maximum, parts] :
-         {std::tuple("a,b,,c", ",", -1, Strings{"a", "b", "", "c"}), {",", ",", -1, {"", ""}}, {"", ",", -1, {""}},
-          {"a, b,c", ", ", -1, {"a", "b,c"}}, {"aaa", "aa", -1, {"", "a"}}, {"a,b", "", -1, {"a,b"}},
-          {"a,b,c", ",", 2, {"a", "b"}}, {"a,b", ",", 9, {"a", "b"}}, {"a,b", ",", 0, {}}})
+    for (const auto& [text, delimiter, maximum, parts] : {std::tuple("a,b,,c", ",", -1, Strings{"a", "b", "", "c"}),
+                                                          {",", ",", -1, {"", ""}},
+                                                          {"", ",", -1, {""}},
+                                                          {"a, b,c", ", ", -1, {"a", "b,c"}},
+                                                          {"aaa", "aa", -1, {"", "a"}},
+                                                          {"a,b", "", -1, {"a,b"}},
+                                                          {"a,b,c", ",", 2, {"a", "b"}},
+                                                          {"a,b", ",", 9, {"a", "b"}},
+                                                          {"a,b", ",", 0, {}}})
         EXPECT_EQ(split(text, delimiter, maximum), parts) << text << ", " << maximum;
 }
 
 TEST(PlainSplitPath, DirectoryNameAndExtension) {
-    for (const Strings& parts : {Strings{"/models/v1.2/", "a.tar", ".gz"}, {"v1.2/", "model", ""}, {"", "model", "."},
-                                 {"a/", "", ".hidden"}, {"a/b/", "", ""}, {"", "", ""}}) {
+    for (const Strings& parts : {Strings{"/models/v1.2/", "a.tar", ".gz"},
+                                 {"v1.2/", "model", ""},
+                                 {"", "model", "."},
+                                 {"a/", "", ".hidden"},
+                                 {"a/b/", "", ""},
+                                 {"", "", ""}}) {
         const std::string path = parts[0] + parts[1] + parts[2];
         char drive[32] = "~", dir[32] = "~", name[32] = "~", ext[32] = "~";
         _splitpath(path.c_str(), drive, 0, dir, -1, name, 0, ext, 32);  // the sizes are not looked at

@@ -75,8 +75,8 @@ TEST(PlainLayerCopy, GainsGiveEveryOutputItsLength) {
         const int n = static_cast<int>(kernel.values.size());
         GuardedBuffer weights(n);
         float* biasBuffer = row.wantsBias ? new float[4]() : nullptr;
-        ASSERT_TRUE(copyFileLayerWeights("layer", 1, file.layers(), weights.data(), biasBuffer, n, nullptr, row.allow,
-                                         false))
+        ASSERT_TRUE(
+            copyFileLayerWeights("layer", 1, file.layers(), weights.data(), biasBuffer, n, nullptr, row.allow, false))
             << row.what;
         const std::vector<double> expected = delivered(kernel, row.taps, gain);
         // Relative, a few roundings in a sum of at most 15 squares.
@@ -106,8 +106,10 @@ TEST(PlainLayerCopy, BiasOfAnotherRankIsReleasedAsItWasMade) {
 TEST(PlainLayerCopy, WhatDoesNotFitIsRefused) {
     const StoredTensor kernel = countingTensor({3, 4}, 1.0f), bias4 = countingTensor({4}, 1.0f);
     for (const std::vector<StoredTensor>& tensors :
-         {std::vector{kernel, bias4, countingTensor({1, 1, 5}, 1.0f)}, {kernel, bias4, countingTensor({1, 1, 3}, 1.0f)},
-          {countingTensor({12}, 1.0f), bias4, countingTensor({1, 1, 12}, 1.0f)}, {}}) {
+         {std::vector{kernel, bias4, countingTensor({1, 1, 5}, 1.0f)},
+          {kernel, bias4, countingTensor({1, 1, 3}, 1.0f)},
+          {countingTensor({12}, 1.0f), bias4, countingTensor({1, 1, 12}, 1.0f)},
+          {}}) {
         LayerFile file = fileOf(tensors);
         GuardedBuffer weights(12, 1, 7.0f), biasBuffer(4, 1, 7.0f);
         float* bias = biasBuffer.data();

@@ -110,8 +110,8 @@ TEST_F(PlainLoaders, OneLayerIntoTheCallersBuffers) {
     LayerFile file;
     file.read(path);
     weights.assign(6, 0.0f);
-    EXPECT_TRUE(copyFileLayerWeights("long", file.layerCount(), file.layers(), weights.data(), bias, 4, nullptr, true,
-                                     false));
+    EXPECT_TRUE(
+        copyFileLayerWeights("long", file.layerCount(), file.layers(), weights.data(), bias, 4, nullptr, true, false));
     EXPECT_EQ(weights, (Values{1, 2, 3, 4, 5, 6}));
     take(bias, {10, 0, 0}, "long");
 }

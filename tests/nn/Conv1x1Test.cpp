@@ -239,9 +239,16 @@ TEST(Conv1x1, SequencesLoadTheirLayer) {
     // More levels or other rows would need more weights than this form loads. On a single level every input counts as
     // one: interpolated wherever it is asked to begin.
     const Frames before(4, std::vector<float>(3, 5.0f));
-    for (const auto& [oneHot, coarse, rowOffset, computes] :
-         {std::tuple(2, 0, -1, false), {-1, 0, -1, false}, {0, 3, -1, false}, {0, 0, 1, false}, {0, 1, 1, false},
-          {1, 2, -1, false}, {1, 0, -1, true}, {1, 0, 1, true}, {0, 1, -1, true}, {2, 1, 0, true}}) {
+    for (const auto& [oneHot, coarse, rowOffset, computes] : {std::tuple(2, 0, -1, false),
+                                                              {-1, 0, -1, false},
+                                                              {0, 3, -1, false},
+                                                              {0, 0, 1, false},
+                                                              {0, 1, 1, false},
+                                                              {1, 2, -1, false},
+                                                              {1, 0, -1, true},
+                                                              {1, 0, 1, true},
+                                                              {0, 1, -1, true},
+                                                              {2, 1, 0, true}}) {
         SCOPED_TRACE(testing::Message() << oneHot << ", " << coarse << ", " << rowOffset);
         out = before;
         EXPECT_EQ(run("layer", false, oneHot, coarse, rowOffset), computes ? "" : "ERROR: not implemented\n");

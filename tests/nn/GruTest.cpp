@@ -17,7 +17,8 @@ struct NaiveGru {
     NaiveGru(Random& random, int nInputs, int nCond, int nHidden, bool withBiases)
         : input(randomKernel(random, 1, nInputs, 3 * nHidden, withBiases)),
           cond(randomKernel(random, 1, nCond, 3 * nHidden, withBiases)),
-          recurrent(randomKernel(random, 1, nHidden, 3 * nHidden, withBiases)), state(nHidden, 0.0) {}
+          recurrent(randomKernel(random, 1, nHidden, 3 * nHidden, withBiases)),
+          state(nHidden, 0.0) {}
 
     void addTo(WeightFileWriter& writer, const std::string& name) const {
         writer.add(name + "_R", recurrent.tensors());
@@ -74,8 +75,8 @@ TEST(Gru, FollowsTheEquationsOver1000Frames) {
     Random random(201);
     const TemporaryFolder folder;
     for (const Row& row : rows) {
-        const std::string where = std::to_string(row.nInputs) + " + " + std::to_string(row.nCond) + " to " +
-                                  std::to_string(row.nHidden);
+        const std::string where =
+            std::to_string(row.nInputs) + " + " + std::to_string(row.nCond) + " to " + std::to_string(row.nHidden);
         NaiveGru naive(random, row.nInputs, row.nCond, row.nHidden, row.biases);
         // A recurrent row adds up to about one: the unit forgets, so that errors of many frames do not add up.
         for (float& w : naive.recurrent.stored) w *= 1.0f / std::sqrt(static_cast<float>(row.nHidden));

@@ -56,9 +56,8 @@ TEST(PlainValueEncodings, Circle) {
         float lo, hi, sharpness;
     };
     const Row rows[] = {
-        {0.0f, 4, 0, 4, 0.3f},        {9.0f, 4, 0, 4, 0.3f},  {-9.0f, 4, 0, 4, 0.3f},
-        {3.6f, 4, 0, 4, 0.7f},        {0.3f, 12, -1, 1, 0.3f}, {370.0f, 36, 20, 380, 2.0f},
-        {0.3f, 1, 0, 2, 0.7f},   // the only level is where the circle begins
+        {0.0f, 4, 0, 4, 0.3f},   {9.0f, 4, 0, 4, 0.3f},       {-9.0f, 4, 0, 4, 0.3f}, {3.6f, 4, 0, 4, 0.7f},
+        {0.3f, 12, -1, 1, 0.3f}, {370.0f, 36, 20, 380, 2.0f}, {0.3f, 1, 0, 2, 0.7f},  // the only level is where the circle begins
         {4.0f, 4, 0, 4, 0.05f},  // where only a second lap, which is left out, would make it equal to 0
     };
     for (const Row& row : rows) {

@@ -19,7 +19,13 @@ namespace {
 TEST(WaveNet2Causal, MatchesTheDefinitionWithEveryPart) {
     const Shape shapes[] = {
         {.mean = true},
-        {.initialKernel = 3, .kernel = 2, .cycle = 3, .layers = 4, .firstSkip = 1, .nCond = 3, .mean = true,
+        {.initialKernel = 3,
+         .kernel = 2,
+         .cycle = 3,
+         .layers = 4,
+         .firstSkip = 1,
+         .nCond = 3,
+         .mean = true,
          .tanhInitial = true},
         {.kernel = 2, .nCond = 4, .nState = 9, .oneByOne = true},
         {.firstSkip = 2, .nState = 2, .oneByOne = true, .tanhResidual = true},

@@ -40,7 +40,8 @@ TEST(Text, NumbersAreWhole) {
 TEST(GrowingFile, GrowsAndGetsItsName) {
     const fs::path folder = fs::path(testing::TempDir()) / ("katessel_growing_" + std::to_string(::getpid()));
     fs::create_directory(folder);
-    const fs::path name = folder / "track.csv", growing = folder / ("track.csv." + std::to_string(::getpid()) + ".part");
+    const fs::path name = folder / "track.csv",
+                   growing = folder / ("track.csv." + std::to_string(::getpid()) + ".part");
     std::ofstream(name) << "old";
     std::optional<GrowingFile> file(name.string());
     EXPECT_FALSE(fs::exists(growing));

@@ -19,7 +19,8 @@ class GuardedBuffer {
 public:
     // n floats of `fill`; the first one lies `misalignment` floats behind an allocation's start.
     explicit GuardedBuffer(int n, int misalignment = 1, float fill = 0.0f)
-        : m_front(static_cast<std::size_t>(kGuards + misalignment)), m_size(static_cast<std::size_t>(n)),
+        : m_front(static_cast<std::size_t>(kGuards + misalignment)),
+          m_size(static_cast<std::size_t>(n)),
           m_memory(m_front + m_size + kGuards, guard()) {
         for (int i = 0; i < n; ++i) data()[i] = fill;
     }

@@ -43,7 +43,8 @@ int main(int argc, char** argv) {
     player.step = std::atof(argv[1]) / jack_get_sample_rate(client);
     player.port = jack_port_register(client, "out", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
     jack_set_process_callback(client, &play, &player);
-    jack_on_shutdown(client, [](void*) { kill(getpid(), SIGTERM); }, nullptr);
+    jack_on_shutdown(
+        client, [](void*) { kill(getpid(), SIGTERM); }, nullptr);
     if (player.port == nullptr || jack_activate(client) != 0) return 1;
     std::puts("playing");
     std::fflush(stdout);

@@ -10,15 +10,13 @@
 #define RATE 48000
 #define BLOCK 240
 
-static int fail(const char* what)
-{
+static int fail(const char* what) {
     printf("failed: %s\n", what);
     return 1;
 }
 
 /* The same model from memory, twice with a reset between. */
-static int memoryAndReset(const char* model, const float* sound, float expected)
-{
+static int memoryAndReset(const char* model, const float* sound, float expected) {
     static char weights[1 << 20];
     char fault[80];
     float f0 = 0.0f, confidence = 0.0f;
@@ -31,9 +29,11 @@ static int memoryAndReset(const char* model, const float* sound, float expected)
     bytes = fread(weights, 1, sizeof weights, file);
     fclose(file);
     if (KTesselExt_CheckWeights(weights, bytes, fault, sizeof fault) != KTESSELEXT_OK) return fail(fault);
-    if (KTesselExt_CheckWeights(weights, bytes / 2, fault, sizeof fault) != KTESSELEXT_BAD_MODEL) return fail("a cut model");
+    if (KTesselExt_CheckWeights(weights, bytes / 2, fault, sizeof fault) != KTESSELEXT_BAD_MODEL)
+        return fail("a cut model");
     printf("half a model: %s\n", fault);
-    if (KTesselExt_ConfigureFromMemory(RATE, BLOCK, weights, bytes, engine) != KTESSELEXT_OK) return fail("from memory");
+    if (KTesselExt_ConfigureFromMemory(RATE, BLOCK, weights, bytes, engine) != KTESSELEXT_OK)
+        return fail("from memory");
     for (pass = 0; pass < 2; ++pass) {
         for (i = 0; i + BLOCK <= RATE; i += BLOCK) KTessel_DoProcess(sound + i, BLOCK, &f0, &confidence, 0, engine);
         if (f0 != expected) return fail("the same pitch from memory");
@@ -43,8 +43,7 @@ static int memoryAndReset(const char* model, const float* sound, float expected)
     return 0;
 }
 
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     static float sound[RATE];
     static float trackF0[300], trackConfidence[300];
     float f0 = 0.0f, confidence = 0.0f;
@@ -55,8 +54,7 @@ int main(int argc, char** argv)
 
     if (argc != 2) return fail("usage: use MODEL");
     for (i = 0; i < RATE; ++i)
-        for (h = 1; h <= 10; ++h)
-            sound[i] += (float)(0.1 / h * sin(2.0 * 3.14159265358979 * 200.0 * h * i / RATE));
+        for (h = 1; h <= 10; ++h) sound[i] += (float)(0.1 / h * sin(2.0 * 3.14159265358979 * 200.0 * h * i / RATE));
 
     engine = KTessel_Create();
     if (KTessel_Configure(RATE, 0, BLOCK, "/no/such/model", engine) != -1) return fail("a missing model");
