@@ -1,11 +1,11 @@
 #!/usr/bin/python3
 """Averages two weight files of one descent.
 
-    blend.py FIRST SECOND SHARE OUT [--shift-first live|offline]
+    blend.py FIRST SECOND SHARE OUT [--shift-first live|offline] [--cents C]
 
 SHARE is the second one's, 0 to 1. Weights refined from one checkpoint lie in the same valley; a point between keeps what each
 has gained, also where the second has since learnt other sounds. Where the second was refined for one form alone and the first for
-both, --shift-first moves the first to that form's scale before they meet.
+both, --shift-first moves the first to that form's scale before they meet. A mean may lean: --cents makes it read so much higher.
 """
 import argparse
 import struct
@@ -47,6 +47,7 @@ def main():
     parser.add_argument("share", type=share_of_one)
     parser.add_argument("out")
     parser.add_argument("--shift-first", choices=OFFSETS)
+    parser.add_argument("--cents", type=float, default=0.0)
     chosen = parser.parse_args()
     first, second = open(chosen.first, "rb").read(), open(chosen.second, "rb").read()
     if tensors(first) != tensors(second):
@@ -54,9 +55,13 @@ def main():
     blend = bytearray(first)
     for place, size in tensors(first):
         a, b = (np.frombuffer(data, "<f4", size // 4, place).astype(np.float64) for data in (first, second))
-        if chosen.shift_first and place == tensors(first)[-1][0]:  # the outputs' bias: pitch, voicing
+        last = place == tensors(first)[-1][0]  # the outputs' bias: pitch, voicing
+        if chosen.shift_first and last:
             a[0] += (OFFSETS[chosen.shift_first] - JOINT_OFFSET) / OCTAVES
-        blend[place:place + size] = ((1.0 - chosen.share) * a + chosen.share * b).astype("<f4").tobytes()
+        mean = (1.0 - chosen.share) * a + chosen.share * b
+        if last:
+            mean[0] += chosen.cents / 1200.0 / OCTAVES
+        blend[place:place + size] = mean.astype("<f4").tobytes()
     with open(chosen.out, "wb") as file:
         file.write(blend)
 
