@@ -49,13 +49,12 @@ void Network::forward(const Tensor& features, FormOutput* streaming, FormOutput*
     const int64_t frames = features.size(0), batch = features.size(1), results = frames - kReach;
     const double half = std::sqrt(0.5);
     const Tensor normal = (features - m_mean) * m_scale;
-    const Tensor initial =
-        product(normal.view({1, -1, kFeatures}), weight(parameter::initialWeights).unsqueeze(0),
-                weight(parameter::initialBias), 1, m_coarse)
-            .view({frames, batch, kResidual});
+    const Tensor initial = product(normal.view({1, -1, kFeatures}), weight(parameter::initialWeights).unsqueeze(0),
+                                   weight(parameter::initialBias), 1, m_coarse)
+                               .view({frames, batch, kResidual});
     const auto gate = [&](const Tensor& x, int layer) {
-        return gated(product(x, weight(parameter::gates(layer)), weight(parameter::gatesBias(layer)),
-                             kDilations[layer], m_coarse));
+        return gated(product(x, weight(parameter::gates(layer)), weight(parameter::gatesBias(layer)), kDilations[layer],
+                             m_coarse));
     };
     const auto skip = [&](const Tensor& x, int64_t begin, int64_t count, int layer) {
         return product(part(x, begin, count), weight(parameter::skip(layer)).unsqueeze(0),
@@ -72,8 +71,8 @@ void Network::forward(const Tensor& features, FormOutput* streaming, FormOutput*
         const Tensor second = gate(input, 1);
         const Tensor middle = (second + part(input, secondMiddle, n1)) * half;
         const Tensor third = gate(middle, 2);
-        const Tensor all = part(firstSkip, secondMiddle, results) + skip(second, 1, results, 1) +
-                           skip(third, 0, results, 2);
+        const Tensor all =
+            part(firstSkip, secondMiddle, results) + skip(second, 1, results, 1) + skip(third, 0, results, 2);
         return FormOutput{part(middle, 1, results).reshape({-1, kResidual}),
                           heads(all.view({-1, kSkip}) / kLayers + weight(parameter::skipBias))};
     };
@@ -89,8 +88,8 @@ Tensor Network::rows(const Tensor& x, int weights, int bias) const {
 // The last product decides on cents: it stays fine.
 Tensor Network::heads(const Tensor& skip) const {
     constexpr double kSlope = 0.2;
-    const Tensor hidden = torch::leaky_relu(
-        rows(torch::leaky_relu(skip, kSlope), parameter::hidden, parameter::hiddenBias), kSlope);
+    const Tensor hidden =
+        torch::leaky_relu(rows(torch::leaky_relu(skip, kSlope), parameter::hidden, parameter::hiddenBias), kSlope);
     return torch::addmm(weight(parameter::outputBias), hidden, weight(parameter::output));
 }
 

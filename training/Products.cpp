@@ -47,8 +47,7 @@ private:
         const int64_t inputs = x.size(2);
         if (taps == 1) return x.reshape({-1, inputs});
         std::vector<Tensor> parts;
-        for (int64_t k = 0; k < taps; ++k)
-            parts.push_back(x.narrow(0, (taps - 1 - k) * dilation, frames));
+        for (int64_t k = 0; k < taps; ++k) parts.push_back(x.narrow(0, (taps - 1 - k) * dilation, frames));
         return torch::cat(parts, 2).view({-1, taps * inputs});
     }
 };

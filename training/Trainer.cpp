@@ -17,9 +17,10 @@ using torch::Tensor;
 
 constexpr double kWarmUp = 300.0, kWarmUpShare = 0.1;  // [steps], but not more than this part of the run
 constexpr double kLastRate = 0.005;                    // of the highest
-constexpr std::int64_t kClassesLearnFirst = 400;  // [steps] before they teach, where they begin at random beside weights
+constexpr std::int64_t kClassesLearnFirst =
+    400;  // [steps] before they teach, where they begin at random beside weights
 constexpr double kJudgedFrom = 0.05, kJudgedFully = 0.35;  // part of the run: what the classes hear comes to count
-constexpr double kFirstWidth = 60.0;        // [cents]
+constexpr double kFirstWidth = 60.0;                       // [cents]
 constexpr char kScratchModel[] = "features.weights";
 
 }  // namespace
@@ -115,7 +116,8 @@ void Trainer::compute(std::size_t index, std::int64_t number) {
     worker.losses = {};
     for (int f = 0; f < 2; ++f) {
         if (!wanted[f]) continue;
-        const LossParts parts = formLoss(*m_network, forms[f], share == 1.0 ? ownOffsets[f] : kJointOffset, truth, schedule);
+        const LossParts parts =
+            formLoss(*m_network, forms[f], share == 1.0 ? ownOffsets[f] : kJointOffset, truth, schedule);
         total = total.defined() ? total + parts.total : parts.total;
         worker.losses.total += share * parts.total.item<double>();
         worker.losses.pitch += share * parts.pitch.item<double>();

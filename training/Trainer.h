@@ -21,8 +21,8 @@ enum class Forms { both, streaming, offline };
 
 struct TrainingOptions {
     std::string recordings, noises, voices, scored;  // folders; empty: generated sound alone; no scores
-    std::string out;                         // folder of checkpoints, logs and weights
-    std::string start;                       // checkpoint or weight file to start from, with a schedule of its own
+    std::string out;                                 // folder of checkpoints, logs and weights
+    std::string start;  // checkpoint or weight file to start from, with a schedule of its own
     std::int64_t steps = 33000;
     int threads = 2;
     int batch = 160;         // stretches per thread and step

@@ -73,8 +73,7 @@ void setLayers(Network& network, const std::vector<Layer>& layers) {
     };
     const Tensor initial = layers[0].tensors[0].squeeze(0);
     set(parameter::initialWeights, initial / network.scale().to(torch::kFloat64).view({-1, 1}));
-    set(parameter::initialBias,
-        layers[0].tensors[1] + torch::mv(initial.t(), network.mean().to(torch::kFloat64)));
+    set(parameter::initialBias, layers[0].tensors[1] + torch::mv(initial.t(), network.mean().to(torch::kFloat64)));
     for (int l = 0; l < kLayers; ++l) {
         const Layer *tanh = &layers[static_cast<std::size_t>(1 + 3 * l)], *sigmoid = tanh + 1, *skip = tanh + 2;
         set(parameter::gates(l), torch::cat({tanh->tensors[0], sigmoid->tensors[0]}, -1));
@@ -113,10 +112,10 @@ void importWeights(const std::string& path, Network& network) {
             katessel::fail("cannot start", path, "layer \"" + layer.name + "\" without a gain", "another");
         for (std::size_t t = 0; t < count; ++t) {
             if (found->tensors[t].count != layer.tensors[t].numel())
-                katessel::fail("cannot start", path, std::to_string(layer.tensors[t].numel()) + " values in " + layer.name,
-                     std::to_string(found->tensors[t].count));
-            layer.tensors[t] = torch::from_blob(found->tensors[t].values, layer.tensors[t].sizes())
-                                   .to(torch::kFloat64);
+                katessel::fail("cannot start", path,
+                               std::to_string(layer.tensors[t].numel()) + " values in " + layer.name,
+                               std::to_string(found->tensors[t].count));
+            layer.tensors[t] = torch::from_blob(found->tensors[t].values, layer.tensors[t].sizes()).to(torch::kFloat64);
         }
     }
     setLayers(network, layers);

@@ -24,7 +24,8 @@ TEST(PlainProducts, AndTheirDerivativesAreTheTrueOnes) {
         const std::vector<Tensor> inputs = {torch::randn({12, 4, 20}).requires_grad_(true),
                                             torch::randn({taps, 20, 15}).requires_grad_(true),
                                             torch::randn({15}).requires_grad_(true)};
-        const Tensor truth = plainProduct(inputs[0], inputs[1], inputs[2], dilation), seen = torch::randn(truth.sizes());
+        const Tensor truth = plainProduct(inputs[0], inputs[1], inputs[2], dilation),
+                     seen = torch::randn(truth.sizes());
         const std::vector<Tensor> expected = torch::autograd::grad({truth}, inputs, {seen});
         for (const bool coarse : {false, true}) {
             const double tolerance = coarse ? 0.01 : 1e-5;  // bfloat16 has 8 binary digits

@@ -99,7 +99,7 @@ TEST(PlainTrainingSound, EverySourceRepeatsAtItsPitchAndNoSooner) {
         double astray, mistaken;  // shares of the frames that may be
     };
     const Row rows[] = {
-        {"voice", drawVoice, 600.0, 0.15, 0.01},         // moves within two periods, breathes, trembles
+        {"voice", drawVoice, 600.0, 0.15, 0.01},  // moves within two periods, breathes, trembles
         {"glottis", drawGlottalVoice, 600.0, 0.25, 0.01},
         {"instrument", drawInstrument, 600.0, 0.1, 0.05},
         {"tone", drawTone, 1500.0, 0.1, 0.01},
@@ -137,8 +137,11 @@ TEST(PlainTrainingSound, ExcerptsAndRecordersKeepSoundAndTruthTogether) {
         }
     }
     using Effect = void (*)(Samples&, Random&);
-    const std::pair<const char*, Effect> effects[] = {{"equaliser", equalise}, {"telephone", telephone},
-                                                      {"clipping", ::clip},    {"compressor", compress}, {"codec", code}};
+    const std::pair<const char*, Effect> effects[] = {{"equaliser", equalise},
+                                                      {"telephone", telephone},
+                                                      {"clipping", ::clip},
+                                                      {"compressor", compress},
+                                                      {"codec", code}};
     for (const auto& [name, effect] : effects) {
         double sum = 0.0;
         int counted = 0;

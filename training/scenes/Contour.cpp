@@ -6,7 +6,7 @@
 namespace {
 
 constexpr double kHopSeconds = static_cast<double>(kHop) / kRate;
-constexpr float kHeard = 0.2f, kNotHeard = 0.03f;    // gains from which a frame is voiced, and below which it is not
+constexpr float kHeard = 0.2f, kNotHeard = 0.03f;  // gains from which a frame is voiced, and below which it is not
 
 // What stays the same through one piece.
 struct Manner {

@@ -55,7 +55,8 @@ float pitchAt(const std::vector<float>& pitch, double place) {
 // back as others.
 class Interpolation {
 public:
-    explicit Interpolation(double speed) : m_stretch(std::max(1.0, speed)), m_reach(static_cast<long>(kLobes * m_stretch)) {
+    explicit Interpolation(double speed)
+        : m_stretch(std::max(1.0, speed)), m_reach(static_cast<long>(kLobes * m_stretch)) {
         const double steps = kPerSample / m_stretch;
         for (std::size_t i = 0; i <= static_cast<std::size_t>(m_reach + 1) * kPerSample; ++i) {
             const double x = static_cast<double>(i) / (kPerSample * m_stretch);
@@ -90,7 +91,8 @@ Corpus::Corpus(const std::string& folder, bool labelled) {
     std::vector<fs::path> paths;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
         fs::path truth = entry.path();
-        if (isNamedLikeSound(entry.path().string()) && (!labelled || fs::is_regular_file(truth.replace_extension(".f0"))))
+        if (isNamedLikeSound(entry.path().string()) &&
+            (!labelled || fs::is_regular_file(truth.replace_extension(".f0"))))
             paths.push_back(entry.path());
     }
     if (paths.empty())

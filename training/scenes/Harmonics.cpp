@@ -11,8 +11,8 @@ Envelope steadyEnvelope(const Contour& contour, const std::vector<double>& level
     Envelope gains(contour.pitch.size() * kMostHarmonics, 0.0f);
     for (std::size_t c = 0; c < contour.pitch.size(); ++c)
         for (std::size_t k = 1; k <= levels.size() && static_cast<double>(k) * contour.pitch[c] < kHighestPartial; ++k)
-            gains[c * kMostHarmonics + k - 1] = static_cast<float>(
-                contour.gain[c] * levels[k - 1] * bandEnd(static_cast<double>(k) * contour.pitch[c]));
+            gains[c * kMostHarmonics + k - 1] = static_cast<float>(contour.gain[c] * levels[k - 1] *
+                                                                   bandEnd(static_cast<double>(k) * contour.pitch[c]));
     return gains;
 }
 

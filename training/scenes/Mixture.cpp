@@ -29,8 +29,8 @@ Samples drawBackground(const Sources& sources, int frames, Random& random) {
     if (sources.noises == nullptr || kind < 0.5) return drawNoise(wanted, random);
     Samples noise = drawRecorded(*sources.noises, frames, 0.6, 1.6, random);
     if (random.chance(0.25)) {
-        const Samples other = random.chance(0.5) ? drawNoise(wanted, random)
-                                                 : drawRecorded(*sources.noises, frames, 0.6, 1.6, random);
+        const Samples other =
+            random.chance(0.5) ? drawNoise(wanted, random) : drawRecorded(*sources.noises, frames, 0.6, 1.6, random);
         addAtLevel(noise, other, level(noise), decibels(random.uniform(-12.0, 6.0)));
     }
     return noise;
@@ -40,11 +40,9 @@ Samples drawBackground(const Sources& sources, int frames, Random& random) {
 Samples drawBabble(const Sources& sources, int frames, int talkers, Random& random) {
     Samples babble(static_cast<std::size_t>(samplesFor(frames)), 0.0f);
     for (int t = 0; t < talkers; ++t) {
-        const Corpus* corpus =
-            sources.voices != nullptr && random.chance(0.6) ? sources.voices : sources.pitched;
-        const Samples talker = corpus != nullptr
-                                   ? drawRecorded(*corpus, frames, 0.85, 1.2, random)
-                                   : drawVoice(random.logUniform(80.0, 300.0), frames, random).samples;
+        const Corpus* corpus = sources.voices != nullptr && random.chance(0.6) ? sources.voices : sources.pitched;
+        const Samples talker = corpus != nullptr ? drawRecorded(*corpus, frames, 0.85, 1.2, random)
+                                                 : drawVoice(random.logUniform(80.0, 300.0), frames, random).samples;
         addAtLevel(babble, talker, 1.0, decibels(random.uniform(-5.0, 5.0)));
     }
     if (random.chance(0.3)) reverberate(babble, random);

@@ -11,9 +11,9 @@ namespace {
 
 // What one drum sounds like: a sine that falls, and noise through a one-pole filter.
 struct Drum {
-    double hz, fall, ring;         // of the sine: [Hz], octaves it falls, [s] of its decay
-    double noise, hiss;            // level of the noise against the sine, [s] of its decay
-    float pole;                    // of the noise's filter; its high part is used where `bright`
+    double hz, fall, ring;  // of the sine: [Hz], octaves it falls, [s] of its decay
+    double noise, hiss;     // level of the noise against the sine, [s] of its decay
+    float pole;             // of the noise's filter; its high part is used where `bright`
     bool bright;
 };
 

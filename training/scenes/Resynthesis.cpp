@@ -19,8 +19,9 @@ std::vector<double> drawFactors(std::size_t frames, Random& random) {
     const double rate = random.logUniform(0.3, 6.0), phase = random.uniform(0.0, 6.28);
     std::vector<double> factors;
     for (std::size_t f = 0; f < frames; ++f)
-        factors.push_back(std::exp2(shift + depth / (1.0 + rate) *
-                                                std::sin(phase + 2.0 * M_PI * rate * static_cast<double>(f) * kHop / kRate)));
+        factors.push_back(
+            std::exp2(shift + depth / (1.0 + rate) *
+                                  std::sin(phase + 2.0 * M_PI * rate * static_cast<double>(f) * kHop / kRate)));
     return factors;
 }
 

@@ -11,9 +11,9 @@ namespace {
 
 using Point = std::array<double, 3>;  // [m]
 
-constexpr double kSound = 343.0;         // [m/s]
-constexpr int kOrder = 3;                // of the images along each axis
-constexpr double kLongest = 0.8;         // [s] of a response; what comes later is 40 dB down or more
+constexpr double kSound = 343.0;  // [m/s]
+constexpr int kOrder = 3;         // of the images along each axis
+constexpr double kLongest = 0.8;  // [s] of a response; what comes later is 40 dB down or more
 constexpr double kWallCornerLow = 1500.0, kWallCornerHigh = 12000.0;  // [Hz] above which a wall swallows more
 
 double distance(const Point& a, const Point& b) { return std::hypot(a[0] - b[0], a[1] - b[1], a[2] - b[2]); }
@@ -55,8 +55,8 @@ void addImages(Samples& response, const Box& box, double until) {
                 double gain = 1.0;
                 for (std::size_t axis = 0; axis < 3; ++axis) {
                     const double place = box.talker[axis];
-                    image[axis] = number[axis] * box.size[axis] +
-                                  (number[axis] % 2 == 0 ? place : box.size[axis] - place);
+                    image[axis] =
+                        number[axis] * box.size[axis] + (number[axis] % 2 == 0 ? place : box.size[axis] - place);
                     gain *= std::pow(box.reflection[axis], std::abs(number[axis]));
                 }
                 const double far = std::max(distance(image, box.ear), direct), delay = (far - direct) / kSound * kRate;

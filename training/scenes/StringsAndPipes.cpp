@@ -12,15 +12,15 @@ namespace {
 
 constexpr std::size_t kPartials = 64;
 constexpr double kHeard = -40.0, kNotHeard = -55.0;  // [dB re its beginning] a note with a pitch, and one that is gone
-constexpr int kBefore = kWindow;                       // [samples] before the scene in which a note may begin
+constexpr int kBefore = kWindow;                     // [samples] before the scene in which a note may begin
 
 // What the notes of one instrument have in common.
 struct Build {
-    double stiffness;      // B: partial k lies at k sqrt(1 + B k^2) times the ideal pitch
-    double pluck;          // where along the string, 0 .. 0.5
-    double tilt;           // [dB per octave]
-    double seconds;        // to -60 dB, of the first partial
-    double brightness;     // how much sooner higher partials die: 0, alike
+    double stiffness;   // B: partial k lies at k sqrt(1 + B k^2) times the ideal pitch
+    double pluck;       // where along the string, 0 .. 0.5
+    double tilt;        // [dB per octave]
+    double seconds;     // to -60 dB, of the first partial
+    double brightness;  // how much sooner higher partials die: 0, alike
     double noteFrames, spread;
 };
 
@@ -60,8 +60,7 @@ void addNote(Samples& samples, std::size_t begin, std::size_t end, double hz, co
             re[p] = turned;
             sum += re[p];
         }
-        const float damper =
-            i < end ? 1.0f : 1.0f - static_cast<float>(i - end) / static_cast<float>(release);
+        const float damper = i < end ? 1.0f : 1.0f - static_cast<float>(i - end) / static_cast<float>(release);
         samples[i] += damper * sum;
     }
 }
@@ -72,8 +71,9 @@ void label(std::vector<float>& pitch, long begin, long end, double hz, const Bui
     const long first = std::max(0L, (begin - kCentre + kHop - 1) / kHop);
     for (long f = first; f < static_cast<long>(pitch.size()) && f * kHop + kCentre < end; ++f) {
         const double loud = -perFrame * static_cast<double>(f - (begin - kCentre) / kHop);
-        pitch[static_cast<std::size_t>(f)] =
-            loud > kHeard ? static_cast<float>(hz) : loud > kNotHeard ? kUnknown : kUnvoiced;
+        pitch[static_cast<std::size_t>(f)] = loud > kHeard      ? static_cast<float>(hz)
+                                             : loud > kNotHeard ? kUnknown
+                                                                : kUnvoiced;
     }
     const long last = (end - kCentre + kHop - 1) / kHop;
     for (long f = std::max(0L, last); f < std::min(static_cast<long>(pitch.size()), last + 4); ++f)

@@ -124,8 +124,10 @@ LabelledSound drawModulated(double base, int frames, Random& random) {
     for (std::size_t i = 0; i < sound.samples.size(); ++i) {
         if (course.gain[i] <= 0.0f) continue;
         const double turn = 2.0 * M_PI * std::fmod(course.turns[i], 1.0),
-                     now = index * (1.0 - 0.5 * wave * (1.0 + std::sin(2.0 * M_PI * rate * static_cast<double>(i) / kRate)));
-        sound.samples[i] = course.gain[i] * static_cast<float>(std::sin(carrier * turn + now * std::sin(modulator * turn)));
+                     now = index *
+                           (1.0 - 0.5 * wave * (1.0 + std::sin(2.0 * M_PI * rate * static_cast<double>(i) / kRate)));
+        sound.samples[i] =
+            course.gain[i] * static_cast<float>(std::sin(carrier * turn + now * std::sin(modulator * turn)));
     }
     setPitch(sound, contour);
     return sound;
