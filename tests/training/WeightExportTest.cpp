@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <unistd.h>
 
-#include "Errors.h"
+#include "recordings/base/Errors.h"
 #include "FeatureExtractor.h"
 #include "Loss.h"
 #include "Voices.h"
@@ -95,7 +95,7 @@ TEST_F(PlainWeightExport, ImportedWeightsGiveTheSameOutputs) {
     EXPECT_TRUE(torch::allclose(offline.heads, m_offline.heads, 1e-4, 1e-4));
     EXPECT_TRUE(torch::allclose(offline.middle, m_offline.middle, 1e-4, 1e-4));
     std::filesystem::resize_file(m_path, 1000);
-    EXPECT_THROW(importWeights(m_path, other), ToolError);
+    EXPECT_THROW(importWeights(m_path, other), katessel::ToolError);
 }
 
 }  // namespace
