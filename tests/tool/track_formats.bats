@@ -39,7 +39,7 @@ near() {
 
 @test "json says where it comes from" {
   katessel track note.wav --format json --start 0.1 --duration 0.3 --threshold 0.5 --mode live --fmax 900 > track.json
-  "$PYTHON" - "$(sha256sum < "$MODEL" | cut -d' ' -f1)" "$(katessel --version)" <<'PY'
+  "$PYTHON" - "$(sha256sum < "${MODEL%/*}/live.weights" | cut -d' ' -f1)" "$(katessel --version)" <<'PY'
 import json, sys
 with open("track.json") as f:
     track = json.load(f)
@@ -47,8 +47,8 @@ assert track["recording"] == "note.wav" and track["sample_rate"] == 24000
 assert (track["start"], track["end"]) == (0.1, 0.4)
 assert track["model"]["sha256"] == sys.argv[1]
 version = sys.argv[2].split(", ")
-assert (track["library"], track["instructions"]) == (version[0], version[2]), version
-assert version[1] == "model " + sys.argv[1]
+assert (track["library"], track["instructions"]) == (version[0], version[-1]), version
+assert version[2] == "live model " + sys.argv[1], version
 assert track["settings"] == {"mode": "live", "threshold": 0.5, "voicing": "hysteresis", "fmax": 900.0}, track["settings"]
 PY
   # Any name gives good JSON.

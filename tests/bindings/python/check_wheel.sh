@@ -19,7 +19,7 @@ cd "$scratch"
 PYTHONPATH=$scratch/site "$python" - <<'PY'
 import os, katessel, numpy as np
 assert katessel.__file__.startswith(os.environ["PYTHONPATH"]), katessel.__file__
-assert katessel.default_model() == os.path.join(os.path.dirname(katessel.__file__), "default.weights")
+assert katessel.default_model() == os.path.join(os.path.dirname(katessel.__file__), "offline.weights")
 assert os.path.exists(os.path.join(os.path.dirname(katessel.__file__), "py.typed"))
 t = np.arange(24000) / 24000
 x = sum(0.1 / h * np.sin(2 * np.pi * 220 * h * t) for h in range(1, 8))
