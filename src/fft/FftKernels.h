@@ -2,6 +2,8 @@
 // results bit-reversed.
 #pragma once
 
+#include <cstddef>
+
 #include "fft/FftButterflies.h"
 
 namespace KaTessel {
@@ -39,14 +41,14 @@ inline void two2(ComplexOf<Real>* x) {
     x[0] = x[0] + turned;
 }
 
-template <typename Real, int kPoints>
+template <typename Real, std::size_t kPoints>
 inline void readPoints(ComplexOf<Real> (&x)[kPoints], const Real* a) {
-    for (int k = 0; k < kPoints; ++k) x[k] = get(a, k);
+    for (int k = 0; k < int{kPoints}; ++k) x[k] = get(a, k);
 }
 
-template <typename Real, int kPoints>
+template <typename Real, std::size_t kPoints>
 inline void writePoints(const ComplexOf<Real> (&x)[kPoints], Real* a) {
-    for (int k = 0; k < kPoints; ++k) set(a, k, x[k]);
+    for (int k = 0; k < int{kPoints}; ++k) set(a, k, x[k]);
 }
 
 template <typename Real>

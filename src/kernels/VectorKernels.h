@@ -5,6 +5,7 @@
 // as the transform is: the linker would keep one copy of it, perhaps the one compiled for instructions that the
 // machine lacks.
 #include <math.h>
+#include <stddef.h>
 
 #include "fft/FftReal.h"
 #include "kernels/Kernels.h"
@@ -86,8 +87,8 @@ float dot(const float* a, const float* b, int n) {
 template <int kRows>
 KATESSEL_INLINE void rowBlock(float* out, const float* w, long rowStride, long tapStride, const float* const* x,
                               const Vec* ends, Mask last, int taps, int nIn) {
-    Vec acc[kRows] = {};
-    float shortSums[kRows] = {};
+    Vec acc[std::size_t{kRows}] = {};
+    float shortSums[std::size_t{kRows}] = {};
     const int whole = nIn - nIn % kLanes;
     for (int t = 0; t < taps; ++t) {
         const float* rows = w + t * tapStride;
@@ -151,7 +152,7 @@ constexpr int kTileFrames = kLanes == 16 ? 12 : kLanes == 8 ? 6 : 4;
 template <int kFrames>
 KATESSEL_INLINE void frameTile(float* out, long outStride, int outputs, const float* panel, const float* const* x,
                                long xOffset, long xStride, int taps, int nIn, const float* bias, bool accumulate) {
-    Vec acc[kFrames][kPanelVectors] = {};
+    Vec acc[std::size_t{kFrames}][kPanelVectors] = {};
     for (int t = 0; t < taps; ++t) {
         const float* in = x[t] + xOffset;
         for (int i = 0; i < nIn; ++i, panel += kPanel) {
@@ -282,7 +283,7 @@ void scaledDecibels(float* x, float floor, float factor, float offset, int n) {
 // kWide vectors at a time share the taps.
 template <int kWide>
 KATESSEL_INLINE void convolveBins(float* out, const float* spectrum, const float* kernel, int pairFloats) {
-    Vec acc[kWide] = {};
+    Vec acc[std::size_t{kWide}] = {};
     for (int t = 0; t < pairFloats; t += 2) {
         const Vec tap = splat(kernel[t]);
         for (int v = 0; v < kWide; ++v) acc[v] += tap * load(spectrum + v * kLanes + t);
@@ -318,7 +319,7 @@ void transformLanes(float* a, int n) { realTransform(n, reinterpret_cast<Vec*>(a
 // kBins neighbouring bins share the taps.
 template <int kBins>
 KATESSEL_INLINE void convolveBinsOfLanes(Vec* out, const Vec* spectrum, const float* taps, int count) {
-    Vec re[kBins] = {}, im[kBins] = {};
+    Vec re[std::size_t{kBins}] = {}, im[std::size_t{kBins}] = {};
     for (int t = 0; t < count; ++t) {
         const Vec tap = splat(taps[2 * t]);
         for (int b = 0; b < kBins; ++b) {
