@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kNpyPrefix = 10;  // magic text, version, length of the header
 constexpr std::size_t kNpyAlignment = 64;
 
-constexpr int kTicksPerBeat = 500;
+constexpr std::uint32_t kTicksPerBeat = 500;
 constexpr int kBeatMicroseconds = 500000;  // 120 beats a minute, so that a tick is 1 ms
 constexpr int kVelocity = 96;
 constexpr int kNoteOn = 0x90, kNoteOff = 0x80;
@@ -88,7 +88,7 @@ std::string npyBytes(const TrackDocument& document) {
 
 std::string midiBytes(const TrackDocument& document) {
     std::string header;
-    for (const std::uint32_t value : {0, 1, kTicksPerBeat}) appendBigEndian(header, value, 2);
+    for (const std::uint32_t value : {0u, 1u, kTicksPerBeat}) appendBigEndian(header, value, 2);
 
     std::string tempo("\xff\x51\x03", 3);
     appendBigEndian(tempo, kBeatMicroseconds, 3);
