@@ -38,14 +38,14 @@ TEST(Kernels, SumsProductsAndMagnitudes) {
         active->magnitude(sizes.data(), fpairs.data(), n);
         for (int i = 0; i < n; ++i) {
             SCOPED_TRACE(testing::Message() << i << " of " << n);
-            ASSERT_EQ(accumulated[i], a[i] + b[i]);
-            ASSERT_EQ(scaled[i], a[i] * factor);
-            ASSERT_EQ(product[i], a[i] * b[i]);
-            ASSERT_EQ(sum[i], (a[i] + b[i]) * factor);
+            ASSERT_EQ(accumulated[i], fa[i] + fb[i]);
+            ASSERT_EQ(scaled[i], fa[i] * factor);
+            ASSERT_EQ(product[i], fa[i] * fb[i]);
+            ASSERT_EQ(sum[i], (fa[i] + fb[i]) * factor);
             ASSERT_EQ(overA[i], sum[i]);
             ASSERT_EQ(overB[i], sum[i]);
-            ASSERT_EQ(rectified[i], a[i] < 0.0f ? a[i] * 0.2f : a[i]);
-            const double size = std::hypot(pairs[2 * i], pairs[2 * i + 1]);
+            ASSERT_EQ(rectified[i], fa[i] < 0.0f ? fa[i] * 0.2f : fa[i]);
+            const double size = std::hypot(fpairs[2 * i], fpairs[2 * i + 1]);
             // Two roundings under the root and one of the root itself.
             ASSERT_NEAR(sizes[i], size, 3 * std::ldexp(1.0, -24) * size);
         }
@@ -62,10 +62,12 @@ void check(const char* name, const std::vector<float>& sweep, const std::functio
         const int n = length <= kLongest ? length : static_cast<int>(sweep.size());
         std::vector<float> x;
         for (int i = 0; i < n; ++i) x.push_back(sweep[next++ % sweep.size()]);
+        const FencedInput before(x);
         GuardedBuffer values(x, n % 5);
         kernel(values.data(), n);
         for (int i = 0; i < n; ++i)
-            ASSERT_NEAR(values[i], exact(x[i]), tolerance(exact(x[i]))) << name << " of " << x[i] << ", n = " << n;
+            ASSERT_NEAR(values[i], exact(before[i]), tolerance(exact(before[i])))
+                << name << " of " << before[i] << ", n = " << n;
         ASSERT_TRUE(values.intact()) << name << " over " << n;
     }
 }

@@ -60,7 +60,9 @@ TEST(LaneKernels, TransformIsTheSumOverAllSamples) {
         }
         active->transformLanes(a.data(), n);
         for (int signal = 0; signal < active->lanes; ++signal)
-            EXPECT_LT(relativeError(unpackedSpectrum(a.signal(signal, n).data(), n), expected[signal]), 2e-6)
+            EXPECT_LT(relativeError(unpackedSpectrum(a.signal(signal, n).data(), n),
+                                    expected[static_cast<std::size_t>(signal)]),
+                      2e-6)
                 << n << ", signal " << signal;
         EXPECT_TRUE(a.intact());
     }
@@ -82,7 +84,7 @@ TEST(LaneKernels, SumsAndMagnitudesOfEveryLength) {
         // Sums of up to 140 products below 1; the bound allows each a rounding of the sum so far.
         for (int signal = 0; signal < active->lanes; ++signal) {
             double expected = 0.0;
-            for (int k = 0; k < 2 * n; ++k) expected += static_cast<double>(weights[k]) * x.at(k, signal);
+            for (int k = 0; k < 2 * n; ++k) expected += double{fweights[k]} * x.at(k, signal);
             ASSERT_NEAR(sum.at(0, signal), expected, 1e-5) << n;
             for (int k = 0; k < n; ++k) {
                 const double magnitude = std::hypot(double{x.at(2 * k, signal)}, double{x.at(2 * k + 1, signal)});
@@ -90,7 +92,7 @@ TEST(LaneKernels, SumsAndMagnitudesOfEveryLength) {
                 for (int half = 0; half < 2; ++half) {
                     double value = 0.0;
                     for (int t = 0; t < count; ++t)
-                        value += static_cast<double>(taps[2 * t]) * spectrum.at(2 * (k + t) + half, signal);
+                        value += double{ftaps[2 * t]} * spectrum.at(2 * (k + t) + half, signal);
                     ASSERT_NEAR(convolved.at(2 * k + half, signal), value, 2e-6) << n << " bins, bin " << k;
                 }
             }

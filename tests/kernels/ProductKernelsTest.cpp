@@ -44,26 +44,27 @@ void checkProduct(Random& random, const Shape& s) {
     const int rowStride = s.nIn + s.rowGap, tapStride = s.nOut * rowStride + 5, panel = active->panel;
     const int outStride = s.nOut + s.outGap, xStride = s.nIn + s.xGap;
     const auto weightAt = [&](int tap, int input, int output) {
-        return byRows ? tap * tapStride + output * rowStride + input
-                      : ((output / panel * s.taps + tap) * s.nIn + input) * panel + output % panel;
+        return static_cast<std::size_t>(byRows ? tap * tapStride + output * rowStride + input
+                                               : ((output / panel * s.taps + tap) * s.nIn + input) * panel +
+                                                     output % panel);
     };
-    int used = (s.nOut + panel - 1) / panel * s.taps * s.nIn * panel;
+    auto used = static_cast<std::size_t>((s.nOut + panel - 1) / panel * s.taps * s.nIn * panel);
     if (byRows) used = s.nOut == 0 ? 0 : weightAt(s.taps - 1, s.nIn, s.nOut - 1);
-    std::vector<float> w(static_cast<std::size_t>(used), byRows ? kNaN : 0.0f);
-    std::vector<std::vector<float>> x;
+    std::vector<float> w(used, byRows ? kNaN : 0.0f);
     std::vector<std::unique_ptr<FencedInput>> fences;
     std::vector<const float*> taken;
     for (int t = 0; t < s.taps; ++t) {
         for (int i = 0; i < s.nIn; ++i)
             for (int o = 0; o < s.nOut; ++o) w[weightAt(t, i, o)] = random.uniform(-1.0f, 1.0f);
-        x.emplace_back(s.frames == 0 ? 0 : (s.frames - 1) * xStride + s.nIn, kNaN);
+        const std::vector<float> gaps(static_cast<std::size_t>(s.frames == 0 ? 0 : (s.frames - 1) * xStride + s.nIn),
+                                      kNaN);
+        fences.push_back(std::make_unique<FencedInput>(gaps));
         for (int f = 0; f < s.frames; ++f)
-            for (int i = 0; i < s.nIn; ++i) x[t][f * xStride + i] = random.uniform(-1.0f, 1.0f);
-        fences.push_back(std::make_unique<FencedInput>(x[t]));
+            for (int i = 0; i < s.nIn; ++i) fences.back()->data()[f * xStride + i] = random.uniform(-1.0f, 1.0f);
         taken.push_back(fences.back()->data());
     }
     const std::vector<float> bias = random.values(s.nOut), before = random.values(s.frames * outStride);
-    const FencedInput fw(w), fbias(bias);
+    const FencedInput fw(w), fbias(bias), fbefore(before);
     for (int mode = 0; mode < 4; ++mode) {
         const bool accumulate = mode & 2;
         const float* usedBias = mode & 1 ? fbias.data() : nullptr;
@@ -78,10 +79,11 @@ void checkProduct(Random& random, const Shape& s) {
         for (int k = 0; k < out.size(); ++k) {
             const int f = k / outStride, o = k % outStride;
             Sum expected;
-            if (o >= s.nOut || accumulate) expected.add(before[k]);
-            if (o < s.nOut && usedBias != nullptr) expected.add(bias[o]);
-            for (int t = 0; t < s.taps && o < s.nOut; ++t)
-                for (int i = 0; i < s.nIn; ++i) expected.add(w[weightAt(t, i, o)], x[t][f * xStride + i]);
+            if (o >= s.nOut || accumulate) expected.add(fbefore[k]);
+            if (o < s.nOut && usedBias != nullptr) expected.add(fbias[o]);
+            for (std::size_t t = 0; t < taken.size() && o < s.nOut; ++t)
+                for (int i = 0; i < s.nIn; ++i)
+                    expected.add(w[weightAt(static_cast<int>(t), i, o)], taken[t][f * xStride + i]);
             ASSERT_NEAR(out[k], expected.value, o < s.nOut ? expected.tolerance() : 0.0)
                 << "mode " << mode << ", frame " << f << ", output " << o;
         }
@@ -128,15 +130,15 @@ TEST(Kernels, ConvolvePairsOfEveryShape) {
     for (int pairFloats : {16, 32, 48, 96, 176})
         for (int bins = 0; bins <= 70; ++bins) {
             // Real taps: each stands twice, once for either half of a complex value.
-            std::vector<float> kernel(static_cast<std::size_t>(pairFloats));
-            for (int t = 0; t < pairFloats; t += 2) kernel[t] = kernel[t + 1] = random.uniform(-1.0f, 1.0f);
+            std::vector<float> kernel;
+            for (int t = 0; t < pairFloats; t += 2) kernel.insert(kernel.end(), 2, random.uniform(-1.0f, 1.0f));
             const std::vector<float> spectrum = random.values(bins == 0 ? 0 : pairFloats + 2 * (bins - 1));
             const FencedInput fk(kernel), fs(spectrum);
             GuardedBuffer out(2 * bins);
             active->convolvePairs(out.data(), fs.data(), fk.data(), pairFloats, bins);
             for (int k = 0; k < 2 * bins; ++k) {
                 Sum expected;
-                for (int t = 0; t < pairFloats; t += 2) expected.add(kernel[t], spectrum[k + t]);
+                for (int t = 0; t < pairFloats; t += 2) expected.add(fk[t], fs[k + t]);
                 ASSERT_NEAR(out[k], expected.value, expected.tolerance())
                     << pairFloats << " floats, " << bins << " bins, value " << k;
             }

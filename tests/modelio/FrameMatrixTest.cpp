@@ -119,7 +119,8 @@ TEST_F(PlainFrameMatrix, ContextsAreAsLongAsTheySay) {
     for (std::size_t length = 0; length < whole.size(); ++length) {
         ASSERT_EQ(loads(Pipe(whole.substr(0, length)).path(), frames), length >= 12) << "cut after " << length;
         for (std::size_t i = 0; i < 6 && length >= 12; ++i)
-            EXPECT_EQ(frames[i / 2][i % 2], (length - 12) / 4 > i ? i + 1.0f : 0.0f) << length << ", value " << i;
+            EXPECT_EQ(frames[i / 2][i % 2], (length - 12) / 4 > i ? static_cast<float>(i + 1) : 0.0f)
+                << length << ", value " << i;
     }
     // No more than the counts that are allowed: 100,000 frames of 1000 values would be 400 MB.
     for (const auto& [count, size, accepted] : {std::tuple(100000, 1, true),

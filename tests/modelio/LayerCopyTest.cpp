@@ -80,11 +80,12 @@ TEST(PlainLayerCopy, GainsGiveEveryOutputItsLength) {
             << row.what;
         const std::vector<double> expected = delivered(kernel, row.taps, gain);
         // Relative, a few roundings in a sum of at most 15 squares.
-        for (int i = 0; i < n; ++i)
-            ASSERT_NEAR(weights[i], expected[i], 1e-6 * std::abs(expected[i])) << row.what << ", " << i;
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            ASSERT_NEAR(weights.data()[i], expected[i], 1e-6 * std::abs(expected[i])) << row.what << ", " << i;
         EXPECT_TRUE(weights.intact() && file.layers()[0].loaded) << row.what;
         ASSERT_EQ(biasBuffer != nullptr, row.storesBias && row.wantsBias) << row.what;
-        for (int o = 0; o < 4 && biasBuffer != nullptr; ++o) EXPECT_EQ(biasBuffer[o], bias.values[o]) << row.what;
+        for (std::size_t o = 0; o < 4 && biasBuffer != nullptr; ++o)
+            EXPECT_EQ(biasBuffer[o], bias.values[o]) << row.what;
         delete[] biasBuffer;
     }
 }

@@ -96,7 +96,7 @@ void check(Random& random, const Case& c) {
     const int first = whole || c.inStart < 0 ? 0 : c.inStart, end = whole || c.inEnd < 0 ? n : c.inEnd;
     const std::vector<float> weights = random.values((offset + c.nOut) * n);
     const std::vector<float> bias = random.values(c.nOut), before = random.values(c.nOut);
-    FencedInput fin(in), fweights(weights), fbias(bias);
+    FencedInput fin(in), fweights(weights), fbias(bias), fbefore(before);
 
     const int oneHot = c.mode == Mode::OneHot ? -c.levels : interpolated ? c.levels : 0;
     const int coarse = c.mode == Mode::Coarse ? c.levels : 0;
@@ -109,9 +109,9 @@ void check(Random& random, const Case& c) {
                 c.inEnd, accumulate, nullptr, oneHot, coarse, dual, c.rowOffset);
         ASSERT_EQ(captured.text(), c.warning);
         for (int o = 0; o < c.nOut; ++o) {
-            double expected = (withBias ? bias[o] : 0.0) + (accumulate ? before[o] : 0.0), sizes = 1.0;
+            double expected = (withBias ? fbias[o] : 0.0f) + (accumulate ? double{fbefore[o]} : 0.0), sizes = 1.0;
             for (int i = first; i < end; ++i) {
-                const double product = static_cast<double>(weights[(offset + o) * n + i]) * encoded[i];
+                const double product = double{fweights[(offset + o) * n + i]} * encoded[static_cast<std::size_t>(i)];
                 expected += product;
                 sizes += std::abs(product);
             }

@@ -40,7 +40,8 @@ TEST(DilatedConvolution, StreamMatchesTheDefinition) {
                        row.bias ? bias.data() : nullptr, row.nIn, row.nOut);
             const Frame expected = convolveAt(signal, t, kernel, row.dilation);
             // Sums of up to 210 products that together are about 1.
-            for (int o = 0; o < row.nOut; ++o) ASSERT_NEAR(out[o], expected[o], 5e-6) << where << ", frame " << t;
+            for (std::size_t o = 0; o < expected.size(); ++o)
+                ASSERT_NEAR(out.data()[o], expected[o], 5e-6) << where << ", frame " << t;
             ASSERT_TRUE(out.intact()) << where;
             if (size == 0) continue;
             std::copy(frame.begin(), frame.end(), history.data() + index);  // left to the caller

@@ -18,7 +18,7 @@ struct NaiveGru {
         : input(randomKernel(random, 1, nInputs, 3 * nHidden, withBiases)),
           cond(randomKernel(random, 1, nCond, 3 * nHidden, withBiases)),
           recurrent(randomKernel(random, 1, nHidden, 3 * nHidden, withBiases)),
-          state(nHidden, 0.0) {}
+          state(static_cast<std::size_t>(nHidden), 0.0) {}
 
     void addTo(WeightFileWriter& writer, const std::string& name) const {
         writer.add(name + "_R", recurrent.tensors());

@@ -45,7 +45,7 @@ TEST(WaveNet2Causal, MatchesTheDefinitionWithEveryPart) {
             ASSERT_EQ(counter.allocations(), 0);
             const NaiveWaveNet::Conditions conditions = {{cond.begin(), cond.end()}, {state.begin(), state.end()}};
             const Frame expected = naive.step(in, &conditions);
-            for (int i = 0; i < shape.S; ++i)
+            for (std::size_t i = 0; i < expected.size(); ++i)
                 ASSERT_NEAR(net->skipSum[i], expected[i], 1e-5) << "shape " << s << ", frame " << t;
         }
     }

@@ -39,9 +39,10 @@ TEST(WaveNet2Streaming, MatchesTheWholeHistoryReference) {
                 const Frame expected = naive.step(in);
                 wavenet2_step_noncausal(in.data(), net.get(), -1000, &dump);
                 // Rounding of sums of up to 210 products of size 1 / 10, passed on through a few layers.
-                for (int i = 0; i < shape.S; ++i) ASSERT_NEAR(net->skipSum[i], expected[i], 2e-5) << "call " << t;
+                for (std::size_t i = 0; i < expected.size(); ++i)
+                    ASSERT_NEAR(net->skipSum[i], expected[i], 2e-5) << "call " << t;
             }
-            for (int l = 0; l < shape.layers; ++l) expectFrames(dump[l], naive.layers[l].gated, 2e-5, "dump");
+            for (std::size_t l = 0; l < dump.size(); ++l) expectFrames(dump[l], naive.layers[l].gated, 2e-5, "dump");
         }
 }
 
@@ -54,8 +55,8 @@ TEST(WaveNet2Streaming, ImpulseThroughTheEncoder) {
     for (const Row& row : {Row{-1, 0, 8}, Row{0, 5, 7}, Row{1, 1, 7}, Row{2, 0, 8}}) {
         Random random(62);
         NaiveWaveNet naive(kEncoder.conf(), random, true);
-        for (int l = 0; l < 3; ++l)
-            if (row.layer >= 0 && l != row.layer)
+        for (std::size_t l = 0; l < 3; ++l)
+            if (row.layer >= 0 && l != static_cast<std::size_t>(row.layer))
                 std::fill(naive.layers[l].skip.stored.begin(), naive.layers[l].skip.stored.end(), 0.0f);
         const NetPointer quiet = build(naive, kEncoder), struck = build(naive, kEncoder);
         std::vector<float> silence(150, 0.0f), impulse = random.values(150);

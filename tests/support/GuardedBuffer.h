@@ -19,10 +19,10 @@ class GuardedBuffer {
 public:
     // n floats of `fill`; the first one lies `misalignment` floats behind an allocation's start.
     explicit GuardedBuffer(int n, int misalignment = 1, float fill = 0.0f)
-        : m_front(static_cast<std::size_t>(kGuards + misalignment)),
+        : m_front(kGuards + static_cast<std::size_t>(misalignment)),
           m_size(static_cast<std::size_t>(n)),
           m_memory(m_front + m_size + kGuards, guard()) {
-        for (int i = 0; i < n; ++i) data()[i] = fill;
+        std::fill_n(data(), n, fill);
     }
 
     GuardedBuffer(const std::vector<float>& values, int misalignment = 1)
@@ -78,6 +78,7 @@ public:
 
     float* data() { return m_data; }
     const float* data() const { return m_data; }
+    float operator[](int i) const { return m_data[i]; }
 
 private:
     void* m_pages = nullptr;

@@ -63,8 +63,8 @@ TEST(PlainScenes, BackgroundsAreAsLoudAsDrawn) {
         ratios.push_back(20.0 * std::log10(0.2 * std::sqrt(0.5) / level(mixed.samples)));
     }
     const auto share = [&](double low, double high) {
-        return std::count_if(ratios.begin(), ratios.end(), [&](double r) { return r >= low && r < high; }) /
-               static_cast<double>(kDraws);
+        const auto within = [&](double r) { return r >= low && r < high; };
+        return static_cast<double>(std::count_if(ratios.begin(), ratios.end(), within)) / kDraws;
     };
     EXPECT_EQ(share(-8.1, 46.1), 1.0);
     EXPECT_NEAR(share(-8.1, 5.0), 0.36, 0.08) << "two of five, less what stays above a single voice";
