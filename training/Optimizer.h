@@ -23,7 +23,7 @@ public:
 
 private:
     // The state of one parameter; those after `square` are empty for Adam.
-    enum Slot { mean, square, rowCovariance, columnCovariance, rowAxes, columnAxes, slots };
+    enum Slot : std::size_t { mean, square, rowCovariance, columnCovariance, rowAxes, columnAxes, slots };
 
     torch::Tensor& slot(std::size_t parameter, Slot which) { return m_state[slots * parameter + which]; }
     void adam(std::size_t index, torch::Tensor& parameter, const torch::Tensor& gradient, double rate);
