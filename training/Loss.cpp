@@ -15,14 +15,15 @@ constexpr double kClassCents = 30.0, kLowestClass = 40.0;  // [cents] and [Hz]
 // Found by trial.
 constexpr double kFarWeight = 1.0, kNearWeight = 0.5, kConfidenceWeight = 5.0, kClassWeight = 0.5;
 constexpr double kHopelessWeight = 0.2;  // of a frame whose pitch the classes do not hear at all
+constexpr double kRightCents = 50.0;     // a pitch as far as this from the truth is right
 constexpr int kNearClasses = 2;          // on either side of the truth: the classes that count as hearing it
 constexpr double kHighPitch = 350.0, kMostOctavesAbove = 1.5;  // above this pitch, [Hz], frames count more
 constexpr double kUnvoicedWeight = 0.06, kUndecidedWeight = 0.15, kUndecidedOctaves = 0.5;
 
 // Squared distance from 0 or 1, free of charge beyond them: the confidence that minimises its mean is the part of such
-// frames that is voiced.
-Tensor confidenceLoss(const Tensor& confidence, const Tensor& voiced) {
-    const Tensor low = torch::relu(1.0 - confidence) * voiced, high = torch::relu(confidence) * (1.0 - voiced);
+// frames whose pitch is right.
+Tensor confidenceLoss(const Tensor& confidence, const Tensor& right) {
+    const Tensor low = torch::relu(1.0 - confidence) * right, high = torch::relu(confidence) * (1.0 - right);
     const Tensor beyond = torch::relu(confidence - 1.1) + torch::relu(-0.1 - confidence);  // but not far beyond
     return low * low + high * high + 0.02 * beyond * beyond;
 }
@@ -86,7 +87,8 @@ LossParts formLoss(const Network& network, const FormOutput& form, double offset
     parts.pitch = (weight * (kFarWeight * semitones + kNearWeight * near)).mean();
     parts.unvoiced = (silent * unvoicedLoss(octaves)).mean();
     const Tensor confidence = (0.04 - form.heads.select(1, 1)) * 25.0;
-    parts.confidence = kConfidenceWeight * (known * confidenceLoss(confidence, voiced)).mean();
+    const Tensor right = voiced * (cents.detach().abs() < kRightCents).to(torch::kFloat32);
+    parts.confidence = kConfidenceWeight * (known * confidenceLoss(confidence, right)).mean();
     parts.classes = kClassWeight * (known * classLoss(logarithms, truth.pitch, voiced)).mean();
     parts.total = parts.pitch + parts.unvoiced + parts.confidence + parts.classes;
     return parts;

@@ -72,7 +72,8 @@ PitchPlugin::OutputList PitchPlugin::getOutputDescriptors() const {
     OutputDescriptor frequency =
         output("f0", "Frequency", "Hz", "Fundamental frequency every 5 ms where the sound is voiced");
     OutputDescriptor confidence =
-        output("confidence", "Confidence", "", "About the probability that the sound is voiced, every 5 ms");
+        output("confidence", "Confidence", "",
+               "About the probability that the sound is voiced and its pitch right, every 5 ms");
     confidence.sampleType = OutputDescriptor::FixedSampleRate;
     OutputDescriptor notes = output("notes", "Notes", "Hz", "Notes of equal temperament, A4 at 440 Hz");
     notes.hasDuration = true;

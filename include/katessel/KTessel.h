@@ -51,8 +51,8 @@ KTESSEL_API int KTessel_Configure(int sampleRate, int reserved, int maxBlockSize
  *   numSamples     0 .. maxBlockSize, and at most 0.95 s: the engine remembers one second
  *   outF0          one value: frequency [Hz], 0 where it would be below 1.4 Hz; or, with centsMode, the pitch in cents
  *                  above 440 Hz
- *   outConfidence  one value, 0 or more: about the probability that the frame is voiced. Unvoiced are the frames whose
- *                  confidence is below a threshold; many of them have a frequency all the same. The model's card, the
+ *   outConfidence  one value, 0 or more: about the probability that the frame is voiced and its frequency within 50
+ *                  cents. Unvoiced are the frames whose confidence is below a threshold; many of them have a frequency all the same. The model's card, the
  *                  JSON file beside the weight file, gives its threshold as "default_threshold": 0.7 for the default one.
  *   centsMode      0 for Hz, anything else for cents
  *

@@ -12,7 +12,7 @@ inline namespace v1 {
 struct Pitch {
     double time = -1.0;       // [s] of the sound, a multiple of 5 ms; below 0: nothing was heard yet
     float frequency = 0.0f;   // [Hz]; 0: far below any voice
-    float confidence = 0.0f;  // 0 to 1: about the probability that the sound has a pitch
+    float confidence = 0.0f;  // 0 to 1: about the probability that there is a pitch, and this one
 
     // Whether it counts as voiced. modelThreshold() of ModelCard.hpp tells which threshold suits a model.
     bool voiced(float threshold) const { return frequency > 0.0f && confidence >= threshold; }

@@ -58,10 +58,10 @@ std::string scoreTable(const std::vector<ScoredGroup>& groups) {
         for (const Figure& figure : kFigures) table += rightAligned(formatted(figure, group.scores, "-"), 8);
         table += "\n";
     }
-    table += "\nconfidence, and how often such frames are voiced (all recordings)\n";
+    table += "\nconfidence, and how often such frames are right (all recordings)\n";
     for (const Scores::CalibrationBin& bin : groups.back().scores.calibration()) {
         if (bin.frames == 0) continue;
-        table += "  " + fixedText(bin.confidence, 2) + "  " + fixedText(bin.voiced, 3) + "  " +
+        table += "  " + fixedText(bin.confidence, 2) + "  " + fixedText(bin.right, 3) + "  " +
                  rightAligned(std::to_string(bin.frames), 9) + " frames\n";
     }
     return table;
@@ -88,7 +88,7 @@ std::string scoreJson(const std::vector<ScoredGroup>& groups) {
         for (const Figure& figure : kFigures) entry[figure.key] = figure.value(group.scores);  // null: undefined
         for (const Scores::CalibrationBin& bin : group.scores.calibration())
             entry["calibration"].push_back(
-                {{"confidence", bin.confidence}, {"voiced", bin.voiced}, {"frames", bin.frames}});
+                {{"confidence", bin.confidence}, {"right", bin.right}, {"frames", bin.frames}});
         all.push_back(entry);
     }
     return all.dump(2) + "\n";

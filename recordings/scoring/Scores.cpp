@@ -43,10 +43,10 @@ void Scores::add(const std::vector<float>& truth, const PitchTrack& estimate, Vo
         const int bin = std::min(static_cast<int>(confidence * kCalibrationBins), kCalibrationBins - 1);
         ++m_calibrationFrames[bin];
         m_calibrationSum[bin] += confidence;
-        if (voiced) ++m_calibrationVoiced[bin];
         if (!voiced) continue;
 
         const double cents = centsBetween(row.frequency, hz);
+        if (std::fabs(cents) <= kCents[0]) ++m_calibrationRight[bin];
         for (int i = 0; i < 3; ++i)
             if (std::fabs(cents) <= kCents[i]) ++m_within[i];
         if (std::isfinite(cents) && std::fabs(std::remainder(cents, 1200.0)) <= kCents[0]) ++m_chroma;
@@ -81,7 +81,7 @@ void Scores::add(const Scores& other) {
     for (int i = 0; i <= 2 * kMaxShift; ++i) m_agreeing[i] += other.m_agreeing[i];
     for (int i = 0; i < kCalibrationBins; ++i) {
         m_calibrationFrames[i] += other.m_calibrationFrames[i];
-        m_calibrationVoiced[i] += other.m_calibrationVoiced[i];
+        m_calibrationRight[i] += other.m_calibrationRight[i];
         m_calibrationSum[i] += other.m_calibrationSum[i];
     }
 }
@@ -128,7 +128,7 @@ std::array<Scores::CalibrationBin, kCalibrationBins> Scores::calibration() const
     std::array<CalibrationBin, kCalibrationBins> bins;
     for (std::size_t i = 0; i < bins.size(); ++i) {
         bins[i].frames = m_calibrationFrames[i];
-        bins[i].voiced = ratio(m_calibrationVoiced[i], m_calibrationFrames[i]);
+        bins[i].right = ratio(m_calibrationRight[i], m_calibrationFrames[i]);
         bins[i].confidence =
             m_calibrationSum[i] / static_cast<double>(std::max<std::int64_t>(m_calibrationFrames[i], 1));
     }
@@ -138,7 +138,7 @@ std::array<Scores::CalibrationBin, kCalibrationBins> Scores::calibration() const
 double Scores::calibrationError() const {
     double sum = 0.0;
     for (const CalibrationBin& bin : calibration())
-        if (bin.frames > 0) sum += static_cast<double>(bin.frames) * std::fabs(bin.confidence - bin.voiced);
+        if (bin.frames > 0) sum += static_cast<double>(bin.frames) * std::fabs(bin.confidence - bin.right);
     return m_frames > 0 ? sum / static_cast<double>(m_frames) : std::numeric_limits<double>::quiet_NaN();
 }
 

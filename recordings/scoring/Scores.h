@@ -44,13 +44,13 @@ public:
                                        // agree
 
     // Frames whose reported confidence, limited to 1, lies in each tenth: how many, their mean confidence, and the part
-    // that is voiced.
+    // that is voiced and within 50 cents.
     struct CalibrationBin {
         std::int64_t frames = 0;
-        double confidence = 0.0, voiced = 0.0;
+        double confidence = 0.0, right = 0.0;
     };
     std::array<CalibrationBin, kCalibrationBins> calibration() const;
-    double calibrationError() const;  // mean distance of confidence and voiced part, weighted by frames
+    double calibrationError() const;  // mean distance of confidence and right part, weighted by frames
 
 private:
     static constexpr int kMaxShift = 10;       // [frames]
@@ -61,7 +61,7 @@ private:
     std::int64_t m_reported = 0, m_reportedVoiced = 0, m_reportedUnvoiced = 0, m_gross = 0, m_right = 0;
     std::vector<std::int64_t> m_distances;
     std::int64_t m_agreeing[2 * kMaxShift + 1] = {};
-    std::int64_t m_calibrationFrames[kCalibrationBins] = {}, m_calibrationVoiced[kCalibrationBins] = {};
+    std::int64_t m_calibrationFrames[kCalibrationBins] = {}, m_calibrationRight[kCalibrationBins] = {};
     double m_calibrationSum[kCalibrationBins] = {};
 };
 
