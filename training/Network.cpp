@@ -10,10 +10,6 @@ namespace {
 
 using torch::Tensor;
 
-Tensor gated(const Tensor& gates) {
-    return torch::tanh(gates.narrow(2, 0, kResidual)) * torch::sigmoid(gates.narrow(2, kResidual, kResidual));
-}
-
 Tensor draw(std::vector<int64_t> shape, double deviation) { return torch::randn(shape) * deviation; }
 
 // Frames `first` to `first + count` of a stretch.
@@ -53,8 +49,8 @@ void Network::forward(const Tensor& features, FormOutput* streaming, FormOutput*
                                    weight(parameter::initialBias), 1, m_coarse)
                                .view({frames, batch, kResidual});
     const auto gate = [&](const Tensor& x, int layer) {
-        return gated(product(x, weight(parameter::gates(layer)), weight(parameter::gatesBias(layer)), kDilations[layer],
-                             m_coarse));
+        return gatedProduct(x, weight(parameter::gates(layer)), weight(parameter::gatesBias(layer)), kDilations[layer],
+                            m_coarse);
     };
     const auto skip = [&](const Tensor& x, int64_t begin, int64_t count, int layer) {
         return product(part(x, begin, count), weight(parameter::skip(layer)).unsqueeze(0),

@@ -13,4 +13,8 @@
 torch::Tensor product(const torch::Tensor& x, const torch::Tensor& weights, const torch::Tensor& bias,
                       std::int64_t dilation, bool coarse);
 
+// The same, and of each result tanh of its first half of outputs times sigmoid of the second.
+torch::Tensor gatedProduct(const torch::Tensor& x, const torch::Tensor& weights, const torch::Tensor& bias,
+                           std::int64_t dilation, bool coarse);
+
 #endif
