@@ -3,9 +3,9 @@ include(CheckCXXCompilerFlag)
 
 # Warnings.
 add_library(katessel_warnings INTERFACE)
-target_compile_options(katessel_warnings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wformat-security
-  $<$<BOOL:${KATESSEL_STRICT_WARNINGS}>:-Wconversion;-Wsign-conversion>
-  $<$<AND:$<BOOL:${KATESSEL_STRICT_WARNINGS}>,$<COMPILE_LANGUAGE:CXX>>:-Wold-style-cast>
+target_compile_options(katessel_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wformat-security -Wconversion -Wsign-conversion
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
   $<$<BOOL:${KATESSEL_WERROR}>:-Werror>)
 
 # The same files from the same sources, wherever they lie. A debugger that is to find the sources needs the whole paths.

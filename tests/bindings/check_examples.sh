@@ -38,8 +38,8 @@ with wave.open(sys.argv[2], "wb") as file:
 PY
 
 CC=$cc CXX=$cxx cmake -G Ninja -S "$source/examples" -B "$scratch/examples" -DCMAKE_PREFIX_PATH="$root" \
-    -DCMAKE_C_FLAGS="-Wall -Wextra -Wpedantic -Werror" \
-    -DCMAKE_CXX_FLAGS="-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror" >>"$scratch/log"
+    -DCMAKE_C_FLAGS="-Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Werror" \
+    -DCMAKE_CXX_FLAGS="-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror" >>"$scratch/log"
 cmake --build "$scratch/examples" >>"$scratch/log" || { cat "$scratch/log"; exit 1; }
 model=$(pkg-config --variable=model katessel)
 expect 01_stream_blocks "$scratch/examples/01_stream_blocks" "$model"
