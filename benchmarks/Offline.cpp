@@ -75,7 +75,8 @@ BENCHMARK(offlineFeatures)->Unit(benchmark::kMicrosecond);
 
 void offlineNetwork(benchmark::State& state) {
     Segment segment;
-    KaTessel::SequenceNetwork network(*segment.engine.encoder);
+    const KaTessel::PackedNetwork packed(*KaTessel::kernels::active, *segment.engine.encoder);
+    KaTessel::SequenceNetwork network(packed);
     segment.features.reset(kFrames, 150, network.padding());
     std::mt19937 random(2);
     std::normal_distribution<float> normal;
@@ -119,8 +120,8 @@ struct SequenceConvolution {
 
 void sequenceConvolution(benchmark::State& state) {
     SequenceConvolution c;
-    KaTessel::FrameLayer layer(kTaps, kChannels);
-    layer.add(c.weights.data(), c.bias.data(), kChannels);
+    const KaTessel::PackedLayer layer(*KaTessel::kernels::active, kTaps, kChannels,
+                                      {{c.weights.data(), c.bias.data(), kChannels}});
     for (auto _ : state) {
         layer.apply(c.in, 1, c.out);
         benchmark::DoNotOptimize(c.out.frame(0));

@@ -2,6 +2,7 @@
 #ifndef KATESSEL_CTESSEL_H
 #define KATESSEL_CTESSEL_H
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -42,7 +43,8 @@ public:
     // One analysis frame, from the samples in `frame` to the two outputs. Returns 0.
     int doProcess(float* outF0, float* outConfidence, int centsMode);
 
-    // The stages of one frame in their order, each reading what the one before left.
+    // The stages of one frame in their order, each reading what the one before left. Weights, windows and filterbank are
+    // those of the last configure(): what is written into the arrays below later, only the toolkit's functions see.
     void spectrumStage(float* samples);  // fftSize + 1 samples (`frame`) -> complexSpectrum -> magnitude
     void bandStage(float* features);     // magnitude -> numBands features, dB / 70 + 1
     void networkStage(float* features);  // features -> encoder->skipSum
@@ -86,9 +88,12 @@ public:
     float* complexSpectrum = nullptr;  // 1024, laid out as MRSpectrum says; made by the first frame
 
 private:
+    struct KATESSEL_LOCAL Prepared;
     KATESSEL_LOCAL void prepare(int sampleRate, int maxBlockSize, const std::string& modelPath, LayerFile& weights);
     KATESSEL_LOCAL void appendToRing(const float* samples, int count);
     KATESSEL_LOCAL int unreadSamples() const;
+
+    std::unique_ptr<Prepared> m_prepared;  // none before configure()
 };
 
 }  // namespace KaTessel

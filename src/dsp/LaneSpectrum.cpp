@@ -5,11 +5,6 @@
 
 namespace KaTessel {
 
-LaneBuffer::LaneBuffer(std::size_t floats)
-    : m_data(static_cast<float*>(::operator new[](floats * sizeof(float), std::align_val_t(64)))) {
-    std::fill_n(m_data.get(), floats, 0.0f);
-}
-
 LaneSpectrum::LaneSpectrum(const MRSpectrum& prepared, int length, int bins)
     : m_spectrum(prepared),
       m_vec(*kernels::active),

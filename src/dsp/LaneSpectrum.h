@@ -1,28 +1,11 @@
 // The magnitudes of the multi-resolution spectrum for several neighbouring frames of a signal at once.
 #pragma once
 
-#include <memory>
-#include <new>
-#include <vector>
-
+#include "base/AlignedFloats.h"
 #include "katessel/MRSpectrum.h"
 #include "kernels/Kernels.h"
 
 namespace KaTessel {
-
-// Memory aligned for the lane kernels.
-class LaneBuffer {
-public:
-    explicit LaneBuffer(std::size_t floats);
-    float* data() { return m_data.get(); }
-    const float* data() const { return m_data.get(); }
-
-private:
-    struct Release {
-        void operator()(float* p) const { ::operator delete[](p, std::align_val_t(64)); }
-    };
-    std::unique_ptr<float[], Release> m_data;
-};
 
 // One signal per frame, side by side in the lanes of a vector. Gives what DoMultiresolutionSpectrum gives for each
 // frame, for centred frames and symmetric windows, up to float rounding.
@@ -48,10 +31,10 @@ private:
     const MRSpectrum& m_spectrum;
     const kernels::Kernels& m_vec;
     int m_length, m_bins, m_taps, m_lanes;
-    LaneBuffer m_work;       // transform
-    LaneBuffer m_extended;   // bins -taps / 2 .. bins - 1 + taps / 2
-    LaneBuffer m_convolved;  // bins
-    LaneBuffer m_magnitude;
+    AlignedFloats m_work;       // transform
+    AlignedFloats m_extended;   // bins -taps / 2 .. bins - 1 + taps / 2
+    AlignedFloats m_convolved;  // bins
+    AlignedFloats m_magnitude;
 };
 
 }  // namespace KaTessel

@@ -7,6 +7,7 @@
 #include "base/NewFloats.h"
 #include "engine/AnalyserArguments.h"
 #include "engine/Filterbank.h"
+#include "engine/Prepared.h"
 #include "katessel/CTessel.h"
 #include "katessel/FloatBuffer.h"
 #include "katessel/LayerWeights.h"
@@ -118,6 +119,8 @@ void CTessel::prepare(int newSampleRate, int maxBlockSize, const std::string& ne
 
     // The windows are built here and not in the first frame, which may be in a hurry.
     spectrum.PrepareMR(facts::kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
+    m_prepared = std::make_unique<Prepared>();
+    m_prepared->model = std::make_shared<EngineModel>(*kernels::active, *this);
 }
 
 void CTessel::reset() {

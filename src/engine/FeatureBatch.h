@@ -22,7 +22,7 @@ public:
 private:
     const CTessel& m_engine;
     LaneSpectrum m_spectrum;
-    LaneBuffer m_bands;  // numBands x lanes
+    AlignedFloats m_bands;  // numBands x lanes
 };
 
 }  // namespace KaTessel

@@ -1,5 +1,6 @@
 // Construction and destruction of an engine, and its figures of latency.
 #include "engine/Filterbank.h"
+#include "engine/Prepared.h"
 #include "katessel/CTessel.h"
 #include "katessel/FloatBuffer.h"
 

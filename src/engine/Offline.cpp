@@ -10,10 +10,8 @@
 #include "engine/AnalyserArguments.h"
 #include "engine/FeatureBatch.h"
 #include "engine/PitchScale.h"
+#include "engine/Prepared.h"
 #include "engine/SignalReader.h"
-#include "kernels/Kernels.h"
-#include "katessel/CTessel.h"
-#include "nn/FrameLayer.h"
 #include "nn/WaveNet2Sequence.h"
 
 namespace KaTessel {
@@ -24,22 +22,23 @@ constexpr int kSegmentFrames = 496;  // 504 with the context: whole tiles of the
 // The two heads over blocks of frames.
 class SequenceHeads {
 public:
-    SequenceHeads(const CTessel& engine, int channels) : m_first(1, channels), m_second(1, channels) {
-        m_first.add(engine.out1Weights, engine.out1Bias, channels);
-        m_second.add(engine.out2Weights, engine.out2Bias, facts::kOutputs);
-    }
+    explicit SequenceHeads(const EngineModel& model)
+        : m_model(model),
+          m_second(model.vec, 1, facts::kSkip,
+                   {{model.head2Weights.data(), model.head2Bias.empty() ? nullptr : model.head2Bias.data(),
+                     facts::kOutputs}}) {}
 
     // Rectifies `skip` in place and leaves both outputs per frame in `result`.
     void process(FrameBlock& skip, FrameBlock& result) {
-        const kernels::Kernels& vec = *kernels::active;
-        vec.leakyRelu(skip.frame(0), facts::kLeakySlope, static_cast<int>(skip.size()));
-        m_first.apply(skip, 1, m_hidden);
-        vec.leakyRelu(m_hidden.frame(0), facts::kLeakySlope, static_cast<int>(m_hidden.size()));
+        m_model.vec.leakyRelu(skip.frame(0), facts::kLeakySlope, static_cast<int>(skip.size()));
+        m_model.head1.apply(skip, 1, m_hidden);
+        m_model.vec.leakyRelu(m_hidden.frame(0), facts::kLeakySlope, static_cast<int>(m_hidden.size()));
         m_second.apply(m_hidden, 1, result);
     }
 
 private:
-    FrameLayer m_first, m_second;
+    const EngineModel& m_model;
+    PackedLayer m_second;
     FrameBlock m_hidden;
 };
 
@@ -61,8 +60,8 @@ int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, 
     spectrum.PrepareMR(facts::kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
     SignalReader signal(input, numSamples, sampleRate == internalRate ? 1.0f : rateRatio, resampler);
     const int frames = wholeHops(signal.length());
-    SequenceNetwork network(*encoder);
-    SequenceHeads heads(*this, encoder->nSkip);
+    SequenceNetwork network(m_prepared->model->network);
+    SequenceHeads heads(*m_prepared->model);
     const int context = network.context();
     const int half = (facts::kAnalysisLength - 1) / 2;
 
@@ -73,7 +72,7 @@ int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, 
     for (int first = 0; first < frames; first += kSegmentFrames) {
         const int last = std::min(first + kSegmentFrames, frames);
         const int begin = std::max(first - context, 0), end = std::min(last + context, frames);
-        features.reset(end - begin, numBands, network.padding());
+        features.resize(end - begin, numBands, network.padding());
         for (int f = begin; f < end; f += atOnce) {
             // Frames are centred on sample f * kHop; what lies outside the signal reads as 0.
             signal.read(static_cast<long>(f) * facts::kHop - half, static_cast<int>(samples.size()), samples.data());

@@ -8,12 +8,15 @@
 
 #include <atomic>
 
+#include "kernels/FrameFactors.h"
+
 namespace KaTessel::kernels {
 
 struct Kernels {
     const char* name;  // "scalar", "sse2", "avx2", "avx512"
-    int panel;         // outputs that frameProduct computes side by side
-    int lanes;         // signals that the lane kernels treat side by side: value i of signal s is at [i * lanes + s]
+    int lanes;         // floats of a vector; signals that the lane kernels treat side by side: value i of signal s is
+                       // at [i * lanes + s]
+    int blockVectors;  // vectors of outputs in a block of packed weights
 
     // Sum of a[i] * b[i] over n.
     float (*dot)(const float* a, const float* b, int n);
@@ -23,9 +26,10 @@ struct Kernels {
     void (*rowProduct)(float* out, const float* w, long rowStride, long tapStride, const float* const* x, int taps,
                        int nIn, int nOut, const float* bias, bool accumulate);
 
-    // Many frames at once: for f < frames and o < nOut, out[f * outStride + o] = (accumulate ? what it holds : 0) +
+    // One frame or many: for f < frames and o < nOut, out[f * outStride + o] = (accumulate ? what it holds : 0) +
     // bias[o] + sum over taps t and inputs i of weight(t, i, o) * x[t][f * xStride + i]. bias may be null.
-    //   packed  blocks of `panel` outputs (the last one filled up with zeros), each taps * nIn rows of `panel` weights
+    //   packed  aligned to a vector: blocks of blockVectors * lanes outputs, the last one of as many whole vectors as
+    //           are left, filled up with zeros; each block is taps * nIn rows of one weight per output
     void (*frameProduct)(float* out, long outStride, int frames, int nOut, const float* packed, const float* const* x,
                          long xStride, int taps, int nIn, const float* bias, bool accumulate);
 
@@ -46,6 +50,9 @@ struct Kernels {
 
     void (*tanh)(float* x, int n);
 
+    // out[i] = tanh(filter[i]) * (0 where gate[i] < -40, else 1 / (1 + exp(-gate[i])))
+    void (*gated)(float* out, const float* filter, const float* gate, int n);
+
     // x[i] *= slope where x[i] < 0
     void (*leakyRelu)(float* x, float slope, int n);
 
@@ -60,6 +67,16 @@ struct Kernels {
     // twice: kernel[2t] and kernel[2t + 1] are equal.
     // pairFloats is a multiple of kMaxLanes; `spectrum` holds pairFloats + 2 * (bins - 1) floats.
     void (*convolvePairs)(float* out, const float* spectrum, const float* kernel, int pairFloats, int bins);
+
+    // Spectrum of 1024 real samples turned by half, sample 512 first: bins 0 .. 512, real and imaginary parts apart, in
+    // arrays aligned to 64 bytes; sign exp(-i ..). `factors` are for `lanes`.
+    void (*transformFrame)(float* re, float* im, const float* samples, const FrameFactors& factors);
+
+    // kFrameTaps real taps over neighbouring bins of such a spectrum: bin k from re[k + t] and im[k + t] for tap t, as
+    // pairs and as magnitudes. `bins` is a multiple of `lanes`.
+    //   taps  kFrameTaps for all bins or, with ownTaps, for every vector of bins kFrameTaps vectors of one tap per bin
+    void (*convolveFrame)(float* pairs, float* magnitude, const float* re, const float* im, const float* taps,
+                          bool ownTaps, int bins);
 
     // Lane kernels: `lanes` signals at once. Pointers are aligned to 64 bytes.
 
@@ -84,12 +101,14 @@ struct Kernels {
                         int phases);
 };
 
-constexpr int kMaxLanes = 16;  // floats of the widest vector
-constexpr int kMaxTaps = 8;    // most taps of one rowProduct
+constexpr int kMaxLanes = 16;   // floats of the widest vector
+constexpr int kMaxTaps = 8;     // most taps of one rowProduct
+constexpr int kFrameTaps = 41;  // of convolveFrame
 
 extern const Kernels kScalar, kSse2, kAvx2, kAvx512;
 
-// The variant in use, which any thread may replace at any time. Whoever lays out memory by `panel` or `lanes` keeps the
+// The variant in use, which any thread may replace at any time. Whoever lays out memory by `lanes` or
+// `blockVectors` keeps the
 // variant that it did so for.
 class ActiveKernels {
 public:

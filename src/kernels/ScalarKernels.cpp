@@ -24,16 +24,20 @@ void rowProduct(float* out, const float* w, long rowStride, long tapStride, cons
     }
 }
 
-constexpr int kPanel = 4;
+// One signal, and one output, at a time.
+constexpr int kLanes = 1;
+constexpr int kBlockVectors = 4;
 
 void frameProduct(float* out, long outStride, int frames, int nOut, const float* packed, const float* const* x,
                   long xStride, int taps, int nIn, const float* bias, bool accumulate) {
     for (int f = 0; f < frames; ++f)
         for (int o = 0; o < nOut; ++o) {
-            const float* panel = packed + static_cast<long>(o / kPanel) * taps * nIn * kPanel + o % kPanel;
+            const int first = o - o % kBlockVectors;
+            const int width = nOut - first < kBlockVectors ? nOut - first : kBlockVectors;
+            const float* weights = packed + static_cast<long>(first) * taps * nIn + (o - first);
             float sum = bias != nullptr ? bias[o] : 0.0f;
             for (int t = 0; t < taps; ++t)
-                for (int i = 0; i < nIn; ++i) sum += panel[(t * nIn + i) * kPanel] * x[t][f * xStride + i];
+                for (int i = 0; i < nIn; ++i) sum += weights[(t * nIn + i) * width] * x[t][f * xStride + i];
             float& to = out[f * outStride + o];
             to = accumulate ? to + sum : sum;
         }
@@ -63,6 +67,14 @@ void hyperbolicTangent(float* x, int n) {
     for (int i = 0; i < n; ++i) x[i] = tanhf(x[i]);
 }
 
+void gated(float* out, const float* filter, const float* gate, int n) {
+    for (int i = 0; i < n; ++i) {
+        float opening = gate[i];
+        sigmoid(&opening, 1);
+        out[i] = tanhf(filter[i]) * opening;
+    }
+}
+
 void leakyRelu(float* x, float slope, int n) {
     for (int i = 0; i < n; ++i)
         if (x[i] < 0.0f) x[i] *= slope;
@@ -88,8 +100,27 @@ void convolvePairs(float* out, const float* spectrum, const float* kernel, int p
     }
 }
 
-// One signal at a time.
-constexpr int kLanes = 1;
+void transformFrame(float* re, float* im, const float* samples, const FrameFactors& /*factors*/) {
+    float a[2 * kFramePoints];
+    for (int i = 0; i < 2 * kFramePoints; ++i) a[i] = samples[(i + kFramePoints) % (2 * kFramePoints)];
+    realTransform(2 * kFramePoints, a);
+    for (int k = 0; k < kFramePoints; ++k) {
+        re[k] = a[2 * k];
+        im[k] = a[2 * k + 1];
+    }
+    re[kFramePoints] = a[1];
+    im[0] = im[kFramePoints] = 0.0f;
+}
+
+void convolveFrame(float* pairs, float* size, const float* re, const float* im, const float* taps, bool ownTaps,
+                   int bins) {
+    for (int k = 0; k < bins; ++k) {
+        const float* row = ownTaps ? taps + k * kFrameTaps : taps;
+        pairs[2 * k] = dot(row, re + k, kFrameTaps);
+        pairs[2 * k + 1] = dot(row, im + k, kFrameTaps);
+    }
+    magnitude(size, pairs, bins);
+}
 
 void transformLanes(float* a, int n) { realTransform(n, a); }
 
@@ -108,8 +139,8 @@ double polyphase(float* out, int count, const float* in, double pos, double step
 
 const Kernels kScalar = {
     .name = "scalar",
-    .panel = kPanel,
     .lanes = kLanes,
+    .blockVectors = kBlockVectors,
     .dot = dot,
     .rowProduct = rowProduct,
     .frameProduct = frameProduct,
@@ -119,10 +150,13 @@ const Kernels kScalar = {
     .scaledSum = scaledSum,
     .sigmoid = sigmoid,
     .tanh = hyperbolicTangent,
+    .gated = gated,
     .leakyRelu = leakyRelu,
     .magnitude = magnitude,
     .scaledDecibels = scaledDecibels,
     .convolvePairs = convolvePairs,
+    .transformFrame = transformFrame,
+    .convolveFrame = convolveFrame,
     .transformLanes = transformLanes,
     .convolveLanes = convolveLanes,
     .magnitudeLanes = magnitude,

@@ -4,7 +4,6 @@
 
 #include "katessel/FrameMatrix.h"
 #include "katessel/WaveNet2.h"
-#include "nn/FrameLayer.h"
 #include "nn/WaveNet2Sequence.h"
 
 namespace KaTessel {
@@ -14,10 +13,9 @@ using Frames = std::vector<std::vector<float>>;
 
 void convolve(const Frames& in, int start, Frames& out, int dilation, int kernel, const float* W, const float* bias,
               int nIn, int nOut) {
-    FrameLayer layer(kernel, nIn);
-    layer.add(W, bias, nOut);
+    const PackedLayer layer(*kernels::active, kernel, nIn, {{W, bias, nOut}});
     FrameBlock block, result;
-    block.assign(in, nIn, FrameLayer::span(kernel, dilation), start);
+    block.assign(in, nIn, PackedLayer::span(kernel, dilation), start);
     layer.apply(block, dilation, result);
     out = result.toSequence();
 }
@@ -33,7 +31,8 @@ void dumpSequences(SequenceNetwork& network, const std::string& name) {
 
 // A ring differs only in where its first frame is: what is computed from it are ordinary sequences.
 void runNetwork(const Frames& in, int start, Frames& out, const T_WN2& net, bool dump) {
-    SequenceNetwork network(net);
+    const PackedNetwork packed(*kernels::active, net);
+    SequenceNetwork network(packed);
     if (dump) dumpSequences(network, net.name);
     FrameBlock block, result;
     block.assign(in, net.nInputs, network.padding(), start);

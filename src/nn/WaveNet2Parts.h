@@ -2,7 +2,7 @@
 #pragma once
 
 #include <atomic>
-#include <ctime>
+#include <chrono>
 
 #include "katessel/Globals.h"
 #include "katessel/WaveNet2.h"
@@ -11,22 +11,25 @@ namespace KaTessel {
 
 constexpr float kSqrtHalf = 0.70710677f;  // keeps the power of the residual stream from layer to layer
 
-// Adds the processor time of its scope to wavenet2_step_dur_ while performance_analysis_ is set. The sum belongs to the
-// whole process, so every network adds to it atomically.
+// Adds the time of its scope to wavenet2_step_dur_ while performance_analysis_ is set. By the steady clock, which is read
+// without a system call. The sum belongs to the whole process, so every network adds to it atomically.
 class StepTimer {
 public:
-    StepTimer() : m_measures(performance_analysis_ != 0), m_start(m_measures ? std::clock() : 0) {}
+    StepTimer() : m_measures(performance_analysis_ != 0) {
+        if (m_measures) m_start = Clock::now();
+    }
     ~StepTimer() {
         if (!m_measures) return;
-        const float seconds = static_cast<float>(std::clock() - m_start) * 1e-6f;
+        const float seconds = std::chrono::duration<float>(Clock::now() - m_start).count();
         std::atomic_ref(wavenet2_step_dur_).fetch_add(seconds, std::memory_order_relaxed);
     }
     StepTimer(const StepTimer&) = delete;
     StepTimer& operator=(const StepTimer&) = delete;
 
 private:
+    using Clock = std::chrono::steady_clock;
     bool m_measures;
-    std::clock_t m_start;
+    Clock::time_point m_start;
 };
 
 // Initial convolution of one frame into resIn, with its tanh and its history.
@@ -38,6 +41,12 @@ void initialConvolution(float* in, T_WN2& net);
 //   weights  kernel blocks of nResidual rows of nResidual
 //   bias     nResidual values, or null
 void convolveStream(float* out, float* weights, float* bias, const T_WN2& net, const T_WN2_layer& layer);
+
+// The layer's input k * dilation frames ago, k = 1 .. kernel - 1.
+inline const float* pastFrame(const T_WN2& net, const T_WN2_layer& layer, int k) {
+    const int at = layer.histIndex + (net.kernel - 1 - k) * layer.dilation * net.nResidual;
+    return layer.hist + (at < layer.histSize ? at : at - layer.histSize);
+}
 
 // Appends one frame of n values to a circular history of `size` floats.
 void appendFrame(float* history, int& index, int size, const float* frame, int n);

@@ -2,68 +2,56 @@
 
 #include <algorithm>
 
-#include "kernels/Kernels.h"
 #include "nn/WaveNet2Parts.h"
 
 namespace KaTessel {
 
-SequenceNetwork::SequenceNetwork(const T_WN2& net) : m_net(net), m_initial(net.initialKernel, net.nInputs) {
-    m_initial.add(net.initialW, net.initialB, net.nResidual);
-    m_context = FrameLayer::span(net.initialKernel, 1);
-    for (int l = 0; l < net.nLayers; ++l) {
-        const T_WN2_layer& from = net.layers[l];
-        Layer layer{FrameLayer(net.kernel, net.nResidual), FrameLayer(1, net.nResidual), from.dilation};
-        layer.gates.add(from.resTanhW, from.resTanhB, net.nResidual);
-        layer.gates.add(from.resSigmoidW, from.resSigmoidB, net.nResidual);
-        if (from.skipW != nullptr) layer.skip.add(from.skipW, from.skipB, net.nSkip);
-        m_layers.push_back(std::move(layer));
-        const int span = FrameLayer::span(net.kernel, from.dilation);
-        const int shift = FrameLayer::shift(net.kernel, from.dilation);
+SequenceNetwork::SequenceNetwork(const PackedNetwork& net)
+    : m_net(net), m_context(PackedLayer::span(net.initialKernel, 1)) {
+    for (const PackedNetwork::Layer& layer : net.layers) {
+        const int span = PackedLayer::span(net.kernel, layer.dilation);
+        const int shift = PackedLayer::shift(net.kernel, layer.dilation);
         m_context += std::max(shift, span - shift);
     }
 }
 
-int SequenceNetwork::padding() const { return FrameLayer::span(m_net.initialKernel, 1); }
+int SequenceNetwork::padding() const { return PackedLayer::span(m_net.initialKernel, 1); }
 
 void SequenceNetwork::report(const char* name, int layer, const FrameBlock& block) const {
     if (onSequence) onSequence(name, layer, block);
 }
 
 void SequenceNetwork::process(FrameBlock& in, FrameBlock& out) {
-    const kernels::Kernels& vec = *kernels::active;
+    const kernels::Kernels& vec = m_net.vec;
     const int frames = in.frames(), S = m_net.nSkip;
     int longest = 0;
-    for (const Layer& layer : m_layers) longest = std::max(longest, FrameLayer::span(m_net.kernel, layer.dilation));
-    m_stream.reset(frames, m_net.nResidual, longest);
-    m_initial.apply(in, 1, m_stream);
+    for (const PackedNetwork::Layer& layer : m_net.layers)
+        longest = std::max(longest, PackedLayer::span(m_net.kernel, layer.dilation));
+    m_stream.resize(frames, m_net.nResidual, longest);
+    m_net.initial.apply(in, 1, m_stream);
     report("INITIAL_CONV", -1, m_stream);
     if (m_net.tanhInitial) vec.tanh(m_stream.frame(0), static_cast<int>(m_stream.size()));
 
     out.reset(frames, S);
-    for (std::size_t l = 0; l < m_layers.size(); ++l) runLayer(m_layers[l], static_cast<int>(l), out);
+    for (int l = 0; l < m_net.nLayers; ++l) runLayer(l, out);
 
     // The mean is over all layers; the streaming form divides by the layers with a skip output.
     for (int t = 0; t < frames; ++t) {
         float* sum = out.frame(t);
         if (m_net.meanSkip)
             for (int i = 0; i < S; ++i) sum[i] /= static_cast<float>(m_net.nLayers);
-        if (m_net.skipBias != nullptr) vec.accumulate(sum, m_net.skipBias, S);
+        if (!m_net.skipBias.empty()) vec.accumulate(sum, m_net.skipBias.data(), S);
     }
     report("SKIPSUM", -1, out);
 }
 
-void SequenceNetwork::runLayer(Layer& layer, int index, FrameBlock& out) {
-    const kernels::Kernels& vec = *kernels::active;
+void SequenceNetwork::runLayer(int index, FrameBlock& out) {
+    const PackedNetwork::Layer& layer = m_net.layers[static_cast<std::size_t>(index)];
+    const kernels::Kernels& vec = m_net.vec;
     const int frames = m_stream.frames(), R = m_net.nResidual;
     layer.gates.apply(m_stream, layer.dilation, m_gates);
-    m_gated.reset(frames, R);
-    for (int t = 0; t < frames; ++t) {
-        float* filter = m_gates.frame(t);
-        float* gate = filter + R;
-        vec.tanh(filter, R);
-        vec.sigmoid(gate, R);
-        vec.multiply(m_gated.frame(t), gate, filter, R);
-    }
+    m_gated.resize(frames, R);
+    for (int t = 0; t < frames; ++t) vec.gated(m_gated.frame(t), m_gates.frame(t), m_gates.frame(t) + R, R);
     // Every layer with skip weights contributes, whatever firstSkipLayer says.
     if (layer.skip.outputs() > 0) layer.skip.apply(m_gated, 1, out, true);
     // The residual is the layer's input of the same frame; the streaming form takes the oldest one.

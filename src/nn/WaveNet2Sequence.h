@@ -2,18 +2,16 @@
 #pragma once
 
 #include <functional>
-#include <vector>
 
-#include "katessel/WaveNet2.h"
-#include "nn/FrameLayer.h"
+#include "nn/PackedNetwork.h"
 
 namespace KaTessel {
 
-// Runs one network over sequences. Holds packed copies of its weights and scratch; the network's streaming state is
-// not touched.
+// Runs one network over sequences. Holds scratch for them.
 class SequenceNetwork {
 public:
-    explicit SequenceNetwork(const T_WN2& net);
+    // `net` must outlive this.
+    explicit SequenceNetwork(const PackedNetwork& net);
 
     // Frames on either side of a frame that its output depends on.
     int context() const { return m_context; }
@@ -29,17 +27,10 @@ public:
     std::function<void(const char* name, int layer, const FrameBlock&)> onSequence;
 
 private:
-    struct Layer {
-        FrameLayer gates;  // filter, then gate
-        FrameLayer skip;
-        int dilation;
-    };
-    void runLayer(Layer& layer, int index, FrameBlock& out);
+    void runLayer(int index, FrameBlock& out);
     void report(const char* name, int layer, const FrameBlock& block) const;
 
-    const T_WN2& m_net;
-    FrameLayer m_initial;
-    std::vector<Layer> m_layers;
+    const PackedNetwork& m_net;
     FrameBlock m_stream, m_gates, m_gated;
     int m_context = 0;
 };

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "dsp/FrameSpectrum.h"
 #include "dsp/LaneSpectrum.h"
 #include "dsp/ReferenceSpectrum.h"
 #include "katessel/InstructionSet.h"
@@ -193,6 +194,27 @@ TEST(MultiResolutionSpectrum, KernelsAreKept) {
                   kTolerance)
             << other.length << ", " << other.windowType << ", " << other.padFactor;
         EXPECT_EQ(analysed(mr, first, frame), original);
+    }
+}
+
+// The analysis of the engine's frames, against its definition and against the general one.
+TEST(FrameSpectrum, IsTheMultiResolutionSpectrumOfAFrame) {
+    const SpectrumArguments arguments{1025};
+    std::vector<float> frame = frameOf(1025);
+    frame[1024] = 0.0f;
+    MRSpectrum mr;
+    const Points general = analysed(mr, arguments, frame);
+    const FrameSpectrum fast(*kernels::active, mr);
+    const FencedInput samples({frame.begin(), frame.end() - 1});
+    GuardedBuffer spectrum(1024), magnitude(513);
+    fast.process(samples.data(), spectrum.data(), magnitude.data());
+    EXPECT_TRUE(spectrum.intact() && magnitude.intact());
+    const Points bins = unpackedSpectrum(spectrum.data(), 1024);
+    EXPECT_LT(relativeError(bins, ReferenceSpectrum(arguments).spectrum(frame, true)), kTolerance);
+    EXPECT_LT(relativeError(bins, general), kTolerance);
+    for (int k = 0; k <= 512; ++k) {
+        const double size = std::abs(bins[static_cast<std::size_t>(k)]);
+        ASSERT_NEAR(magnitude[k], size, 3e-7 * size) << k;
     }
 }
 

@@ -8,6 +8,7 @@
 #include "engine/ConstantModel.h"
 #include "engine/NaiveEngine.h"
 #include "katessel/CTessel.h"
+#include "katessel/Conv1x1.h"
 #include "support/AllocationCounter.h"
 #include "support/TemporaryFolder.h"
 
@@ -108,6 +109,43 @@ TEST_F(Streaming, TheEndBinsOfTheMagnitudeAreReal) {
     EXPECT_EQ(engine.magnitude[512], std::fabs(engine.complexSpectrum[1]));
     EXPECT_GT(engine.magnitude[512], 0.3f);
     EXPECT_NEAR(engine.magnitude[511], std::hypot(engine.complexSpectrum[1022], engine.complexSpectrum[1023]), 1e-6);
+}
+
+// The engine computes with packed copies, the toolkit's functions with the public arrays of the same engine.
+TEST_F(Streaming, TheStagesAgreeWithTheToolkit) {
+    CTessel engine, other;
+    engine.configure(24000, 0, 120, model().c_str());
+    other.configure(24000, 0, 120, model().c_str());
+    const std::vector<float> sound = voiceWithNoise(random, 1024 + 40 * 120, 24000);
+    const auto expectNear = [](const float* actual, const float* expected, int n, const char* what) {
+        float largest = 0.0f;
+        for (int i = 0; i < n; ++i) largest = std::max(largest, std::fabs(expected[i]));
+        EXPECT_GT(largest, 0.0f) << what;
+        for (int i = 0; i < n; ++i) ASSERT_NEAR(actual[i], expected[i], 1e-5f * largest) << what << ' ' << i;
+    };
+    std::vector<float> features(150), spectrum(1024), hidden(120), outputs(2);
+    float* out = spectrum.data();
+    for (int f = 0; f < 40; ++f) {
+        std::copy_n(sound.begin() + 120 * f, 1024, engine.frame);
+        engine.spectrumStage(engine.frame);
+        other.spectrum.DoMultiresolutionSpectrum(engine.frame, 1025, 10, -200.0f, nullptr, nullptr, nullptr, 3, &out,
+                                                 1.0f, true, 12000.0f);
+        expectNear(engine.complexSpectrum, spectrum.data(), 1024, "spectrum");
+        engine.bandStage(features.data());
+        engine.networkStage(features.data());
+        wavenet2_step_noncausal(features.data(), other.encoder, -1000, nullptr);
+        expectNear(engine.encoder->skipSum, other.encoder->skipSum, 120, "network");
+        engine.headStage();
+        for (int o = 0; o < 120; ++o) other.encoder->skipSum[o] *= other.encoder->skipSum[o] < 0.0f ? 0.2f : 1.0f;
+        conv1x1(other.encoder->skipSum, hidden.data(), other.out1Weights, other.out1Bias, 120, 120, -1, -1, false,
+                nullptr, 0, 0, 0, -1);
+        for (float& value : hidden) value *= value < 0.0f ? 0.2f : 1.0f;
+        expectNear(engine.hidden1, hidden.data(), 120, "hidden");
+        conv1x1(hidden.data(), outputs.data(), other.out2Weights, other.out2Bias, 120, 2, -1, -1, false, nullptr, 0, 0,
+                0, -1);
+        expectNear(engine.headOut, outputs.data(), 2, "outputs");
+        if (HasFatalFailure()) return;
+    }
 }
 
 TEST_F(Streaming, AFrameNeeds1024SamplesAndAFullRingLooksEmpty) {

@@ -103,6 +103,33 @@ TEST(Kernels, TanhAndItsSaturation) {
     for (int i = 0; i < large.size(); ++i) EXPECT_EQ(large[i], i < 5 ? 1.0f : -1.0f) << i;
 }
 
+TEST(Kernels, GatedIsTanhTimesSigmoid) {
+    std::vector<float> sweep;
+    for (int i = -1200; i <= 1200; ++i) sweep.push_back(static_cast<float>(i) * 0.0101f);
+    for (float x : {0.0f, 1e-20f, -1e-20f, 0.624999f, 0.625f, -0.625f, 50.0f, -50.0f, kInf, -kInf}) sweep.push_back(x);
+    for (float opening : {-kInf, -41.0f, -40.0f, -17.5f, -1.0f, 0.0f, 0.7f, 12.0f, 89.0f, kInf})
+        check(
+            "gated", sweep,
+            [&](float* x, int n) {
+                // Every gate is another one, so that none can stand for its neighbour.
+                std::vector<float> filters(x, x + n), gates;
+                for (int i = 0; i < n; ++i) gates.push_back(i % 2 == 0 ? opening : 0.25f);
+                const FencedInput filter(filters), gate(gates);
+                active->gated(x, filter.data(), gate.data(), n);
+                for (int i = 1; i < n; i += 2) {
+                    const double exact =
+                        std::tanh(double{filters[static_cast<std::size_t>(i)]}) / (1 + std::exp(-0.25));
+                    ASSERT_NEAR(x[i], exact, 2 * fewUnits(exact));
+                    x[i] = static_cast<float>(std::tanh(double{filters[static_cast<std::size_t>(i)]}) *
+                                              (opening < -40.0f ? 0.0 : 1.0 / (1.0 + std::exp(-double{opening}))));
+                }
+            },
+            [&](double x) {
+                return std::tanh(x) * (opening < -40.0f ? 0.0 : 1.0 / (1.0 + std::exp(-double{opening})));
+            },
+            [](double y) { return 2 * fewUnits(y); });  // of both functions
+}
+
 TEST(Kernels, DecibelsAndTheirFloor) {
     struct Row {
         float floor, factor, offset;

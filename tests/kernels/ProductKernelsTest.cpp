@@ -1,4 +1,5 @@
 // Sums of products, compared with loops in double precision. dot and polyphase are tested with the interpolator.
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -41,14 +42,18 @@ void checkProduct(Random& random, const Shape& s) {
     SCOPED_TRACE(testing::Message() << s.frames << " frames, " << s.taps << " taps of " << s.nIn << " to " << s.nOut
                                     << ", gap " << s.rowGap);
     const bool byRows = s.rowGap >= 0;
-    const int rowStride = s.nIn + s.rowGap, tapStride = s.nOut * rowStride + 5, panel = active->panel;
+    const int rowStride = s.nIn + s.rowGap, tapStride = s.nOut * rowStride + 5;
+    const int lanes = active->lanes, block = active->blockVectors * lanes, whole = (s.nOut + lanes - 1) / lanes * lanes;
     const int outStride = s.nOut + s.outGap, xStride = s.nIn + s.xGap;
     const auto weightAt = [&](int tap, int input, int output) {
-        return static_cast<std::size_t>(byRows ? tap * tapStride + output * rowStride + input
-                                               : ((output / panel * s.taps + tap) * s.nIn + input) * panel +
-                                                     output % panel);
+        const auto at = [&] {
+            if (byRows) return tap * tapStride + output * rowStride + input;
+            const int first = output / block * block, width = std::min(whole - first, block);
+            return first * s.taps * s.nIn + (tap * s.nIn + input) * width + output - first;
+        };
+        return static_cast<std::size_t>(at());
     };
-    auto used = static_cast<std::size_t>((s.nOut + panel - 1) / panel * s.taps * s.nIn * panel);
+    auto used = static_cast<std::size_t>(whole * s.taps * s.nIn);
     if (byRows) used = s.nOut == 0 ? 0 : weightAt(s.taps - 1, s.nIn, s.nOut - 1);
     std::vector<float> w(used, byRows ? kNaN : 0.0f);
     std::vector<std::unique_ptr<FencedInput>> fences;
@@ -100,7 +105,8 @@ TEST(Kernels, RowAndFrameProductsOfEveryShape) {
     for (int frames : {0, 1, 2, 5, 6, 7, 11, 12, 13, 25})
         for (int nOut : {0, 1, 7, 8, 9, 15, 16, 17, 31, 33, 48, 70})
             shapes.push_back({frames, nOut, 1 + frames % 3, 3 + nOut % 5, nOut % 2, frames % 2});
-    shapes.push_back({30, 140, 3, 70, 0, 0});
+    for (int frames : {1, 30})
+        for (int nOut : {70, 120, 140, 155, 300}) shapes.push_back({frames, nOut, 3, nOut == 140 ? 70 : 5, 0, 0});
     shapes.push_back({9, 12, 1, 0, 1, 1});
     Random random(2);
     for (const Shape& shape : shapes) {

@@ -5,7 +5,6 @@
 
 #include "gtest/gtest.h"
 #include "katessel/WaveNet2.h"
-#include "nn/FrameLayer.h"
 #include "nn/Networks.h"
 #include "nn/WaveNet2Sequence.h"
 
@@ -21,7 +20,7 @@ FrameBlock blockOf(const Frames& frames, int channels, int padding) {
 }
 
 // Even kernels reach back from a frame in the future: kernel 4 at dilation 1 sees frames t .. t + 3.
-TEST(FrameLayer, WorkedExamples) {
+TEST(PackedLayer, WorkedExamples) {
     struct Row {
         int kernel, dilation;
         std::vector<float> expected;
@@ -33,9 +32,8 @@ TEST(FrameLayer, WorkedExamples) {
     };
     const float weights[4] = {1000.0f, 100.0f, 10.0f, 1.0f};
     for (const Row& row : rows) {
-        FrameLayer layer(row.kernel, 1);
-        layer.add(weights, nullptr, 1);
-        FrameBlock in = blockOf({{1}, {2}, {3}, {4}, {5}, {6}}, 1, FrameLayer::span(row.kernel, row.dilation)), out;
+        const PackedLayer layer(*kernels::active, row.kernel, 1, {{weights, nullptr, 1}});
+        FrameBlock in = blockOf({{1}, {2}, {3}, {4}, {5}, {6}}, 1, PackedLayer::span(row.kernel, row.dilation)), out;
         layer.apply(in, row.dilation, out);
         EXPECT_EQ(std::vector<float>(out.frame(0), out.frame(6)), row.expected) << "kernel " << row.kernel;
     }
@@ -54,7 +52,8 @@ TEST(SequenceNetwork, MatchesTheWholeSignalReference) {
     for (const Shape& shape : shapes) {
         const NaiveWaveNet naive(shape.conf(), random, shape.kernel != 2);
         const NetPointer net = build(naive, shape);
-        SequenceNetwork network(*net);
+        const PackedNetwork packed(*kernels::active, *net);
+        SequenceNetwork network(packed);
         FrameBlock before, after;
         for (int frames : {0, 1, 2, 4, 30, 7}) {
             const Frames frameValues = randomFrames(random, frames, shape.nInputs);

@@ -6,6 +6,7 @@
 #include "katessel/Globals.h"
 #include "katessel/WaveNet2.h"
 #include "nn/Networks.h"
+#include "nn/PackedStep.h"
 #include "support/AllocationCounter.h"
 
 namespace KaTessel::tests {
@@ -32,7 +33,11 @@ TEST(WaveNet2Streaming, MatchesTheWholeHistoryReference) {
             SCOPED_TRACE(testing::Message() << "shape " << s << (withBiases ? "" : " without biases"));
             const Shape& shape = shapes[s];
             NaiveWaveNet naive(shape.conf(), random, withBiases);
-            const NetPointer net = build(naive, shape);
+            const NetPointer net = build(naive, shape), mixed = build(naive, shape);
+            const PackedNetwork packed(*kernels::active, *mixed);
+            // What packed steps are for; there they take turns with the others.
+            const bool packs = shape.initialKernel == 1 && shape.multiplicity < 2;
+            std::vector<float> branches(static_cast<std::size_t>(2 * shape.R));
             std::vector<Frames> dump(static_cast<std::size_t>(shape.layers));
             for (int t = 0; t < 40; ++t) {
                 std::vector<float> in = random.values(shape.nInputs);
@@ -41,6 +46,12 @@ TEST(WaveNet2Streaming, MatchesTheWholeHistoryReference) {
                 // Rounding of sums of up to 210 products of size 1 / 10, passed on through a few layers.
                 for (std::size_t i = 0; i < expected.size(); ++i)
                     ASSERT_NEAR(net->skipSum[i], expected[i], 2e-5) << "call " << t;
+                if (packs && t % 3 != 0)
+                    packedStep(packed, branches.data(), in.data(), *mixed);
+                else
+                    wavenet2_step_noncausal(in.data(), mixed.get(), -1000, nullptr);
+                for (std::size_t i = 0; i < expected.size(); ++i)
+                    ASSERT_NEAR(mixed->skipSum[i], expected[i], 2e-5) << "call " << t;
             }
             for (std::size_t l = 0; l < dump.size(); ++l) expectFrames(dump[l], naive.layers[l].gated, 2e-5, "dump");
         }
