@@ -60,7 +60,8 @@ struct Segment {
 
 void offlineFeatures(benchmark::State& state) {
     Segment segment;
-    KaTessel::FeatureBatch batch(segment.engine);
+    const auto model = KaTessel::EngineModel::of(segment.engine);
+    KaTessel::FeatureBatch batch(*model);
     segment.features.reset(kFrames, 150);
     for (auto _ : state) {
         for (int f = 0; f < kFrames; f += batch.framesAtOnce())

@@ -75,8 +75,7 @@ public:
     std::string modelPath;
     int fftSize = 0;               // [samples] 1024
     int numBands = 0;              // 150
-    float** filterbank = nullptr;  // numBands rows of fftSize / 2 + 1; of a band only the run of bins that configure()
-                                   // fills is read
+    float** filterbank = nullptr;  // numBands rows of fftSize / 2 + 1; shared by engines of one model, to be read only
     MRSpectrum spectrum;
     float lastF0 = 0.0f;  // the held pair, in the unit that it was asked for in; 0, 0 before the first frame
     float lastConfidence = 0.0f;

@@ -14,10 +14,12 @@
 
 namespace KaTessel {
 
+class CTessel;
+
 // Spectrum layout, for a transform of n samples: a[0] DC, a[1] Nyquist (both real), a[2k] and a[2k + 1] real and
 // imaginary part of bin k = 1 .. n/2 - 1; sign exp(-i 2 pi jk / n), no scale.
 //
-// About 5 MB of buffers, allocated by the constructor. One thread at a time.
+// Buffers are as long as the frames need that it was last prepared for. One thread at a time.
 class KATESSEL_API MRSpectrum {
 public:
     MRSpectrum();
@@ -37,7 +39,7 @@ public:
     // Nyquist, h[n - k] = imaginary part of bin k, and returns that buffer. n up to 131072.
     float* SpecFormatConversion(float* a, int n);
 
-    // 262146 floats that the two functions above write to.
+    // 262146 floats that the two functions above write to; null before the first of them.
     float* spareSpectrum() { return m_spareSpectrum.get(); }
 
     // Multi-resolution spectrum of one frame.
@@ -123,7 +125,11 @@ public:
 private:
     KATESSEL_LOCAL void buildKernels(long length, char windowType, float padFactor, bool centred, float sampleRate);
     KATESSEL_LOCAL void planResolutions(long length, float sampleRate);
-    KATESSEL_LOCAL void buildKernel(int resolution, char windowType, float padFactor, bool centred);
+    KATESSEL_LOCAL void buildKernel(int resolution, char windowType, float padFactor, bool centred, float* window);
+    // Copies what PrepareMR built for `other`, which is faster than building it.
+    KATESSEL_LOCAL void takeWindows(const MRSpectrum& other);
+    friend class CTessel;
+    KATESSEL_LOCAL void allocateFrameArrays(char windowType);
     KATESSEL_LOCAL void convolve(float* spectrum);
     KATESSEL_LOCAL void extendSpectrum(const float* spectrum);
 
@@ -132,11 +138,11 @@ private:
     std::vector<double> m_cosineTables[18];
     int m_powersOfTwo[18] = {};
 
-    std::unique_ptr<float[]> m_frameWindow;    // 262145, rectangular, of m_frameLength samples
-    std::unique_ptr<float[]> m_spareSpectrum;  // 262146
-    std::unique_ptr<float[]> m_workSpectrum;   // 262146, used when the caller passes no spectrum
-    std::unique_ptr<float[]> m_windowScratch;  // 262145, window of the resolution being built
-    std::unique_ptr<float[]> m_kernelWork;     // 262146, a window's spectrum, later the convolution's result
+    std::unique_ptr<float[]> m_frameWindow;    // m_frameLength, rectangular
+    std::unique_ptr<float[]> m_spareSpectrum;  // 262146, made by the first function that writes it
+    std::unique_ptr<float[]> m_workSpectrum;   // m_fftLen + 2, used when the caller passes no spectrum
+    std::unique_ptr<float[]> m_windowScratch;  // m_fftLen + 2, part of the convolution's result, for family 15
+    std::unique_ptr<float[]> m_kernelWork;     // m_fftLen + 2, a window's spectrum, later the convolution's result
 
     long m_frameLength = 0;   // frame that the frame window was built for
     long m_kernelLength = 0;  // frame, window family and pad factor that the kernels were built for

@@ -11,28 +11,25 @@ namespace KaTessel {
 // frame, for centred frames and symmetric windows, up to float rounding.
 class LaneSpectrum {
 public:
+    //   vec        the variant that all frames are computed with
     //   prepared   analyser whose windows are built; must outlive this
     //   length     samples of a frame, odd, at most one more than the transform
     //   bins       bins 0 .. bins - 1 are computed; they must stay half a kernel below the last one
-    LaneSpectrum(const MRSpectrum& prepared, int length, int bins);
+    LaneSpectrum(const kernels::Kernels& vec, const MRSpectrum& prepared, int length, int bins);
 
-    // The variant that all frames are computed with, in use when this was made.
-    const kernels::Kernels& vec() const { return m_vec; }
     int lanes() const { return m_vec.lanes; }
 
-    //   samples    the first frame; the others follow `hop` samples apart
-    //   frames     1 .. lanes()
+    //   samples    the first of lanes() frames; the others follow `hop` samples apart
     // Returns bins x lanes() magnitudes, that of bin k in frame f at [k * lanes() + f]; valid until the next call.
-    const float* process(const float* samples, int hop, int frames);
+    const float* process(const float* samples, int hop);
 
 private:
-    void extend();
+    void place(float* to, const float* samples, const float* window, int hop, int count);
 
     const MRSpectrum& m_spectrum;
     const kernels::Kernels& m_vec;
     int m_length, m_bins, m_taps, m_lanes;
-    AlignedFloats m_work;       // transform
-    AlignedFloats m_extended;   // bins -taps / 2 .. bins - 1 + taps / 2
+    AlignedFloats m_work;       // transform, behind bins -taps / 2 .. -1
     AlignedFloats m_convolved;  // bins
     AlignedFloats m_magnitude;
 };

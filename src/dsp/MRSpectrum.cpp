@@ -13,7 +13,6 @@
 namespace KaTessel {
 namespace {
 
-constexpr long kMaxLength = 262145;  // longest frame or window
 constexpr int kMaxTransform = 131072;
 constexpr int kMinBuffer = 2;  // floats of the shortest spectrum, for DC and Nyquist
 
@@ -45,18 +44,14 @@ void allocateMissing(float** array, long n) {
 
 }  // namespace
 
-MRSpectrum::MRSpectrum()
-    : m_frameWindow(new float[kMaxLength]),
-      m_spareSpectrum(new float[kMaxLength + 1]),
-      m_workSpectrum(new float[kMaxLength + 1]),
-      m_windowScratch(new float[kMaxLength]),
-      m_kernelWork(new float[kMaxLength + 1]) {}
-
+MRSpectrum::MRSpectrum() = default;
 MRSpectrum::~MRSpectrum() = default;
 
 void MRSpectrum::PrepareMR(long length, char windowType, float padFactor, bool centred, float sampleRate) {
     m_fftLen = transformFor(length, padFactor);
     if (length != m_frameLength) {
+        m_frameLength = 0;
+        m_frameWindow.reset(newFloats(length));
         float* window = m_frameWindow.get();
         GetWindow(length, 14, &window, false, false);
         m_frameLength = length;

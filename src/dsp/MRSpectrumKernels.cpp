@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/NewFloats.h"
 #include "dsp/Placement.h"
 #include "kernels/Kernels.h"
 #include "katessel/MRSpectrum.h"
@@ -45,6 +46,14 @@ void MRSpectrum::planResolutions(long length, float sampleRate) {
     }
 }
 
+// What a frame is computed in, as long as its transform needs.
+void MRSpectrum::allocateFrameArrays(char windowType) {
+    const int floats = m_fftLen + 2;
+    m_workSpectrum.reset(newFloats(floats));
+    m_kernelWork.reset(newFloats(floats));
+    m_windowScratch.reset(windowType == kAsymmetric ? newFloats(floats) : nullptr);
+}
+
 void MRSpectrum::buildKernels(long length, char windowType, float padFactor, bool centred, float sampleRate) {
     m_padFactor = -1.0f;  // nothing valid until all is built
     FreeMR();
@@ -52,22 +61,25 @@ void MRSpectrum::buildKernels(long length, char windowType, float padFactor, boo
     m_halfTaps = (m_taps - 1) / 2;
     planResolutions(length, sampleRate);
 
+    allocateFrameArrays(windowType);
+
     const int vectorFloats = kernels::kMaxLanes;
     m_kernelStride = (2 * m_taps + vectorFloats - 1) / vectorFloats * vectorFloats;
     const std::size_t rows = m_resolutionLengths.size() * (windowType == kAsymmetric ? 2 : 1);
     m_kernels.assign(rows * static_cast<std::size_t>(m_kernelStride), 0.0f);
     m_extended.assign(static_cast<std::size_t>(m_fftLen + m_kernelStride), 0.0f);
     if (windowType == kAsymmetric) m_rotated = m_extended;
-    for (int r = 0; r < resolutionCount(); ++r) buildKernel(r, windowType, padFactor, centred);
+    const int longest = *std::max_element(m_resolutionLengths.begin(), m_resolutionLengths.end());
+    std::vector<float> window(static_cast<std::size_t>(longest));
+    for (int r = 0; r < resolutionCount(); ++r) buildKernel(r, windowType, padFactor, centred, window.data());
     m_kernelLength = length;
     m_windowType = windowType;
     m_padFactor = padFactor;
 }
 
 // The first taps of the window's spectrum. A symmetric window in zero-phase position has a real one.
-void MRSpectrum::buildKernel(int resolution, char windowType, float padFactor, bool centred) {
+void MRSpectrum::buildKernel(int resolution, char windowType, float padFactor, bool centred, float* window) {
     const long length = windowLength(resolution);
-    float* window = m_windowScratch.get();
     GetWindow(length, windowType, &window, false, false);
     float* spectrum = m_kernelWork.get();
     spectrum[1] = 0.0f;
@@ -93,6 +105,25 @@ void MRSpectrum::buildKernel(int resolution, char windowType, float padFactor, b
         if (mirrored) im = -im;
         imaginary[2 * t] = imaginary[2 * t + 1] = im;
     }
+}
+
+void MRSpectrum::takeWindows(const MRSpectrum& other) {
+    m_frameWindow.reset(newFloats(other.m_frameLength));
+    std::copy_n(other.m_frameWindow.get(), other.m_frameLength, m_frameWindow.get());
+    m_frameLength = other.m_frameLength;
+    m_kernelLength = other.m_kernelLength;
+    m_windowType = other.m_windowType;
+    m_padFactor = other.m_padFactor;
+    m_fftLen = other.m_fftLen;
+    m_binResolutions = other.m_binResolutions;
+    m_resolutionLengths = other.m_resolutionLengths;
+    m_kernels = other.m_kernels;
+    m_kernelStride = other.m_kernelStride;
+    m_taps = other.m_taps;
+    m_halfTaps = other.m_halfTaps;
+    m_extended = other.m_extended;
+    m_rotated = other.m_rotated;
+    allocateFrameArrays(m_windowType);
 }
 
 }  // namespace KaTessel

@@ -5,6 +5,15 @@
 #include "katessel/MRSpectrum.h"
 
 namespace KaTessel {
+namespace {
+
+float* made(std::unique_ptr<float[]>& spectrum) {
+    constexpr std::size_t kFloats = 262146;
+    if (spectrum == nullptr) spectrum.reset(new float[kFloats]());
+    return spectrum.get();
+}
+
+}  // namespace
 
 long MRSpectrum::rFFT(float* a, int n) {
     n &= ~1;
@@ -18,7 +27,7 @@ long MRSpectrum::irFFT(float* a, int n, bool halfComplexCopy) {
     if (halfComplexCopy)
         SpecFormatConversion(a, n);
     else
-        std::copy_n(a, n, m_spareSpectrum.get());
+        std::copy_n(a, n, made(m_spareSpectrum));
     negateImaginaryParts(a, n);
     a[1] = 0.5f * (a[0] - a[1]);
     a[0] = a[0] - a[1];
@@ -30,7 +39,7 @@ long MRSpectrum::irFFT(float* a, int n, bool halfComplexCopy) {
 }
 
 float* MRSpectrum::SpecFormatConversion(float* a, int n) {
-    float* h = m_spareSpectrum.get();
+    float* h = made(m_spareSpectrum);
     h[0] = a[0];
     h[n / 2] = a[1];
     for (int k = 1; k < n / 2; ++k) {

@@ -39,9 +39,41 @@ void blackmanHarris(long n, float* w, const CosineSum& c) {
 }
 
 // Second and third harmonic are both subtracted, unlike in a Blackman-Harris sum; the model was trained on this.
-double likeFormula(double phase) {
-    return (0.47 - 0.01 * std::cos(3.0 * phase)) - (0.45 * std::cos(phase) + 0.01 * std::cos(2.0 * phase));
+//   c  cosine of the phase, of which those of its multiples are polynomials
+double likeFormula(double c) {
+    const double second = 2.0 * c * c - 1.0, third = (4.0 * c * c - 3.0) * c;
+    return (0.47 - 0.01 * third) - (0.45 * c + 0.01 * second);
 }
+
+// cos(i * step) for i = 0, 1, .. in this order: of the sum of two angles, so that only every kFine-th needs the functions
+// themselves.
+class CosineWalk {
+public:
+    explicit CosineWalk(double step) : m_step(step) {
+        for (int i = 0; i < kFine; ++i) {
+            m_cosine[i] = std::cos(i * step);
+            m_sine[i] = std::sin(i * step);
+        }
+    }
+    double next() {
+        if (m_fine == kFine) {
+            m_fine = 0;
+            m_coarse += kFine;
+            m_coarseCosine = std::cos(static_cast<double>(m_coarse) * m_step);
+            m_coarseSine = std::sin(static_cast<double>(m_coarse) * m_step);
+        }
+        const double cosine = m_coarseCosine * m_cosine[m_fine] - m_coarseSine * m_sine[m_fine];
+        ++m_fine;
+        return cosine;
+    }
+
+private:
+    static constexpr int kFine = 16;
+    double m_step, m_cosine[kFine], m_sine[kFine];
+    double m_coarseCosine = 1.0, m_coarseSine = 0.0;
+    long m_coarse = 0;
+    int m_fine = 0;
+};
 
 }  // namespace
 
@@ -79,8 +111,10 @@ void MRSpectrum::BlackmanHarrisLike(long n, float* w, bool derivative) {
     const double step = kTwoPi / static_cast<double>(n - 1);
     w[0] = -4.6837534e-17f;
     float sum = w[0];
+    CosineWalk cosine(step);
+    cosine.next();
     for (long i = 1; i < n; ++i) {
-        w[i] = static_cast<float>(likeFormula(static_cast<double>(i) * step));
+        w[i] = static_cast<float>(likeFormula(cosine.next()));
         sum += w[i];
     }
     if (derivative) {

@@ -5,14 +5,13 @@
 #include <new>
 
 #include "base/NewFloats.h"
-#include "engine/AnalyserArguments.h"
-#include "engine/Filterbank.h"
 #include "engine/Prepared.h"
 #include "katessel/CTessel.h"
 #include "katessel/FloatBuffer.h"
 #include "katessel/LayerWeights.h"
 #include "modelio/LayerLoaders.h"
 #include "nn/WaveNet2Build.h"
+#include "nn/WaveNet2Parts.h"
 
 namespace KaTessel {
 namespace {
@@ -90,13 +89,13 @@ void CTessel::prepare(int newSampleRate, int maxBlockSize, const std::string& ne
     }
     lastF0 = lastConfidence = 0.0f;
     fftSize = facts::kWindow;
-    freeFilterbank(filterbank, numBands);
+    filterbank = nullptr;  // the model's
+    m_prepared.reset();
     numBands = facts::kBands;
     renew(frame, fftSize + 1);
     readPos = writePos = 0;
     ringSize = facts::kRing;
     renew(ring, ringSize);
-    makeFilterbank(filterbank);
     modelPath = newModelPath;
 
     encoderConf = encoderShape(modelPath);
@@ -117,10 +116,14 @@ void CTessel::prepare(int newSampleRate, int maxBlockSize, const std::string& ne
     for (int l = encoder->nLayers - 1; l >= 0; --l)
         lookahead += (encoder->kernel - 1) * encoder->layers[l].dilation / 2;
 
-    // The windows are built here and not in the first frame, which may be in a hurry.
-    spectrum.PrepareMR(facts::kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
-    m_prepared = std::make_unique<Prepared>();
-    m_prepared->model = std::make_shared<EngineModel>(*kernels::active, *this);
+    // Everything is built here and nothing in the first frame, which may be in a hurry.
+    makeSkipDelays(*encoder);
+    auto prepared = std::make_unique<Prepared>();
+    prepared->model = EngineModel::of(*this);
+    prepared->spectrum.reset(newFloats(fftSize));
+    spectrum.takeWindows(prepared->model->analysis);
+    filterbank = prepared->model->filterbank.rows();
+    m_prepared = std::move(prepared);
 }
 
 void CTessel::reset() {

@@ -11,21 +11,19 @@ namespace {
 
 }  // namespace
 
-void makeFilterbank(float**& filterbank) {
-    filterbank = new float*[facts::kBands]();  // at once where its owner releases it, should a row fail
+Filterbank::Filterbank()
+    : m_weights(static_cast<std::size_t>(facts::kBands * facts::kBins)),
+      m_shortRows(static_cast<std::size_t>(facts::kBands * kernels::kShortRow)),
+      m_firstBins(kBandFirstBin, kBandFirstBin + facts::kBands),
+      m_rows(new float*[facts::kBands]) {
     const float* weights = kBandWeights;
     for (int b = 0; b < facts::kBands; ++b) {
-        filterbank[b] = new float[facts::kBins]();
-        std::copy_n(weights, kBandBinCount[b], filterbank[b] + kBandFirstBin[b]);
+        float* row = m_weights.data() + b * facts::kBins;
+        m_rows[static_cast<std::size_t>(b)] = row;
+        std::copy_n(weights, kBandBinCount[b], row + kBandFirstBin[b]);
+        std::copy_n(weights, kBandBinCount[b], m_shortRows.data() + b * kernels::kShortRow);
         weights += kBandBinCount[b];
     }
-}
-
-void freeFilterbank(float**& filterbank, int bands) {
-    if (filterbank == nullptr) return;
-    for (int b = 0; b < bands; ++b) delete[] filterbank[b];
-    delete[] filterbank;
-    filterbank = nullptr;
 }
 
 BandRange bandRange(int band) { return {kBandFirstBin[band], kBandBinCount[band]}; }
@@ -35,13 +33,8 @@ int highestBandBin() {
     return last.firstBin + last.bins - 1;
 }
 
-void bandEnergies(const float* const* filterbank, const float* magnitude, float* energies) {
-    for (int b = 0; b < facts::kBands; ++b) {
-        const BandRange range = bandRange(b);
-        float energy = 0.0f;
-        for (int k = range.firstBin; k < range.firstBin + range.bins; ++k) energy += filterbank[b][k] * magnitude[k];
-        energies[b] = energy;
-    }
+void Filterbank::energies(const kernels::Kernels& vec, const float* magnitude, float* energies) const {
+    vec.shortDots(energies, m_shortRows.data(), magnitude, m_firstBins.data(), facts::kBands);
 }
 
 }  // namespace KaTessel

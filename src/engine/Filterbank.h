@@ -5,13 +5,30 @@
 // M. Slaney, "Auditory Toolbox", 1998. A trained model expects these very numbers: 589 weights on bins 1 to 298.
 #pragma once
 
+#include <memory>
+#include <vector>
+
+#include "kernels/Kernels.h"
+
 namespace KaTessel {
 
-// Makes rows of facts::kBins weights, one per band, in `filterbank`, which must be null; release with freeFilterbank.
-void makeFilterbank(float**& filterbank);
+class Filterbank {
+public:
+    Filterbank();
 
-// Releases every row and the table of `bands` rows and sets it to null.
-void freeFilterbank(float**& filterbank, int bands);
+    // facts::kBands rows of facts::kBins weights, which engines hand out and nobody changes.
+    float** rows() const { return m_rows.get(); }
+
+    // Band energies: energies[b] = sum of the band's weights times the magnitudes.
+    //   magnitude   facts::kBins values
+    //   energies    facts::kBands values
+    void energies(const kernels::Kernels& vec, const float* magnitude, float* energies) const;
+
+private:
+    std::vector<float> m_weights, m_shortRows;  // of the latter every row is kShortRow weights from its first bin on
+    std::vector<int> m_firstBins;
+    std::unique_ptr<float*[]> m_rows;
+};
 
 // The bins that a band covers.
 struct BandRange {
@@ -21,11 +38,5 @@ BandRange bandRange(int band);
 
 // The highest bin of any band, 298.
 int highestBandBin();
-
-// Band energies: energies[b] = sum of the band's weights times the magnitudes.
-//   filterbank  from makeFilterbank; only the bins that a band covers are visited, all others weigh nothing
-//   magnitude   facts::kBins values
-//   energies    facts::kBands values
-void bandEnergies(const float* const* filterbank, const float* magnitude, float* energies);
 
 }  // namespace KaTessel

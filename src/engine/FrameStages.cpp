@@ -1,6 +1,5 @@
 // The stages of one analysis frame: spectrum, bands, network, heads. Offline processing computes the first two for
 // several frames at once, in FeatureBatch.
-#include "engine/Filterbank.h"
 #include "engine/Prepared.h"
 #include "katessel/EngineFacts.hpp"
 #include "nn/PackedStep.h"
@@ -8,13 +7,14 @@
 namespace KaTessel {
 
 void CTessel::spectrumStage(float* samples) {
-    if (complexSpectrum == nullptr) complexSpectrum = new float[static_cast<std::size_t>(fftSize)];
+    if (complexSpectrum == nullptr) complexSpectrum = m_prepared->spectrum.release();
     m_prepared->model->spectrum.process(samples, complexSpectrum, magnitude);
 }
 
 void CTessel::bandStage(float* features) {
-    bandEnergies(filterbank, magnitude, features);
-    m_prepared->model->vec.scaledDecibels(features, facts::kSmallestEnergy, facts::kPerDecibel, 1.0f, numBands);
+    const EngineModel& model = *m_prepared->model;
+    model.filterbank.energies(model.vec, magnitude, features);
+    model.vec.scaledDecibels(features, facts::kSmallestEnergy, facts::kPerDecibel, 1.0f, facts::kBands);
 }
 
 void CTessel::networkStage(float* features) {
@@ -30,7 +30,7 @@ void CTessel::headStage() {
     model.vec.leakyRelu(hidden1, facts::kLeakySlope, facts::kSkip);
     const float* hidden = hidden1;
     model.vec.rowProduct(headOut, model.head2Weights.data(), facts::kSkip, 0, &hidden, 1, facts::kSkip, facts::kOutputs,
-                         model.head2Bias.empty() ? nullptr : model.head2Bias.data(), false);
+                         model.head2Bias.data(), false);
 }
 
 }  // namespace KaTessel

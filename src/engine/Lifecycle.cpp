@@ -1,5 +1,4 @@
 // Construction and destruction of an engine, and its figures of latency.
-#include "engine/Filterbank.h"
 #include "engine/Prepared.h"
 #include "katessel/CTessel.h"
 #include "katessel/FloatBuffer.h"
@@ -14,7 +13,6 @@ CTessel::~CTessel() {
     frame = nullptr;
     delete[] ring;
     ring = nullptr;
-    freeFilterbank(filterbank, numBands);
     wavenet2_free(encoder);
     encoder = nullptr;
     for (float** buffer : {&hidden1, &out1Weights, &out1Bias, &headOut, &out2Weights, &out2Bias}) free_buf(*buffer);

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "engine/AnalyserArguments.h"
+#include "base/FlushDenormals.h"
 #include "engine/FeatureBatch.h"
 #include "engine/PitchScale.h"
 #include "engine/Prepared.h"
@@ -24,9 +24,8 @@ class SequenceHeads {
 public:
     explicit SequenceHeads(const EngineModel& model)
         : m_model(model),
-          m_second(model.vec, 1, facts::kSkip,
-                   {{model.head2Weights.data(), model.head2Bias.empty() ? nullptr : model.head2Bias.data(),
-                     facts::kOutputs}}) {}
+          m_second(model.vec, 1, facts::kSkip, {{model.head2Weights.data(), model.head2Bias.data(), facts::kOutputs}}) {
+    }
 
     // Rectifies `skip` in place and leaves both outputs per frame in `result`.
     void process(FrameBlock& skip, FrameBlock& result) {
@@ -56,16 +55,16 @@ int wholeHops(long samples) {
 }  // namespace
 
 int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, float* outConfidence, int centsMode) {
-    // Whoever used the analyser in between may have left it with other windows.
-    spectrum.PrepareMR(facts::kAnalysisLength, kWindowFamily, 1.0f, true, kAnalysisRate);
+    const FlushDenormals flush;
     SignalReader signal(input, numSamples, sampleRate == internalRate ? 1.0f : rateRatio, resampler);
     const int frames = wholeHops(signal.length());
-    SequenceNetwork network(m_prepared->model->network);
-    SequenceHeads heads(*m_prepared->model);
+    const EngineModel& model = *m_prepared->model;
+    SequenceNetwork network(model.network);
+    SequenceHeads heads(model);
     const int context = network.context();
     const int half = (facts::kAnalysisLength - 1) / 2;
 
-    FeatureBatch batch(*this);
+    FeatureBatch batch(model);
     const int atOnce = batch.framesAtOnce();
     FrameBlock features, skip, outputs;
     std::vector<float> samples(static_cast<std::size_t>((atOnce - 1) * facts::kHop + facts::kAnalysisLength));

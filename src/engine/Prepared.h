@@ -4,11 +4,14 @@
 #include <memory>
 
 #include "engine/EngineModel.h"
+#include "katessel/EngineFacts.hpp"
 
 namespace KaTessel {
 
 struct CTessel::Prepared {
     std::shared_ptr<const EngineModel> model;
+    float features[facts::kBands] = {};  // of the current frame
+    std::unique_ptr<float[]> spectrum;   // what complexSpectrum becomes with the first frame
 };
 
 }  // namespace KaTessel

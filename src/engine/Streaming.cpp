@@ -2,17 +2,20 @@
 #include <math.h>
 
 #include <algorithm>
-#include <vector>
 
+#include "base/FlushDenormals.h"
 #include "engine/PitchScale.h"
-#include "katessel/CTessel.h"
+#include "engine/Prepared.h"
 
 namespace KaTessel {
 
 void CTessel::appendToRing(const float* samples, int count) {
-    for (int i = 0; i < count; ++i) {
-        ring[writePos] = samples[i];
-        if (++writePos == ringSize) writePos = 0;
+    while (count > 0) {
+        const int untilWrap = std::min(count, ringSize - writePos);
+        std::copy_n(samples, untilWrap, ring + writePos);
+        writePos = (writePos + untilWrap) % ringSize;
+        samples += untilWrap;
+        count -= untilWrap;
     }
 }
 
@@ -23,6 +26,7 @@ int CTessel::unreadSamples() const {
 }
 
 int CTessel::doProcess(float const* input, int numSamples, float* outF0, float* outConfidence, int centsMode) {
+    const FlushDenormals flush;
     // A call that completes no frame repeats the last pair, in the unit it was computed in.
     *outF0 = lastF0;
     *outConfidence = lastConfidence;
@@ -44,10 +48,10 @@ int CTessel::doProcess(float const* input, int numSamples, float* outF0, float* 
 }
 
 int CTessel::doProcess(float* outF0, float* outConfidence, int centsMode) {
-    std::vector<float> features(static_cast<std::size_t>(numBands), 0.0f);
+    float* features = m_prepared->features;
     spectrumStage(frame);
-    bandStage(features.data());
-    networkStage(features.data());
+    bandStage(features);
+    networkStage(features);
     headStage();
     const float octaves = liveOctaves(headOut[0]);
     if (centsMode != 0)

@@ -33,6 +33,9 @@ struct Kernels {
     void (*frameProduct)(float* out, long outStride, int frames, int nOut, const float* packed, const float* const* x,
                          long xStride, int taps, int nIn, const float* bias, bool accumulate);
 
+    // out[r] = sum over i < kShortRow of rows[r * kShortRow + i] * x[starts[r] + i], for r < n.
+    void (*shortDots)(float* out, const float* rows, const float* x, const int* starts, int n);
+
     // out[i] += x[i]
     void (*accumulate)(float* out, const float* x, int n);
 
@@ -84,6 +87,9 @@ struct Kernels {
     // imaginary parts of bins 1 .. n/2 - 1; sign exp(-i ..).
     void (*transformLanes)(float* a, int n);
 
+    // out[i * lanes + s] = samples[s * stride + i] * scale for i < count, a multiple of kMaxLanes.
+    void (*placeLanes)(float* out, const float* samples, long stride, float scale, int count);
+
     // convolvePairs for every signal with the same taps: pairs k of `out`, k + t of `spectrum`, taps[2 * t]; `count`
     // taps.
     void (*convolveLanes)(float* out, const float* spectrum, const float* taps, int count, int bins);
@@ -103,6 +109,7 @@ struct Kernels {
 
 constexpr int kMaxLanes = 16;   // floats of the widest vector
 constexpr int kMaxTaps = 8;     // most taps of one rowProduct
+constexpr int kShortRow = 16;   // of shortDots
 constexpr int kFrameTaps = 41;  // of convolveFrame
 
 extern const Kernels kScalar, kSse2, kAvx2, kAvx512;

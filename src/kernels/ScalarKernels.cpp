@@ -26,21 +26,29 @@ void rowProduct(float* out, const float* w, long rowStride, long tapStride, cons
 
 // One signal, and one output, at a time.
 constexpr int kLanes = 1;
-constexpr int kBlockVectors = 4;
+constexpr int kBlockVectors = 16;
 
 void frameProduct(float* out, long outStride, int frames, int nOut, const float* packed, const float* const* x,
                   long xStride, int taps, int nIn, const float* bias, bool accumulate) {
-    for (int f = 0; f < frames; ++f)
-        for (int o = 0; o < nOut; ++o) {
-            const int first = o - o % kBlockVectors;
-            const int width = nOut - first < kBlockVectors ? nOut - first : kBlockVectors;
-            const float* weights = packed + static_cast<long>(first) * taps * nIn + (o - first);
-            float sum = bias != nullptr ? bias[o] : 0.0f;
+    for (int first = 0; first < nOut; first += kBlockVectors) {
+        const int width = nOut - first < kBlockVectors ? nOut - first : kBlockVectors;
+        for (int f = 0; f < frames; ++f) {
+            const float* weights = packed + static_cast<long>(first) * taps * nIn;
+            float sums[kBlockVectors] = {};
             for (int t = 0; t < taps; ++t)
-                for (int i = 0; i < nIn; ++i) sum += weights[(t * nIn + i) * width] * x[t][f * xStride + i];
-            float& to = out[f * outStride + o];
-            to = accumulate ? to + sum : sum;
+                for (int i = 0; i < nIn; ++i, weights += width)
+                    for (int o = 0; o < width; ++o) sums[o] += weights[o] * x[t][f * xStride + i];
+            for (int o = 0; o < width; ++o) {
+                const float sum = bias != nullptr ? sums[o] + bias[first + o] : sums[o];
+                float& to = out[f * outStride + first + o];
+                to = accumulate ? to + sum : sum;
+            }
         }
+    }
+}
+
+void shortDots(float* out, const float* rows, const float* x, const int* starts, int n) {
+    for (int r = 0; r < n; ++r) out[r] = dot(rows + r * kShortRow, x + starts[r], kShortRow);
 }
 
 void accumulate(float* out, const float* x, int n) {
@@ -124,6 +132,10 @@ void convolveFrame(float* pairs, float* size, const float* re, const float* im, 
 
 void transformLanes(float* a, int n) { realTransform(n, a); }
 
+void placeLanes(float* out, const float* samples, long /*stride*/, float factor, int count) {
+    for (int i = 0; i < count; ++i) out[i] = samples[i] * factor;
+}
+
 void convolveLanes(float* out, const float* spectrum, const float* taps, int count, int bins) {
     convolvePairs(out, spectrum, taps, 2 * count, bins);
 }
@@ -144,6 +156,7 @@ const Kernels kScalar = {
     .dot = dot,
     .rowProduct = rowProduct,
     .frameProduct = frameProduct,
+    .shortDots = shortDots,
     .accumulate = accumulate,
     .scale = scale,
     .multiply = multiply,
@@ -158,6 +171,7 @@ const Kernels kScalar = {
     .transformFrame = transformFrame,
     .convolveFrame = convolveFrame,
     .transformLanes = transformLanes,
+    .placeLanes = placeLanes,
     .convolveLanes = convolveLanes,
     .magnitudeLanes = magnitude,
     .weightedLanes = weightedLanes,

@@ -4,21 +4,13 @@
 // instruction set.
 #include "kernels/FrameTransform.h"
 #include "kernels/Kernels.h"
-#include "kernels/Polyphase.h"
 #include "kernels/VectorElements.h"
 #include "kernels/VectorLanes.h"
+#include "kernels/VectorPolyphase.h"
 #include "kernels/VectorProducts.h"
 #include "kernels/VectorSpectra.h"
 
 namespace KaTessel::kernels {
-namespace {
-
-double polyphase(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
-                 int phases) {
-    return polyphaseBy(dot, out, count, in, pos, step, table, taps, phases);
-}
-
-}  // namespace
 
 const Kernels KATESSEL_TABLE = {
     .name = KATESSEL_NAME,
@@ -27,6 +19,7 @@ const Kernels KATESSEL_TABLE = {
     .dot = dot,
     .rowProduct = rowProduct,
     .frameProduct = frameProduct,
+    .shortDots = shortDots,
     .accumulate = accumulate,
     .scale = scale,
     .multiply = multiply,
@@ -41,6 +34,7 @@ const Kernels KATESSEL_TABLE = {
     .transformFrame = transformFrame,
     .convolveFrame = convolveFrame,
     .transformLanes = transformLanes,
+    .placeLanes = placeLanes,
     .convolveLanes = convolveLanes,
     .magnitudeLanes = magnitudeLanes,
     .weightedLanes = weightedLanes,

@@ -11,6 +11,15 @@ namespace {
 
 void transformLanes(float* a, int n) { realTransform(n, reinterpret_cast<Vec*>(a)); }
 
+void placeLanes(float* out, const float* samples, long stride, float scale, int count) {
+    for (int i = 0; i < count; i += kLanes) {
+        Vec rows[kLanes];
+        for (int s = 0; s < kLanes; ++s) rows[s] = load(samples + s * stride + i);
+        transpose(rows);
+        for (int l = 0; l < kLanes; ++l) storeAligned(out + (i + l) * kLanes, rows[l] * scale);
+    }
+}
+
 // kBins neighbouring bins share the taps.
 template <int kBins>
 KATESSEL_INLINE void convolveBinsOfLanes(Vec* out, const Vec* spectrum, const float* taps, int count) {

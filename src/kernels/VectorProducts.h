@@ -16,6 +16,24 @@ float dot(const float* a, const float* b, int n) {
     return total;
 }
 
+void shortDots(float* out, const float* rows, const float* x, const int* starts, int n) {
+    for (int r = 0; r < n; r += kLanes) {
+        Vec products[kLanes];
+        for (int l = 0; l < kLanes; ++l) {
+            const int row = r + l < n ? r + l : n - 1;
+            products[l] = Vec{};
+            for (int i = 0; i < kShortRow; i += kLanes)
+                products[l] += load(rows + row * kShortRow + i) * load(x + starts[row] + i);
+        }
+        const Vec sums = sumsOfAll(products);
+        if (r + kLanes <= n) {
+            store(out + r, sums);
+        } else {
+            for (int l = 0; r + l < n; ++l) out[r + l] = sums[l];
+        }
+    }
+}
+
 // The products of kRows neighbouring rows with the taps, left in `out`.
 // The last nIn % kLanes inputs are read as a whole vector that ends with the row, of which `last` keeps what is not yet
 // counted: of the inputs, per tap, in `ends`, and of the weights too, as an infinite one times a zero is no zero.

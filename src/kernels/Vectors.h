@@ -94,6 +94,13 @@ KATESSEL_INLINE Vec lowMixed(Vec a, Vec b) { return picked<lowIndex>(a, b); }   
 KATESSEL_INLINE Vec highMixed(Vec a, Vec b) { return picked<highIndex>(a, b); }  // the same of the upper halves
 KATESSEL_INLINE Vec backwards(Vec a) { return picked<backwardIndex>(a, a); }
 
+// The sums of kLanes vectors, in their order; the vectors are lost.
+KATESSEL_INLINE Vec sumsOfAll(Vec (&v)[kLanes]) {
+    for (int half = kLanes / 2; half > 0; half /= 2)
+        for (int i = 0; i < half; ++i) v[i] = lowMixed(v[i], v[i + half]) + highMixed(v[i], v[i + half]);
+    return v[0];
+}
+
 // kLanes vectors as the rows of a matrix, in place to its columns.
 KATESSEL_INLINE void transpose(Vec (&rows)[kLanes]) {
     Vec mixed[kLanes];

@@ -37,11 +37,13 @@ void releaseBias(float*& bias, bool wasMalloced) {
 
 // Stored [.., A, B] to delivered [.., B, A].
 void copyTransposed(const T_FileTensor& tensor, float* to) {
+    constexpr int kColumns = 16;
     const auto [A, B] = lastTwo(tensor);
     const float* from = tensor.values;
     for (int done = 0; done < tensor.count; done += A * B, from += A * B, to += A * B)
-        for (int a = 0; a < A; ++a)
-            for (int b = 0; b < B; ++b) to[b * A + a] = from[a * B + b];
+        for (int first = 0; first < B; first += kColumns)  // as many rows of the result as the cache holds lines of
+            for (int a = 0; a < A; ++a)
+                for (int b = first; b < std::min(first + kColumns, B); ++b) to[b * A + a] = from[a * B + b];
 }
 
 // Gives every output's weights the norm that its gain says. The outputs of a kernel with several taps are

@@ -7,20 +7,49 @@ namespace KaTessel {
 PackedLayer::PackedLayer(const kernels::Kernels& vec, int kernel, int nIn, const std::vector<LayerPart>& parts)
     : m_vec(vec), m_kernel(kernel), m_nIn(nIn) {
     for (const LayerPart& part : parts) m_nOut += part.nOut;
-    const int rows = kernel * nIn, block = vec.blockVectors * vec.lanes;
-    const int whole = (m_nOut + vec.lanes - 1) / vec.lanes * vec.lanes;
-    m_packed = AlignedFloats(static_cast<std::size_t>(whole) * static_cast<std::size_t>(rows));
-    m_bias.reserve(static_cast<std::size_t>(m_nOut));
+    m_packed = AlignedFloats(static_cast<std::size_t>(wholeVectors()) * static_cast<std::size_t>(kernel * nIn));
+    forEachRun(parts, [this, nIn](long at, int width, const float* from, int outputs) {
+        for (int i = 0; i < nIn; ++i, at += width)
+            for (int o = 0; o < outputs; ++o) m_packed.data()[at + o] = from[o * nIn + i];
+        return true;
+    });
+    m_bias = biases(parts);
+}
+
+template <class Visit>
+bool PackedLayer::forEachRun(const std::vector<LayerPart>& parts, Visit visit) const {
+    constexpr int kMostOutputs = 16;  // whose rows the cache holds side by side
+    const int block = m_vec.blockVectors * m_vec.lanes, whole = wholeVectors();
     int output = 0;
     for (const LayerPart& part : parts)
-        for (int o = 0; o < part.nOut; ++o, ++output) {
+        for (int o = 0; o < part.nOut;) {
             const int first = output - output % block, width = std::min(whole - first, block);
-            float* column = m_packed.data() + static_cast<long>(first) * rows + (output - first);
-            for (int k = 0; k < kernel; ++k)
-                for (int i = 0; i < nIn; ++i)
-                    column[(k * nIn + i) * width] = part.W[(static_cast<long>(k) * part.nOut + o) * nIn + i];
-            m_bias.push_back(part.bias != nullptr ? part.bias[o] : 0.0f);
+            const int run = std::min({part.nOut - o, first + width - output, kMostOutputs});
+            for (int k = 0; k < m_kernel; ++k) {
+                const long at = static_cast<long>(first) * m_kernel * m_nIn + static_cast<long>(k) * m_nIn * width;
+                const float* from = part.W + (static_cast<long>(k) * part.nOut + o) * m_nIn;
+                if (!visit(at + output - first, width, from, run)) return false;
+            }
+            o += run;
+            output += run;
         }
+    return true;
+}
+
+std::vector<float> PackedLayer::biases(const std::vector<LayerPart>& parts) {
+    std::vector<float> all;
+    for (const LayerPart& part : parts)
+        for (int o = 0; o < part.nOut; ++o) all.push_back(part.bias != nullptr ? part.bias[o] : 0.0f);
+    return all;
+}
+
+bool PackedLayer::holds(const std::vector<LayerPart>& parts) const {
+    return biases(parts) == m_bias && forEachRun(parts, [this](long at, int width, const float* from, int outputs) {
+               bool same = true;
+               for (int i = 0; i < m_nIn && same; ++i, at += width)
+                   for (int o = 0; o < outputs; ++o) same &= m_packed.data()[at + o] == from[o * m_nIn + i];
+               return same;
+           });
 }
 
 void PackedLayer::apply(float* out, const float* const* in, bool accumulate) const {

@@ -25,6 +25,9 @@ public:
 
     int outputs() const { return m_nOut; }
 
+    // Whether these are the weights that are packed here; of as many outputs, and for the same kernel and inputs.
+    bool holds(const std::vector<LayerPart>& parts) const;
+
     // One frame: out[o] = bias + sum over taps k of W[k] in[k], or that added to what `out` holds.
     void apply(float* out, const float* const* in, bool accumulate = false) const;
 
@@ -42,6 +45,13 @@ public:
     void apply(FrameBlock& in, int dilation, FrameBlock& out, bool accumulate = false) const;
 
 private:
+    // Calls visit(at, width, from, outputs) for runs of neighbouring outputs and every tap, as long as it returns true:
+    // weight (i, o) of a run is at m_packed[at + i * width + o] and at from[o * nIn + i].
+    template <class Visit>
+    bool forEachRun(const std::vector<LayerPart>& parts, Visit visit) const;
+    static std::vector<float> biases(const std::vector<LayerPart>& parts);
+    int wholeVectors() const { return (m_nOut + m_vec.lanes - 1) / m_vec.lanes * m_vec.lanes; }
+
     const kernels::Kernels& m_vec;
     int m_kernel, m_nIn, m_nOut = 0;
     AlignedFloats m_packed;

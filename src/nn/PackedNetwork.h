@@ -13,6 +13,9 @@ namespace KaTessel {
 struct PackedNetwork {
     PackedNetwork(const kernels::Kernels& vec, const T_WN2& net);
 
+    // Whether a network of the same shape has the weights that are packed here.
+    bool holds(const T_WN2& net) const;
+
     struct Layer {
         PackedLayer gates;  // filter, then gate
         PackedLayer skip;   // no outputs where the layer has none

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "katessel/FloatBuffer.h"
 #include "kernels/Kernels.h"
 #include "nn/Dense.h"
 
@@ -26,6 +27,17 @@ void initialConvolution(float* in, T_WN2& net) {
                    net.initialW, net.initialB, net.nInputs, net.nResidual);
     if (net.tanhInitial) kernels::active->tanh(net.resIn, net.nResidual);
     appendFrame(net.initialHist, net.initialHistIndex, net.initialHistSize, in, net.nInputs);
+}
+
+void makeSkipDelays(T_WN2& net) {
+    int frames = 0;
+    for (int l = net.nLayers - 1; l >= 0; --l) {
+        T_WN2_layer& layer = net.layers[l];
+        layer.skipDelaySize = net.nSkip * frames;
+        layer.skipDelayIndex = 0;
+        if (layer.skipDelaySize > 0) init_buf(layer.skipDelay, layer.skipDelaySize);
+        frames += (net.kernel - 1) * layer.dilation;
+    }
 }
 
 void appendFrame(float* history, int& index, int size, const float* frame, int n) {

@@ -51,6 +51,10 @@ inline const float* pastFrame(const T_WN2& net, const T_WN2_layer& layer, int k)
 // Appends one frame of n values to a circular history of `size` floats.
 void appendFrame(float* history, int& index, int size, const float* frame, int n);
 
+// Delay lines that bring the skip outputs of all layers to the frame of the last one: a layer waits for the spans
+// of the layers after it. For the encoder 6, 2 and 0 frames.
+void makeSkipDelays(T_WN2& net);
+
 // Appends resIn to the layer's history and makes resOut the input of the next layer.
 void advanceStream(T_WN2& net, T_WN2_layer& layer);
 

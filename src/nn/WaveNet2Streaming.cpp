@@ -1,26 +1,12 @@
 // The streaming step with look-ahead: every layer's output belongs to the oldest frame of its receptive field.
 #include <algorithm>
 
-#include "katessel/FloatBuffer.h"
 #include "kernels/Kernels.h"
 #include "nn/PackedStep.h"
 #include "nn/WaveNet2Parts.h"
 
 namespace KaTessel {
 namespace {
-
-// Delay lines that bring the skip outputs of all layers to the frame of the last one: a layer waits for the spans
-// of the layers after it. For the encoder 6, 2 and 0 frames.
-void makeSkipDelays(T_WN2& net) {
-    int frames = 0;
-    for (int l = net.nLayers - 1; l >= 0; --l) {
-        T_WN2_layer& layer = net.layers[l];
-        layer.skipDelaySize = net.nSkip * frames;
-        layer.skipDelayIndex = 0;
-        if (layer.skipDelaySize > 0) init_buf(layer.skipDelay, layer.skipDelaySize);
-        frames += (net.kernel - 1) * layer.dilation;
-    }
-}
 
 // This layer's skip output for the network's current frame.
 // The line is written, advanced and read at the new place, which is its oldest entry: of a line of D frames the output

@@ -227,10 +227,10 @@ TEST(PlainLaneSpectrum, KeepsTheInstructionSetItWasMadeFor) {
     prepared.PrepareMR(1025, 10, 1.0f, true, 12000.0f);
     for (const std::string& made : availableInstructionSets()) {
         forceInstructionSet(made);
-        LaneSpectrum lanes(prepared, 1025, 299);
+        LaneSpectrum lanes(*kernels::active, prepared, 1025, 299);
         for (const std::string& forced : availableInstructionSets()) {
             forceInstructionSet(forced);
-            const float* magnitude = lanes.process(sound.data(), 120, lanes.lanes());
+            const float* magnitude = lanes.process(sound.data(), 120);
             for (int f = 0; f < lanes.lanes(); ++f) {
                 const Points bins = reference.spectrum({sound.begin() + f * 120, sound.begin() + f * 120 + 1025}, true);
                 for (int k = 0; k < 299; ++k)

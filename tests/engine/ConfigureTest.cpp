@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
+#include <memory>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -10,6 +12,7 @@
 #include "engine/NaiveEngine.h"
 #include "katessel/CTessel.h"
 #include "katessel/KTessel.h"
+#include "katessel/LayerWeights.h"
 #include "support/AllocationCounter.h"
 #include "support/CapturedStdout.h"
 #include "support/TemporaryFolder.h"
@@ -112,6 +115,49 @@ TEST_F(PlainConfigure, StartsAnewWhenRepeated) {
     engine.configure(24000, 0, 4800, model().c_str());
     EXPECT_EQ(engine.rateRatio, 2.0f) << "kept while no conversion is needed";
     EXPECT_EQ(engine.GetTotalSamplesLatency(), 1080) << "and not applied";
+}
+
+// The filterbank is part of what engines share, and shows which of them do.
+TEST_F(PlainConfigure, EnginesOfEqualWeightsShareWhatTheyComputeWith) {
+    const AllocationCounter life;
+    {
+        std::string copied;
+        {
+            LayerFile file;
+            ASSERT_TRUE(file.read(model()));
+            copied = folder.file("copied.weights");
+            std::filesystem::copy_file(model(), copied);
+            auto first = std::make_unique<CTessel>();
+            CTessel second, other;
+            first->configure(24000, 0, 120, model().c_str());
+            const AllocationCounter counter;
+            second.configure(48000, 0, 4800, copied.c_str());
+            EXPECT_EQ(second.filterbank, first->filterbank);
+            EXPECT_LT(counter.largestRequest(), 200000u) << "neither packed weights nor long arrays of its own";
+
+            // One weight or bias of any layer makes another model.
+            for (int l = 0; l < file.layerCount(); ++l)
+                for (int t = 0; t < file.layers()[l].tensorCount; ++t) {
+                    T_FileTensor& tensor = file.layers()[l].tensors[t];
+                    tensor.values[tensor.count - 1] += 1.0f;
+                    other.configure(24000, 0, 120, file);
+                    EXPECT_NE(other.filterbank, first->filterbank) << file.layers()[l].name << ", tensor " << t;
+                    tensor.values[tensor.count - 1] -= 1.0f;
+                }
+
+            // The first engine's end is not the model's.
+            const std::vector<float> sound = voiceWithNoise(random, 4800, 48000);
+            float f0 = 0.0f, confidence = 0.0f, sameF0 = 0.0f;
+            first.reset();
+            second.doProcess(sound.data(), 4800, &f0, &confidence, 1);
+            CTessel third;
+            third.configure(48000, 0, 4800, model().c_str());
+            EXPECT_EQ(third.filterbank, second.filterbank);
+            third.doProcess(sound.data(), 4800, &sameF0, &confidence, 1);
+            EXPECT_EQ(f0, sameF0);
+        }
+    }
+    EXPECT_LE(life.allocations() - life.releases(), 1) << "only the register of models may have grown";
 }
 
 TEST_F(PlainConfigure, KnowsLatencyAndFrames) {

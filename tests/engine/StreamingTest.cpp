@@ -207,7 +207,23 @@ TEST_F(Streaming, HoldsTheLastPairAndConvertsUnits) {
     }
 }
 
-TEST_F(Streaming, AFrameAllocatesItsFeaturesAndNothingElse) {
+// Denormal numbers take many times as long. Here none comes to be, and outside nothing changes.
+TEST_F(Streaming, NoiseBelowTheSmallestNormalNumberIsSilence) {
+    volatile float tiny = 1e-40f;
+    for (int rate : {24000, 48000}) {
+        CTessel engine;
+        engine.configure(rate, 0, 24000, model().c_str());
+        std::vector<float> noise = random.values(rate / 10);
+        for (float& sample : noise) sample = sample < 0.0f ? -tiny : tiny;
+        feed(engine, noise, rate / 10, 1);
+        ASSERT_NE(engine.complexSpectrum, nullptr);
+        EXPECT_EQ(std::vector<float>(engine.complexSpectrum, engine.complexSpectrum + 1024),
+                  std::vector<float>(1024, 0.0f));
+        EXPECT_GT(tiny * 2.0f, 0.0f);
+    }
+}
+
+TEST_F(Streaming, AFrameAllocatesNothing) {
     for (int rate : {24000, 48000}) {
         CTessel engine;
         const int block = rate / 200;
@@ -215,12 +231,12 @@ TEST_F(Streaming, AFrameAllocatesItsFeaturesAndNothingElse) {
         const std::vector<float> sound = voiceWithNoise(random, 60 * block, rate);
         float f0, confidence;
         int hop = 0;
-        for (; hop < 20; ++hop) engine.doProcess(sound.data() + hop * block, block, &f0, &confidence, 0);
+        for (; hop < 2; ++hop) engine.doProcess(sound.data() + hop * block, block, &f0, &confidence, 0);
         const AllocationCounter counter;
         for (; hop < 60; ++hop) engine.doProcess(sound.data() + hop * block, block, &f0, &confidence, 0);
-        EXPECT_EQ(counter.allocations(), 40) << rate << " Hz: one feature vector per frame";
-        EXPECT_EQ(counter.releases(), 40);
-        EXPECT_EQ(counter.largestRequest(), 150 * sizeof(float));
+        EXPECT_EQ(counter.allocations(), 0) << rate << " Hz";
+        EXPECT_EQ(counter.releases(), 0);
+        EXPECT_NE(engine.complexSpectrum, nullptr) << "there were frames";
     }
 }
 

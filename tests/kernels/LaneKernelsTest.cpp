@@ -68,6 +68,23 @@ TEST(LaneKernels, TransformIsTheSumOverAllSamples) {
     }
 }
 
+TEST(LaneKernels, PlacesSamplesOfEverySignal) {
+    Random random(83);
+    for (int count : {0, 16, 48})
+        for (int stride : {0, 7, 120}) {
+            const int last = (active->lanes - 1) * stride;
+            const std::vector<float> samples = random.values(last + count);
+            const FencedInput input(samples);
+            Lanes placed(count, random);
+            active->placeLanes(placed.data(), input.data(), stride, 0.3f, count);
+            for (int i = 0; i < count; ++i)
+                for (int signal = 0; signal < active->lanes; ++signal)
+                    ASSERT_EQ(placed.at(i, signal), samples[static_cast<std::size_t>(signal * stride + i)] * 0.3f)
+                        << i << ", signal " << signal;
+            EXPECT_TRUE(placed.intact());
+        }
+}
+
 TEST(LaneKernels, SumsAndMagnitudesOfEveryLength) {
     Random random(82);
     for (int n = 0; n <= 70; ++n) {

@@ -131,6 +131,27 @@ TEST(Kernels, AnInfiniteWeightMakesItsOutputInfiniteAndNoOtherNumber) {
     }
 }
 
+TEST(Kernels, ShortDotsFromAnyStart) {
+    Random random(5);
+    for (int n = 0; n <= 40; ++n) {
+        const std::vector<float> rows = random.values(n * kernels::kShortRow),
+                                 x = random.values(kernels::kShortRow + 39);
+        std::vector<int> starts;
+        for (int r = 0; r < n; ++r) starts.push_back(r * 17 % 40);
+        const FencedInput frows(rows), fx(x);
+        GuardedBuffer out(n);
+        active->shortDots(out.data(), frows.data(), fx.data(), starts.data(), n);
+        for (int r = 0; r < n; ++r) {
+            Sum expected;
+            for (int i = 0; i < kernels::kShortRow; ++i)
+                expected.add(rows[static_cast<std::size_t>(r * kernels::kShortRow + i)],
+                             x[static_cast<std::size_t>(starts[static_cast<std::size_t>(r)] + i)]);
+            ASSERT_NEAR(out[r], expected.value, expected.tolerance()) << r << " of " << n;
+        }
+        ASSERT_TRUE(out.intact()) << n;
+    }
+}
+
 TEST(Kernels, ConvolvePairsOfEveryShape) {
     Random random(3);
     for (int pairFloats : {16, 32, 48, 96, 176})
