@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -16,6 +15,11 @@ namespace katessel {
 namespace {
 
 constexpr double kRounding = 1e-9;  // [s] that instants may be off
+
+// Recordings are analysed in parts, with some sound around each, so that neither their length nor the memory for a
+// converted copy has a limit.
+constexpr std::int64_t kPartSeconds = 600;
+constexpr std::int64_t kMarginSeconds = 1;  // far more than any row hears
 
 // One block of the stream: zeros, the recording, zeros without end. `first` is the block's first sample,
 // counted from the recording's start.
@@ -36,16 +40,12 @@ RecordingTracker::RecordingTracker(std::string model, TrackMode mode, std::optio
 PitchTrack RecordingTracker::track(const Recording& recording, const std::string& path) {
     if (m_blockSize) return trackBlocks(recording, path);
     using KaTessel::Tracker;
-    try {
-        if (recording.rate >= Tracker::kLowestRate && recording.rate <= Tracker::kHighestRate)
-            return trackAtItsRate(recording);
-        PitchTrack track = trackAtItsRate(convertRate(recording, KaTessel::facts::kRate, path));
-        // The converted sound may be longer by a part of a sample.
-        while (!track.empty() && track.back().time >= recording.seconds() - kRounding) track.pop_back();
-        return track;
-    } catch (const std::length_error& error) {
-        fail("cannot track the recording", path, "at most 24 hours", error.what());
-    }
+    if (recording.rate >= Tracker::kLowestRate && recording.rate <= Tracker::kHighestRate)
+        return trackAtItsRate(recording);
+    PitchTrack track = trackAtItsRate(convertRate(recording, KaTessel::facts::kRate, path));
+    // The converted sound may be longer by a part of a sample.
+    while (!track.empty() && track.back().time >= recording.seconds() - kRounding) track.pop_back();
+    return track;
 }
 
 PitchTrack RecordingTracker::trackAtItsRate(const Recording& recording) {
@@ -58,11 +58,29 @@ PitchTrack RecordingTracker::trackAtItsRate(const Recording& recording) {
         m_tracker->process(recording.samples, add);
         m_tracker->finish(add);
     } else {
-        const KaTessel::PitchTrack whole = m_tracker->analyse(recording.samples);
-        track.reserve(whole.size());
-        for (std::size_t i = 0; i < whole.size(); ++i) add(whole[i]);
+        for (std::int64_t second = 0; second * recording.rate < recording.length(); second += kPartSeconds)
+            analysePart(recording, second, add);
     }
     return track;
+}
+
+// Calls add(pitch) for the rows of one part, with the times of the recording. A part begins with a whole second, where
+// the samples of every rate and the frames of 5 ms fall together.
+template <class Add>
+void RecordingTracker::analysePart(const Recording& recording, std::int64_t second, Add add) {
+    const auto sampleAt = [&](std::int64_t at) { return std::min(at * recording.rate, recording.length()); };
+    const std::int64_t readFrom = std::max<std::int64_t>(second - kMarginSeconds, 0);
+    const std::int64_t first = sampleAt(readFrom), last = sampleAt(second + kPartSeconds + kMarginSeconds);
+    const KaTessel::PitchTrack rows =
+        m_tracker->analyse(recording.samples.data() + first, static_cast<std::size_t>(last - first));
+    constexpr auto kRows = static_cast<std::size_t>(KaTessel::facts::kFramesPerSecond);
+    const std::size_t begin = static_cast<std::size_t>(second - readFrom) * kRows;
+    const std::size_t end = std::min(begin + static_cast<std::size_t>(kPartSeconds) * kRows, rows.size());
+    for (std::size_t i = begin; i < end; ++i) {
+        KaTessel::Pitch pitch = rows[i];
+        pitch.time += static_cast<double>(readFrom);
+        add(pitch);
+    }
 }
 
 // Streams until a frame is about an instant past the end.

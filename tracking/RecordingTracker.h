@@ -1,6 +1,7 @@
 // From recordings to their pitch, one after the other: where sound meets the engine.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -24,6 +25,8 @@ public:
 
 private:
     PitchTrack trackAtItsRate(const Recording& recording);
+    template <class Add>
+    void analysePart(const Recording& recording, std::int64_t second, Add add);
     PitchTrack trackBlocks(const Recording& recording, const std::string& path) const;
 
     std::string m_model;

@@ -66,7 +66,8 @@ KTESSEL_API int KTessel_DoProcess(const float* input, int numSamples, float* out
 /*
  * Analyses a whole signal; a live signal in progress on the same engine is not disturbed.
  *
- *   input          numSamples mono samples at the configured rate
+ *   input          numSamples mono samples at the configured rate; as many as an int can say, at every rate: 24.8 hours
+ *                  at 24 kHz, 12.4 at 48. Longer signals are analysed in parts with some sound around each.
  *   outF0          one value per frame, as above
  *   outConfidence  one value per frame, as above
  *   centsMode      0 for Hz, anything else for cents

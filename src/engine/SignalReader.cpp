@@ -10,7 +10,7 @@ constexpr long kHistory = 32;            // zeros that the converter starts from
 constexpr double kFirstPosition = 16.0;  // of the first output, from the start of those zeros
 
 long outputLength(int numSamples, float ratio) {
-    return ratio == 1.0f ? numSamples : static_cast<int>(static_cast<float>(numSamples) / ratio + 0.5f);
+    return ratio == 1.0f ? numSamples : static_cast<long>(static_cast<float>(numSamples) / ratio + 0.5f);
 }
 
 // Host sample i, or 0 outside the signal, for the `count` samples from `first` on.

@@ -29,5 +29,17 @@ TEST(SignalReader, EveryShortSignalIsConvertedToItsEnd) {
         }
 }
 
+// At 24 kHz they are more samples than an int can count.
+TEST(SignalReader, LongestSignalsKeepTheirLength) {
+    KaResample::CKaResample converter;
+    const float sound = 0.0f;
+    EXPECT_EQ(SignalReader(&sound, 2147483647, 1.0f, converter).length(), 2147483647L);
+    for (const int rate : {1000, 8000, 16000}) {
+        const float ratio = static_cast<float>(rate) / 24000.0f;
+        const double length = 2147483647.0 * 24000.0 / rate;
+        EXPECT_NEAR(static_cast<double>(SignalReader(&sound, 2147483647, ratio, converter).length()), length, 1e-6 * length);
+    }
+}
+
 }  // namespace
 }  // namespace KaTessel::tests
