@@ -57,6 +57,11 @@ std::string modelPath(const std::string& given, TrackMode mode) {
     return given.empty() ? orFail([mode] { return KaTessel::defaultModel(mode); }) : given;
 }
 
+void addModel(ReadFiles& read, const std::string& path) {
+    read.add(path);
+    read.add(KaTessel::modelCard(path));
+}
+
 KaTessel::Voicing usualVoicing(TrackMode mode) {
     return mode == TrackMode::live ? KaTessel::Voicing::hysteresis : KaTessel::Voicing::smooth;
 }

@@ -7,6 +7,7 @@
 
 #include "katessel/DefaultModel.hpp"
 #include "katessel/Voicing.hpp"
+#include "recordings/base/ReadFiles.h"
 
 namespace katessel {
 
@@ -20,6 +21,9 @@ struct Model {
 // A model that an engine may open. An empty path is the mode's default model's, no threshold the model's own. Fails unless the
 // weight file is good and the threshold, where given, a number from 0 up.
 Model chooseModel(const std::string& path, TrackMode mode, const std::optional<double>& threshold);
+
+// The weight file and its card are among what is read.
+void addModel(ReadFiles& read, const std::string& path);
 
 // The voicing where none is asked for: of whole recordings smooth, live the one that waits for nothing.
 KaTessel::Voicing usualVoicing(TrackMode mode);

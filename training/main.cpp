@@ -120,8 +120,11 @@ public:
         m_step = step;
         m_running = std::async(std::launch::async, [this, weights] {
             RecordingTracker tracker(weights, TrackMode::offline);
-            return scoreFolder(m_options.scored, kScoredThreshold, [&](const std::string& recording, std::size_t) {
+            const auto track = [&](const std::string& recording, std::size_t) {
                 return tracker.track(readRecording(recording), recording);
+            };
+            return scoreFolder(m_options.scored, kScoredThreshold, track, [](const std::string& message) {
+                throw ToolError(message, kStatusFailure);  // figures of fewer recordings would not be comparable
             });
         });
     }

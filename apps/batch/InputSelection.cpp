@@ -9,7 +9,8 @@
 #include <iostream>
 #include <system_error>
 
-#include "recordings/audio/AudioFile.h"
+#include "recordings/audio/SoundFolder.h"
+#include "recordings/audio/SoundSource.h"
 #include "recordings/base/Errors.h"
 
 namespace katessel {
@@ -24,28 +25,6 @@ Input broken(const std::string& path, const std::string& expected, const std::st
     return {path, "", errorMessage(kCannotRead, path, expected, found)};
 }
 
-// Appends the recordings in and below `folder`, each with its place below `root`.
-void searchFolder(const fs::path& folder, const fs::path& root, std::vector<Input>& found) {
-    std::error_code error;
-    std::vector<fs::directory_entry> entries;
-    const fs::directory_iterator end;
-    for (fs::directory_iterator entry(folder, error); !error && entry != end; entry.increment(error))
-        entries.push_back(*entry);
-    if (error) {
-        found.push_back(broken(folder.string(), "a readable folder", error.message()));
-        return;
-    }
-    std::sort(entries.begin(), entries.end());
-    for (const fs::directory_entry& entry : entries) {
-        const fs::path& path = entry.path();
-        if (path.filename().native().front() == '.') continue;
-        if (fs::is_directory(entry.symlink_status(error)))
-            searchFolder(path, root, found);
-        else if (isNamedLikeSound(path.string()) && !entry.is_directory(error))
-            found.push_back({path.string(), path.lexically_relative(root).string(), ""});
-    }
-}
-
 // Adds a path of the command line or of a list; `place` is for it as a single recording.
 void addPath(const std::string& path, const std::string& place, bool recursive, std::vector<Input>& inputs) {
     std::error_code error;
@@ -54,7 +33,13 @@ void addPath(const std::string& path, const std::string& place, bool recursive, 
         return;
     }
     const std::size_t before = inputs.size();
-    searchFolder(path, path, inputs);
+    const auto found = [&](const fs::path& sound) {
+        inputs.push_back({sound.string(), sound.lexically_relative(path).string(), ""});
+    };
+    const auto unreadable = [&](const fs::path& folder, const std::string& why) {
+        inputs.push_back(broken(folder.string(), "a readable folder", why));
+    };
+    searchSound(path, found, unreadable);
     if (inputs.size() == before) inputs.push_back(broken(path, "recordings in this folder", "none"));
 }
 

@@ -16,22 +16,6 @@ namespace {
 
 constexpr char kCannotWrite[] = "cannot write";
 
-// Canonical names of files that need not exist yet; looks every folder up once.
-class CanonicalNames {
-public:
-    std::string of(const fs::path& path) {
-        const auto [known, isNew] = m_folders.try_emplace(path.parent_path().string());
-        if (isNew) {
-            std::error_code error;
-            known->second = fs::weakly_canonical(fs::absolute(path, error).parent_path(), error);
-        }
-        return (known->second / path.filename()).string();
-    }
-
-private:
-    std::map<std::string, fs::path> m_folders;
-};
-
 void checkFolder(const std::string& folder) {
     std::error_code error;
     if (fs::exists(folder, error) && !fs::is_directory(folder, error)) fail(kCannotWrite, folder, "a folder", "a file");
@@ -42,18 +26,13 @@ std::string outputOf(const Input& input, const std::string& folder, const std::s
     return output.replace_extension(ending).string();
 }
 
-void checkDistinct(const std::vector<TrackJob>& jobs) {
-    CanonicalNames names;
-    std::map<std::string, std::string> inputs, outputs;
-    for (const TrackJob& job : jobs)
-        if (job.problem.empty()) inputs.emplace(names.of(job.input), job.input);
+void checkDistinct(const std::vector<TrackJob>& jobs, ReadFiles& read) {
+    std::map<std::string, std::string> recordings;  // by the place of their track
+    for (const TrackJob& job : jobs) read.add(job.input);
     for (const TrackJob& job : jobs) {
         if (!job.problem.empty()) continue;
-        const std::string name = names.of(job.output);
-        const auto recording = inputs.find(name);
-        if (recording != inputs.end())
-            failUsage(kCannotWrite, job.output, "a file of its own", "one of the recordings");
-        const auto [other, isNew] = outputs.emplace(name, job.input);
+        if (read.holds(job.output)) failUsage(kCannotWrite, job.output, "a file of its own", "one that is read");
+        const auto [other, isNew] = recordings.emplace(placeOf(job.output), job.input);
         if (!isNew)
             failUsage(kCannotWrite, job.output, "the track of one recording", other->second + " and " + job.input);
     }
@@ -61,16 +40,18 @@ void checkDistinct(const std::vector<TrackJob>& jobs) {
 
 }  // namespace
 
-TrackJob planSingle(const std::string& input, const std::string& output, bool skipExisting) {
+TrackJob planSingle(const std::string& input, const std::string& output, bool skipExisting, ReadFiles read) {
     TrackJob job{input, output.empty() ? kStandardStream : output, "", false};
     std::error_code error;
     job.isDone = skipExisting && job.output != kStandardStream && fs::exists(job.output, error);
-    if (!job.isDone && OutputFile(job.output).isSameAs(input))
-        failUsage(kCannotWrite, output, "a file of its own", "the recording itself");
+    if (job.isDone) return job;
+    read.add(input);
+    checkOutputs({job.output}, read);
     return job;
 }
 
-std::vector<TrackJob> planMany(const std::vector<Input>& inputs, const std::string& folder, const std::string& ending) {
+std::vector<TrackJob> planMany(const std::vector<Input>& inputs, const std::string& folder, const std::string& ending,
+                               ReadFiles read) {
     checkFolder(folder);
     std::vector<TrackJob> jobs;
     for (const Input& input : inputs) {
@@ -79,7 +60,7 @@ std::vector<TrackJob> planMany(const std::vector<Input>& inputs, const std::stri
                       "a run of files");
         jobs.push_back({input.path, outputOf(input, folder, ending), input.problem, false});
     }
-    checkDistinct(jobs);
+    checkDistinct(jobs, read);
     return jobs;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "apps/batch/InputSelection.h"
+#include "recordings/base/ReadFiles.h"
 
 namespace katessel {
 
@@ -19,12 +20,13 @@ struct TrackJob {
 enum class ExistingTracks { refuse, skip, replace };
 
 // One recording, to a file of any name, or to standard output where `output` is empty or "-". A file that is named is
-// meant to be replaced, unless `skipExisting`.
-TrackJob planSingle(const std::string& input, const std::string& output, bool skipExisting);
+// meant to be replaced, unless `skipExisting`. Wrong usage when it is one that is read.
+TrackJob planSingle(const std::string& input, const std::string& output, bool skipExisting, ReadFiles read);
 
 // Each recording to a file of its own: its name with `ending` (".f0.csv") for the extension, beside it, or below `folder`
-// if one is given. Wrong usage when two of them would be the same, or one of the recordings.
-std::vector<TrackJob> planMany(const std::vector<Input>& inputs, const std::string& folder, const std::string& ending);
+// if one is given. Wrong usage when two of them would be the same, or one of those that are read: the recordings and `read`.
+std::vector<TrackJob> planMany(const std::vector<Input>& inputs, const std::string& folder, const std::string& ending,
+                               ReadFiles read);
 
 // The jobs of one shard, in their order.
 std::vector<TrackJob> shardOf(const std::vector<TrackJob>& jobs, const Shard& shard);

@@ -45,13 +45,6 @@ struct EvalOptions {
 // Everything that can be wrong, before the long part. Returns whether a folder is to be scored.
 bool checkOptions(const EvalOptions& options) {
     checkThreshold(options.threshold);
-    for (const std::string& path : {options.csv, options.json}) {
-        const OutputFile output(path);
-        for (const std::string& input : options.references)
-            if (output.isSameAs(input)) failUsage("cannot write", path, "a file of its own", "one that is read");
-    }
-    if (!options.csv.empty() && options.csv == options.json)
-        failUsage("cannot write", options.csv, "one file each for --csv and --json", "the same for both");
     if (!fs::exists(options.references[0]))
         fail("cannot evaluate", options.references[0], "a folder or an .f0 file", "nothing there");
     const bool isFolder = fs::is_directory(options.references[0]);
@@ -62,19 +55,32 @@ bool checkOptions(const EvalOptions& options) {
     return isFolder;
 }
 
-std::vector<ScoredGroup> scoreRecordings(const EvalOptions& options) {
+void checkWritten(const EvalOptions& options, ReadFiles read, bool isFolder) {
+    for (const std::string& input : options.references) read.add(input);
+    if (isFolder) addScored(read, options.references[0], options.tracks);
+    checkOutputs({options.csv, options.json}, read);
+}
+
+std::vector<ScoredGroup> scoreRecordings(const EvalOptions& options, const OnProblem& onProblem) {
     const std::string& folder = options.references[0];
-    if (!options.tracks.empty())
-        return scoreFolder(folder, options.threshold.value_or(0.0), tracksBelow(options.tracks, folder));
+    ReadFiles read;
+    if (!options.tracks.empty()) {
+        checkWritten(options, read, true);
+        return scoreFolder(folder, options.threshold.value_or(0.0), tracksBelow(options.tracks, folder), onProblem);
+    }
     const Model model = chooseModel(options.model, options.mode, options.threshold);
+    addModel(read, model.path);
+    checkWritten(options, read, true);
     RecordingTracker tracker(model.path, options.mode);
     const VoicingRule rule(model.threshold, options.voicing.value_or(usualVoicing(options.mode)));
-    return scoreFolder(folder, rule, [&](const std::string& recording, std::size_t) {
+    const auto track = [&](const std::string& recording, std::size_t) {
         return tracker.track(readRecording(recording), recording);
-    });
+    };
+    return scoreFolder(folder, rule, track, onProblem);
 }
 
 std::vector<ScoredGroup> scoreTrack(const EvalOptions& options) {
+    checkWritten(options, {}, false);
     const std::vector<float> truth = readReference(options.references[0]);
     ScoredGroup group{options.references[1], 1, {}};
     group.scores.add(truth, onGrid(readTrack(options.references[1]), truth.size()), options.threshold.value_or(0.0));
@@ -82,10 +88,20 @@ std::vector<ScoredGroup> scoreTrack(const EvalOptions& options) {
 }
 
 void runEval(const EvalOptions& options) {
-    const std::vector<ScoredGroup> groups = checkOptions(options) ? scoreRecordings(options) : scoreTrack(options);
-    std::fputs(scoreTable(groups).c_str(), stdout);
-    if (!options.csv.empty()) OutputFile(options.csv).write(scoreCsv(groups));
-    if (!options.json.empty()) OutputFile(options.json).write(scoreJson(groups));
+    std::size_t problems = 0;
+    const auto onProblem = [&](const std::string& message) {
+        printError(message);
+        ++problems;
+    };
+    const std::vector<ScoredGroup> groups =
+        checkOptions(options) ? scoreRecordings(options, onProblem) : scoreTrack(options);
+    if (!groups.empty()) {
+        std::fputs(scoreTable(groups).c_str(), stdout);
+        if (!options.csv.empty()) OutputFile(options.csv).write(scoreCsv(groups));
+        if (!options.json.empty()) OutputFile(options.json).write(scoreJson(groups));
+    }
+    if (problems > 0)
+        fail("not everything is scored", options.references[0], "figures without these", std::to_string(problems));
 }
 
 }  // namespace

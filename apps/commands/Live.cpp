@@ -96,6 +96,9 @@ void listPorts() {
 void runLive(const LiveOptions& options) {
     if (options.list) return listPorts();
     const Model model = chooseModel(options.model, TrackMode::live, options.threshold);
+    ReadFiles read;
+    addModel(read, model.path);
+    checkOutputs({options.csv.value_or("")}, read);
     LiveOutput output(options.csv);
     JackInput input(options.port);
     LiveTracker tracker(model.path);

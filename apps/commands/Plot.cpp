@@ -117,12 +117,13 @@ NamedTrack readOverlay(const std::string& text) {
     return {text.substr(0, mark), readTrackOrReference(text.substr(mark + 1))};
 }
 
-void checkOutput(const OutputFile& output, const PlotOptions& options) {
-    std::vector<std::string> inputs = {options.recording, options.track, options.model};
-    for (const std::string& overlay : options.overlays) inputs.push_back(overlay.substr(overlay.find('=') + 1));
-    for (const std::string& input : inputs)
-        if (!input.empty() && output.isSameAs(input))
-            failUsage("cannot write", options.output, "a file of its own", "one that is read");
+void checkOutput(const PlotOptions& options, const std::optional<Model>& model) {
+    ReadFiles read;
+    read.add(options.recording);
+    read.add(options.track);
+    for (const std::string& overlay : options.overlays) read.add(overlay.substr(overlay.find('=') + 1));
+    if (model) addModel(read, model->path);
+    checkOutputs({options.output}, read);
 }
 
 void runPlot(const PlotOptions& options) {
@@ -133,12 +134,12 @@ void runPlot(const PlotOptions& options) {
     checkThreshold(options.threshold);
     if (!options.track.empty() && !options.model.empty())
         failUsage("wrong usage", "--model", "a recording to track", "--track, which is a track already");
-    const OutputFile output(options.output);
-    checkOutput(output, options);
-    PlotContent content;
-    for (const std::string& overlay : options.overlays) content.overlays.push_back(readOverlay(overlay));
     std::optional<Model> model;
     if (options.track.empty()) model = chooseModel(options.model, options.mode, options.threshold);
+    checkOutput(options, model);
+    const OutputFile output(options.output);
+    PlotContent content;
+    for (const std::string& overlay : options.overlays) content.overlays.push_back(readOverlay(overlay));
 
     Recording recording = readRecording(options.recording);
     std::tie(content.start, content.duration) = partOf(options, recording);

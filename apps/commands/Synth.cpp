@@ -115,11 +115,14 @@ void checkOptions(const SynthOptions& options, bool fromTrack) {
     if (fromTrack && options.stereo && options.mix.empty())
         failUsage("wrong usage", "--stereo", "a recording for the left, with --mix", "none");
     if (options.rate && (!fromTrack || !options.mix.empty()))
-        failUsage("wrong usage", "--rate", "a track without a recording", "a recording, which has a rate");
-    const OutputFile output(options.output);
-    for (const std::string& input : {options.input, options.mix, options.model})
-        if (!input.empty() && output.isSameAs(input))
-            failUsage("cannot write", options.output, "a file of its own", "one that is read");
+        failUsage("wrong usage", "--rate", "a track without a recording", "a recording, which has a rate");}
+
+void checkOutput(const SynthOptions& options, const Model& model) {
+    ReadFiles read;
+    read.add(options.input);
+    read.add(options.mix);
+    addModel(read, model.path);
+    checkOutputs({options.output}, read);
 }
 
 void runSynth(const SynthOptions& options) {
@@ -127,10 +130,9 @@ void runSynth(const SynthOptions& options) {
     checkOptions(options, fromTrack);
     Model model;
     PitchTrack track;
-    if (fromTrack)
-        track = givenTrack(options);
-    else
-        model = chooseModel(options.model, options.mode, options.threshold);
+    if (!fromTrack) model = chooseModel(options.model, options.mode, options.threshold);
+    checkOutput(options, model);
+    if (fromTrack) track = givenTrack(options);
 
     std::optional<Recording> recording;  // the one that is heard
     if (!options.mix.empty()) recording = readRecording(options.mix);

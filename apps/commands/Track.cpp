@@ -136,30 +136,38 @@ const TrackFormat& defaultFormat(const TrackOptions& options) {
     return isSingle(options) ? trackFormatOfFile(options.output) : trackFormats().front();
 }
 
-std::vector<TrackJob> planRun(const TrackOptions& options, const TrackFormat& format) {
+// What is read beside the recordings.
+ReadFiles filesRead(const TrackOptions& options, const TrackSettings& settings) {
+    ReadFiles read;
+    read.add(options.inputs.listFile);
+    addModel(read, settings.model.path);
+    return read;
+}
+
+std::vector<TrackJob> planRun(const TrackOptions& options, const TrackSettings& settings) {
     if (options.output == kStandardStream) failUsage(kWrongUsage, "-o -", "one recording", "a run of several");
     std::vector<Input> inputs = selectInputs(options.inputs);
     const Shard shard = options.shard ? parseShard(*options.shard) : Shard{};
     if (options.shard) sortInputs(inputs);
-    std::vector<TrackJob> jobs = planMany(inputs, options.output, std::string(".f0") + format.extension);
+    std::vector<TrackJob> jobs = planMany(inputs, options.output, std::string(".f0") + settings.format->extension,
+                                          filesRead(options, settings));
     if (options.shard) jobs = shardOf(jobs, shard);
     checkExisting(jobs, existingTracks(options));
     return jobs;
 }
 
-void trackSingle(const TrackOptions& options, TrackSettings& settings) {
-    const TrackJob job = planSingle(options.inputs.paths[0], options.output, options.skipExisting);
+void trackSingle(const TrackOptions& options, const TrackSettings& settings) {
+    const TrackJob job =
+        planSingle(options.inputs.paths[0], options.output, options.skipExisting, filesRead(options, settings));
     if (job.isDone) return;
     if (settings.format->isBinary && OutputFile(job.output).isTerminal())
         failUsage("cannot write", "standard output", std::string("a file or a pipe for ") + settings.format->name,
                   "a terminal");
-    completeSettings(options, settings);
     runJob(job, settings);
 }
 
-void trackMany(const TrackOptions& options, TrackSettings& settings) {
-    const std::vector<TrackJob> jobs = planRun(options, *settings.format);
-    completeSettings(options, settings);
+void trackMany(const TrackOptions& options, const TrackSettings& settings) {
+    const std::vector<TrackJob> jobs = planRun(options, settings);
     const int processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     const std::size_t failures = runJobs(jobs, settings, options.threads.value_or(processors), !options.quiet);
     if (failures > 0)
@@ -179,6 +187,7 @@ void runTrack(const TrackOptions& options) {
     if (options.inputs.paths.empty() && options.inputs.listFile.empty())
         failUsage(kWrongUsage, "track", "a FILE or --files-from", "neither");
     TrackSettings settings = chooseSettings(options, defaultFormat(options));
+    completeSettings(options, settings);
     endOnSignals(&leaveNothingBehind);
     if (isSingle(options))
         trackSingle(options, settings);

@@ -3,10 +3,7 @@
 #include <samplerate.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
-#include <filesystem>
-#include <set>
 
 #include "recordings/base/Errors.h"
 #include "recordings/base/Text.h"
@@ -17,10 +14,6 @@ namespace {
 
 constexpr int kChunk = 4096;            // [frames] per read
 constexpr float kLargestSample = 1e6f;  // far above any scale in use; powers of it still fit in a float
-
-// Of the formats that libsndfile reads.
-const std::set<std::string> kExtensions = {".aif",  ".aifc", ".aiff", ".au",  ".caf", ".flac", ".mp3", ".oga", ".ogg",
-                                           ".opus", ".rf64", ".snd",  ".sph", ".voc", ".w64",  ".wav", ".wave"};
 
 // Downmix: of the samples of all channels at an instant, the chosen one or the average.
 class ChannelChoice {
@@ -66,12 +59,6 @@ void skip(SoundSource& source, std::int64_t frames, std::vector<float>& chunk) {
 }
 
 }  // namespace
-
-bool isNamedLikeSound(const std::string& path) {
-    std::string extension = std::filesystem::path(path).extension().string();
-    for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return kExtensions.count(extension) != 0;
-}
 
 Recording readRecording(const std::string& path, const SoundSelection& selection) {
     const std::unique_ptr<SoundSource> source = openSound(path, selection.raw);

@@ -27,10 +27,6 @@ struct SoundSelection {
     std::optional<RawForm> raw;  // none: the file says itself what it is
 };
 
-// What counts as a recording where folders are searched: the file's extension, in capitals or not. A recording with
-// another one can still be named by itself.
-bool isNamedLikeSound(const std::string& path);
-
 // Reads what is selected; nothing where the recording ends before. Fails when there is no such file, when its format is
 // unknown or broken, when it holds no samples, and when a sample is not a number or absurdly large: one such sample
 // would poison the estimates around it without a trace in the output. The path "-" is standard input.

@@ -88,11 +88,6 @@ OutputFile::OutputFile(const std::string& path) : m_path(path == "-" ? "" : path
     if (::access(folder.c_str(), W_OK) != 0) failWriting(path, "a writable folder", std::strerror(errno));
 }
 
-bool OutputFile::isSameAs(const std::string& other) const {
-    std::error_code error;
-    return !m_path.empty() && !m_direct && fs::equivalent(m_path, other, error);
-}
-
 void OutputFile::write(const std::string& text) const {
     if (m_path.empty()) {
         const int error = writeAll(STDOUT_FILENO, text);

@@ -11,9 +11,6 @@ public:
     // An empty path and "-" are standard output. Fails at once, before any work is done, when the path cannot be written.
     explicit OutputFile(const std::string& path);
 
-    // Whether this is the same file as `other`.
-    bool isSameAs(const std::string& other) const;
-
     // Writes the text: to a temporary name in the same folder, then renamed over what was there. Devices and
     // pipes are written directly.
     void write(const std::string& text) const;

@@ -1,11 +1,10 @@
 #include "recordings/scoring/FolderScores.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <utility>
 
-#include "recordings/audio/AudioFile.h"
+#include "recordings/audio/SoundFolder.h"
 #include "recordings/base/Errors.h"
 #include "recordings/tracks/Reference.h"
 
@@ -15,26 +14,32 @@ namespace fs = std::filesystem;
 
 namespace {
 
+fs::path truthOf(fs::path recording) { return recording.replace_extension(".f0"); }
+
 // Recordings below a folder that have an .f0 file beside them, by folder.
-std::map<std::string, std::vector<fs::path>> findRecordings(const fs::path& root) {
+std::map<std::string, std::vector<fs::path>> findRecordings(const fs::path& root, const OnProblem& onProblem) {
     const std::string rootName = fs::canonical(root).filename().string();
     std::map<std::string, std::vector<fs::path>> byFolder;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
-        const fs::path& path = entry.path();
-        fs::path truth = path;
-        if (!entry.is_regular_file() || !isNamedLikeSound(path.string()) ||
-            !fs::is_regular_file(truth.replace_extension(".f0")))
-            continue;
+    const auto found = [&](const fs::path& path) {
+        if (!fs::is_regular_file(path) || !fs::is_regular_file(truthOf(path))) return;
         const std::string folder = path.parent_path().lexically_relative(root).string();
         byFolder[folder == "." ? rootName : folder].push_back(path);
-    }
-    for (auto& [folder, paths] : byFolder) std::sort(paths.begin(), paths.end());
+    };
+    const auto unreadable = [&](const fs::path& folder, const std::string& why) {
+        onProblem(errorMessage("cannot evaluate", folder.string(), "a readable folder", why));
+    };
+    searchSound(root, found, unreadable);
     return byFolder;
 }
 
+fs::path trackOf(const std::string& tracks, const std::string& folder, const fs::path& recording) {
+    fs::path track = fs::path(tracks) / recording.lexically_relative(folder);
+    fs::path ours = track;
+    return fs::is_regular_file(ours.replace_extension(".f0.csv")) ? ours : track.replace_extension(".csv");
+}
+
 Scores scoreRecording(const fs::path& path, VoicingRule rule, const TrackOf& trackOf) {
-    fs::path truth = path;
-    const std::vector<float> frequencies = readReference(truth.replace_extension(".f0").string());
+    const std::vector<float> frequencies = readReference(truthOf(path).string());
     Scores scores;
     scores.add(frequencies, trackOf(path.string(), frequencies.size()), rule);
     return scores;
@@ -42,29 +47,44 @@ Scores scoreRecording(const fs::path& path, VoicingRule rule, const TrackOf& tra
 
 }  // namespace
 
-std::vector<ScoredGroup> scoreFolder(const std::string& folder, VoicingRule rule, const TrackOf& trackOf) {
-    const auto byFolder = findRecordings(folder);
+std::vector<ScoredGroup> scoreFolder(const std::string& folder, VoicingRule rule, const TrackOf& trackOf,
+                                     const OnProblem& onProblem) {
+    const auto byFolder = findRecordings(folder, onProblem);
     if (byFolder.empty()) fail("cannot evaluate", folder, "recordings with .f0 files beside them", "none");
     std::vector<ScoredGroup> groups;
     ScoredGroup all{"all", 0, {}};
     for (const auto& [name, paths] : byFolder) {
-        ScoredGroup group{name, static_cast<int>(paths.size()), {}};
-        for (const fs::path& path : paths) group.scores.add(scoreRecording(path, rule, trackOf));
+        ScoredGroup group{name, 0, {}};
+        for (const fs::path& path : paths) {
+            try {
+                group.scores.add(scoreRecording(path, rule, trackOf));
+                ++group.recordings;
+            } catch (const ToolError& error) {
+                onProblem(error.what());
+            }
+        }
+        if (group.recordings == 0) continue;
         all.recordings += group.recordings;
         all.scores.add(group.scores);
         groups.push_back(std::move(group));
     }
-    groups.push_back(std::move(all));
+    if (all.recordings > 0) groups.push_back(std::move(all));
     return groups;
 }
 
 TrackOf tracksBelow(const std::string& tracks, const std::string& folder) {
     return [=](const std::string& recording, std::size_t frames) {
-        fs::path track = fs::path(tracks) / fs::path(recording).lexically_relative(folder);
-        fs::path ours = track;
-        if (!fs::is_regular_file(ours.replace_extension(".f0.csv"))) ours = track.replace_extension(".csv");
-        return onGrid(readTrack(ours.string()), frames);
+        return onGrid(readTrack(trackOf(tracks, folder, recording).string()), frames);
     };
+}
+
+void addScored(ReadFiles& read, const std::string& folder, const std::string& tracks) {
+    const auto found = [&](const fs::path& path) {
+        read.add(path.string());
+        read.add(truthOf(path).string());
+        if (!tracks.empty()) read.add(trackOf(tracks, folder, path).string());
+    };
+    searchSound(folder, found, [](const fs::path&, const std::string&) {});
 }
 
 }  // namespace katessel

@@ -94,7 +94,7 @@ TABLE
 1 | track --files-from folder | cannot read the list: folder: expected a text file, found a folder
 1 | track --files-from list | nothing to track: list: expected at least one recording, found none
 1 | track good.wav -o none/out.csv | cannot write: none/out.csv: expected an existing folder, found none
-2 | track good.wav -o good.wav | cannot write: good.wav: expected a file of its own, found the recording itself
+2 | track good.wav -o good.wav | cannot write: good.wav: expected a file of its own, found one that is read
 1 | track good.wav both.wav -o list | cannot write: list: expected a folder, found a file
 2 | track good.wav both.wav -o - | wrong usage: -o -: expected one recording, found a run of several
 2 | track good.wav - | wrong usage: -: expected standard input as the only recording
@@ -160,4 +160,34 @@ TABLE
 2 | plot good.wav -o a.png --track track.csv --model "$MODEL" | --model: expected a recording to track
 2 | plot good.wav -o track.png --track track.png | expected a file of its own
 TABLE
+}
+
+@test "what is read is not written over, whatever leads there" {
+  mkdir corpus tracks
+  cp good.wav corpus/x.wav
+  cp truth.f0 corpus/x.f0
+  cp track.csv tracks/x.csv
+  cp "$MODEL" m.weights
+  cp "${MODEL%.*}.json" m.json
+  ln good.wav hard.csv
+  ln -s ../good.wav folder/good.f0.csv
+  ln -s b.f0.csv folder/both.f0.csv
+  printf 'list.wav\nboth.wav\n' > list.f0.csv
+  cp good.wav list.wav
+  ln -s m.json m.wav
+  find . -type f -exec sha256sum {} + | sort > ../before
+  refuses <<'TABLE'
+2 | track good.wav --model m.weights -o m.weights --format csv --force | expected a file of its own, found one that is read
+2 | track good.wav --model m.weights -o m.json --force | expected a file of its own, found one that is read
+2 | track good.wav -o hard.csv --force | expected a file of its own, found one that is read
+2 | track good.wav both.wav -o folder --force | folder/good.f0.csv: expected a file of its own, found one that is read
+2 | track --files-from list.f0.csv -o . --force | list.f0.csv: expected a file of its own, found one that is read
+2 | eval --ref corpus --csv corpus/x.f0 | corpus/x.f0: expected a file of its own, found one that is read
+2 | eval --ref corpus --json corpus/x.wav | corpus/x.wav: expected a file of its own, found one that is read
+2 | eval --ref corpus --tracks tracks --json tracks/x.csv | tracks/x.csv: expected a file of its own, found one that is read
+2 | eval --ref corpus --model m.weights --json m.json | m.json: expected a file of its own, found one that is read
+2 | eval --ref truth.f0 track.csv --csv a.csv --json ./a.csv | expected one file for each result, found the same as a.csv
+2 | synth good.wav --model m.weights -o m.wav | m.wav: expected a file of its own, found one that is read
+TABLE
+  find . -type f -exec sha256sum {} + | sort | diff ../before -
 }

@@ -110,7 +110,7 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
   katessel track a.wav sub/a.wav
   rm ./*.f0.csv sub/*.f0.csv
   cp a.wav b.f0.csv
-  fails_with 2 "cannot write: b.f0.csv: expected a file of its own, found one of the recordings" \
+  fails_with 2 "cannot write: b.f0.csv: expected a file of its own, found one that is read" \
     track b.wav here/b.f0.csv --force
 }
 

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "recordings/audio/AudioFile.h"
+#include "recordings/audio/SoundFolder.h"
 #include "recordings/base/Errors.h"
 #include "recordings/base/Text.h"
 #include "recordings/tracks/Reference.h"
