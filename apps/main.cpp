@@ -9,6 +9,7 @@
 #include "katessel/InstructionSet.h"
 #include "katessel/KTessel.h"
 #include "recordings/base/Errors.h"
+#include "recordings/base/ProcessStart.h"
 #include "tracking/Model.h"
 
 namespace katessel {
@@ -72,6 +73,7 @@ void run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     using namespace katessel;
+    startSafely();
     try {
         run(argc, argv);
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)

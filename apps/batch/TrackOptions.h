@@ -25,6 +25,7 @@ struct TrackOptions {
     std::optional<int> channel;             // from 1 on; none: the average of all
     std::optional<double> start, duration;  // [s]
     std::optional<std::string> raw;
+    bool allowDamaged = false;
 
     std::optional<std::string> format, unit, unvoiced;  // by name
     bool cents = false;

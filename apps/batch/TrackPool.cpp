@@ -24,6 +24,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+const std::string kWarning = "warning: ";
+
 // Folders of outputs come as they are needed.
 OutputFile openOutput(const std::string& path) {
     const fs::path folder = fs::path(path).parent_path();
@@ -39,19 +41,20 @@ public:
     explicit TrackWorker(const TrackSettings& settings)
         : m_settings(settings), m_tracker(settings.model.path, settings.mode, settings.blockSize) {}
 
-    // Writes the track of one recording. Returns how much sound that was [s].
-    double run(const TrackJob& job) {
-        const TrackDocument document = track(job);
+    // Writes the track of one recording. Returns how much sound that was [s], and in `damage` what it lacks.
+    double run(const TrackJob& job, std::string& damage) {
+        const TrackDocument document = track(job, damage);
         const OutputFile output = job.output == kStandardStream ? OutputFile("") : openOutput(job.output);
         output.write(m_settings.format->bytes(document));
         return document.end - document.start;
     }
 
 private:
-    TrackDocument track(const TrackJob& job) {
+    TrackDocument track(const TrackJob& job, std::string& damage) {
         const Excerpt& excerpt = m_settings.excerpt;
-        const Recording recording =
-            readRecording(job.input, {m_settings.channel, excerpt.readFrom(), excerpt.readTo(), m_settings.raw});
+        const Recording recording = readRecording(job.input, {m_settings.channel, excerpt.readFrom(), excerpt.readTo(),
+                                                              m_settings.raw, m_settings.allowDamaged});
+        damage = recording.damage;
         TrackDocument document;
         document.start = excerpt.start;
         document.end = excerpt.end(excerpt.readFrom() + recording.seconds());
@@ -76,6 +79,7 @@ private:
 struct Outcome {
     bool isKnown = false;
     std::string problem;   // empty: there is a track
+    std::string damage;    // what the track lacks, as a whole message; empty: nothing
     double seconds = 0.0;  // of sound
 };
 
@@ -124,7 +128,7 @@ private:
         outcome.problem = job.problem;
         if (!isToDo(job)) return outcome;
         try {
-            outcome.seconds = worker.run(job);
+            outcome.seconds = worker.run(job, outcome.damage);
         } catch (const ToolError& error) {
             outcome.problem = error.what();
         } catch (const std::exception& error) {
@@ -139,11 +143,15 @@ private:
         m_outcomes[job] = std::move(outcome);
         if (isToDo(m_jobs[job])) m_progress.advance(m_outcomes[job].seconds);
         for (; m_reported < m_next && m_outcomes[m_reported].isKnown; ++m_reported) {
-            const std::string& problem = m_outcomes[m_reported].problem;
-            if (problem.empty()) continue;
-            ++m_failures;
+            const auto& [isKnown, problem, damage, seconds] = m_outcomes[m_reported];
+            if (problem.empty() && damage.empty()) continue;
             m_progress.erase();
-            printError(problem);
+            if (problem.empty()) {
+                printError(kWarning + damage);
+            } else {
+                printError(problem);
+                ++m_failures;
+            }
         }
     }
 
@@ -157,7 +165,11 @@ private:
 
 }  // namespace
 
-void runJob(const TrackJob& job, const TrackSettings& settings) { TrackWorker(settings).run(job); }
+void runJob(const TrackJob& job, const TrackSettings& settings) {
+    std::string damage;
+    TrackWorker(settings).run(job, damage);
+    if (!damage.empty()) printError(kWarning + damage);
+}
 
 std::size_t runJobs(const std::vector<TrackJob>& jobs, const TrackSettings& settings, int threads, bool showProgress) {
     KaTessel::performance_analysis_ = 0;  // nobody reads the sum: two clock readings a frame saved

@@ -22,6 +22,7 @@ struct TrackSettings {
     std::optional<int> blockSize;  // [samples]; none: every frame
     std::optional<int> channel;    // from 1 on; none: the average of all
     std::optional<RawForm> raw;
+    bool allowDamaged = false;
     Excerpt excerpt;
     const TrackFormat* format = nullptr;
     PitchUnit unit = PitchUnit::hertz;

@@ -43,6 +43,14 @@ void checkSample(float sample, const std::string& path, std::int64_t index, int 
          shortNumber(sample) + " at " + shortNumber(static_cast<double>(index) / rate) + " s");
 }
 
+void noteDamage(const SoundSource& source, const SoundSelection& selection, const std::string& path,
+                Recording& recording) {
+    const std::optional<Damage> damage = source.damage();
+    if (!damage) return;
+    refuseDamage(*damage, path, selection.allowDamaged);
+    recording.damage = errorMessage(kDamaged, path, damage->expected, damage->found);
+}
+
 // The frame at an instant [s], which may be infinite.
 std::int64_t frameAt(double seconds, int rate) {
     return static_cast<std::int64_t>(std::min(std::round(seconds * rate), 1e18));
@@ -61,10 +69,10 @@ void skip(SoundSource& source, std::int64_t frames, std::vector<float>& chunk) {
 }  // namespace
 
 Recording readRecording(const std::string& path, const SoundSelection& selection) {
-    const std::unique_ptr<SoundSource> source = openSound(path, selection.raw);
+    const std::unique_ptr<SoundSource> source = openSound(path, selection.raw, selection.allowDamaged);
     const int channels = source->channels();
-    const ChannelChoice sampleOf(path, selection.channel, channels);
     Recording recording;
+    const ChannelChoice sampleOf(path, selection.channel, channels);
     recording.rate = source->rate();
     const std::int64_t from = frameAt(selection.from, recording.rate), to = frameAt(selection.to, recording.rate);
 
@@ -83,6 +91,7 @@ Recording readRecording(const std::string& path, const SoundSelection& selection
             recording.samples.push_back(sample);
         }
     }
+    noteDamage(*source, selection, path, recording);
     if (recording.samples.empty() && from == 0) fail(kCannotRead, path, "at least 1 sample", "0 samples");
     return recording;
 }

@@ -13,6 +13,7 @@
 
 #include "recordings/audio/MemoryFile.h"
 #include "recordings/base/Errors.h"
+#include "recordings/base/TextFile.h"
 
 namespace katessel {
 
@@ -22,6 +23,7 @@ constexpr int kMostFramesPerByte = 64;  // of any compression; more is a wrong h
 
 using OpenFile = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 int closeNothing(std::FILE*) { return 0; }
+int closeFile(std::FILE* file) { return file == nullptr ? 0 : std::fclose(file); }
 
 // What libsndfile itself reports less clearly. Opening tells more than asking for permissions would.
 OpenFile openFile(const std::string& path) {
@@ -29,10 +31,9 @@ OpenFile openFile(const std::string& path) {
         if (::isatty(STDIN_FILENO) != 0) fail(kCannotRead, path, "sound on standard input", "a terminal");
         return {stdin, &closeNothing};
     }
-    std::error_code unknown;
-    const std::filesystem::file_status status = std::filesystem::status(path, unknown);
-    if (std::filesystem::is_directory(status)) fail(kCannotRead, path, "an audio file (-r for folders)", "a folder");
-    if (std::filesystem::is_fifo(status)) fail(kCannotRead, path, "an audio file, or - for standard input", "a pipe");
+    const std::string odd = oddKind(path);
+    if (odd == "a folder") fail(kCannotRead, path, "an audio file (-r for folders)", odd);
+    if (!odd.empty()) fail(kCannotRead, path, "an audio file, or - for standard input", odd);
     OpenFile file(std::fopen(path.c_str(), "rb"), &std::fclose);
     if (!file) fail(kCannotRead, path, "an audio file", std::strerror(errno));
     return file;
@@ -48,10 +49,12 @@ std::string readEverything(std::FILE* file, const std::string& path) {
 
 class SoundFileSource : public SoundSource {
 public:
-    explicit SoundFileSource(const std::string& path) : m_path(path) {
+    SoundFileSource(const std::string& path, bool allowDamaged) : m_path(path) {
         const OpenFile file = openFile(path);
         const bool streamed = path == kStandardStream;
         if (streamed) m_standardInput.bytes = readEverything(file.get(), path);
+        lookForDamage(streamed ? openBytes(m_standardInput.bytes).get() : file.get());
+        if (m_damage) refuseDamage(*m_damage, path, allowDamaged);
         open(streamed);
         if (m_info.samplerate < 1) fail(kCannotRead, path, "a sample rate above 0", std::to_string(m_info.samplerate));
         m_rate = m_info.samplerate;
@@ -68,17 +71,36 @@ public:
 
     int read(float* samples, int frames) override {
         const sf_count_t count = sf_readf_float(m_file.get(), samples, frames);
-        if (count == 0 && sf_error(m_file.get()) != SF_ERR_NO_ERROR)
-            fail(kCannotRead, m_path, "sound up to its end", sf_strerror(m_file.get()));
+        // What came with an error may already be from behind the damage.
+        if (sf_error(m_file.get()) != SF_ERR_NO_ERROR) {
+            m_damage = m_damage.value_or(Damage{"sound up to its end", sf_strerror(m_file.get())});
+            return 0;
+        }
+        m_position += count;
+        const bool knowsItsLength = (m_info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_FLAC && m_info.frames > 0;
+        if (count == 0 && !m_damage && knowsItsLength && m_position < m_info.frames)
+            m_damage = {std::to_string(m_info.frames) + " samples, as its header says", std::to_string(m_position)};
         return static_cast<int>(count);
     }
 
     bool seek(std::int64_t frames) override {
         if (m_info.seekable == 0 || frames > m_info.frames) return false;
-        return sf_seek(m_file.get(), frames, SEEK_CUR) >= 0;
+        if (sf_seek(m_file.get(), frames, SEEK_CUR) < 0) return false;
+        m_position += frames;
+        return true;
     }
 
+    std::optional<Damage> damage() const override { return m_damage; }
+
 private:
+    void lookForDamage(std::FILE* file) {
+        if (file != nullptr) m_damage = findDamage(file);
+    }
+
+    static OpenFile openBytes(std::string& bytes) {
+        return {bytes.empty() ? nullptr : ::fmemopen(bytes.data(), bytes.size(), "rb"), &closeFile};
+    }
+
     void open(bool fromMemory) {
         // The reason why a file cannot be opened is kept for the whole process.
         static std::mutex reason;
@@ -92,6 +114,8 @@ private:
     MemoryFile m_standardInput;
     SF_INFO m_info = {};
     std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> m_file{nullptr, &sf_close};
+    std::int64_t m_position = 0;  // [frames]
+    std::optional<Damage> m_damage;
 };
 
 std::uint32_t littleEndian(const unsigned char* bytes, int size) {
@@ -140,9 +164,13 @@ private:
 
 }  // namespace
 
-std::unique_ptr<SoundSource> openSound(const std::string& path, const std::optional<RawForm>& raw) {
+std::unique_ptr<SoundSource> openSound(const std::string& path, const std::optional<RawForm>& raw, bool allowDamaged) {
     if (raw) return std::make_unique<RawSource>(path, *raw);
-    return std::make_unique<SoundFileSource>(path);
+    return std::make_unique<SoundFileSource>(path, allowDamaged);
+}
+
+void refuseDamage(const Damage& damage, const std::string& path, bool allowDamaged) {
+    if (damage.shifts || !allowDamaged) fail(kDamaged, path, damage.expected, damage.found);
 }
 
 }  // namespace katessel

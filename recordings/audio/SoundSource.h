@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "recordings/audio/Damage.h"
+
 namespace katessel {
 
 // Sound without a header: interleaved little-endian samples.
@@ -21,6 +23,7 @@ struct RawForm {
 };
 
 constexpr char kCannotRead[] = "cannot read the recording";
+constexpr char kDamaged[] = "damaged recording";
 constexpr char kStandardStream[] = "-";  // names standard input and standard output
 
 class SoundSource {
@@ -33,9 +36,12 @@ public:
     // How many frames there seem to be; 0: unknown. A header may be wrong.
     virtual std::int64_t expectedFrames() const { return 0; }
 
-    // Reads up to `frames` frames of all channels, interleaved. Returns how many; 0 is the end. Fails when the sound
-    // is broken off.
+    // Reads up to `frames` frames of all channels, interleaved. Returns how many; 0 is the end, or where the sound is
+    // broken.
     virtual int read(float* samples, int frames) = 0;
+
+    // What is known to be wrong; more after the last read.
+    virtual std::optional<Damage> damage() const { return std::nullopt; }
 
     // Moves on by that many frames if that costs no reading. Returns false, and moves nowhere, where it would.
     virtual bool seek(std::int64_t) { return false; }
@@ -45,7 +51,11 @@ protected:
     int m_channels = 0;
 };
 
-// Opens a file, or standard input for "-". Without a raw form the sound must be in a format that libsndfile reads.
-std::unique_ptr<SoundSource> openSound(const std::string& path, const std::optional<RawForm>& raw);
+// Opens a file, or standard input for "-". Without a raw form the sound must be in a format that libsndfile reads. Fails
+// when it is damaged, unless that is allowed and nothing is missing before its end.
+std::unique_ptr<SoundSource> openSound(const std::string& path, const std::optional<RawForm>& raw, bool allowDamaged);
+
+// The same for what is found later.
+void refuseDamage(const Damage& damage, const std::string& path, bool allowDamaged);
 
 }  // namespace katessel

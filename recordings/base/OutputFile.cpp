@@ -1,11 +1,15 @@
 #include "recordings/base/OutputFile.h"
 
 #include <fcntl.h>
+#include <limits.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
+#include <random>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -33,10 +37,26 @@ int writeAll(int descriptor, const std::string& text) {
     return 0;
 }
 
-int writeAndClose(int descriptor, const std::string& text) {
-    const int writeError = writeAll(descriptor, text);
+// What cannot be synchronised, such as a pipe, needs not be.
+int synchronise(int descriptor) {
+    return ::fsync(descriptor) != 0 && errno != EINVAL && errno != ENOTSUP && errno != EROFS ? errno : 0;
+}
+
+// Returns the first error number of `before`, bringing the file to the disk and closing it.
+int closeWhole(int descriptor, int before) {
+    const int syncError = before == 0 ? synchronise(descriptor) : 0;
     const int closeError = ::close(descriptor) != 0 ? errno : 0;
-    return writeError != 0 ? writeError : closeError;
+    return before != 0 ? before : syncError != 0 ? syncError : closeError;
+}
+
+int writeAndClose(int descriptor, const std::string& text) {
+    return closeWhole(descriptor, writeAll(descriptor, text));
+}
+
+// So that a name that was given does not go with the power.
+int synchroniseFolder(const fs::path& folder) {
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    return descriptor < 0 ? 0 : closeWhole(descriptor, 0);  // one that cannot be opened can be written to all the same
 }
 
 // The temporary files that are being written, by whichever thread. A file is made, renamed or removed only under the
@@ -51,17 +71,34 @@ Temporaries& temporaries() {
     return all;
 }
 
-// Returns a descriptor, or below 0 with errno set. What lies there already was left by a process that had this number
-// before.
-int createTemporary(const fs::path& path) {
-    const std::lock_guard lock(temporaries().lock);
-    ::unlink(path.c_str());
-    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor >= 0) temporaries().paths.insert(path);
-    return descriptor;
+// NAME.RANDOM.part; of a long name only as much as there is room for.
+fs::path temporaryName(const fs::path& path) {
+    static std::random_device random;
+    constexpr char kCharacters[] = "0123456789abcdefghijklmnopqrstuv";
+    std::string ending = ".";
+    for (int i = 0; i < 8; ++i) ending += kCharacters[random() % 32];
+    ending += ".part";
+    const long most = ::pathconf(path.parent_path().c_str(), _PC_NAME_MAX);
+    std::string name = path.filename().string();
+    name.resize(std::min(name.size(), static_cast<std::size_t>(most > 0 ? most : NAME_MAX) - ending.size()));
+    return path.parent_path() / (name + ending);
 }
 
-fs::path temporaryName(fs::path path) { return path += '.' + std::to_string(::getpid()) + ".part"; }
+// Makes a file of a name that nobody else has, with the permissions of the one that it will replace. Returns a descriptor,
+// or below 0 with errno set.
+int createTemporary(const fs::path& target, fs::path& path) {
+    const std::lock_guard lock(temporaries().lock);
+    int descriptor = -1;
+    do {
+        path = temporaryName(target);
+        descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    } while (descriptor < 0 && errno == EEXIST);
+    if (descriptor < 0) return descriptor;
+    temporaries().paths.insert(path);
+    struct stat replaced = {};
+    if (::stat(target.c_str(), &replaced) == 0) ::fchmod(descriptor, replaced.st_mode & 07777);
+    return descriptor;
+}
 
 // Renames the file unless there was an error before. Returns 0 or an error number, and then the file is gone.
 int finishTemporary(const fs::path& path, const fs::path& name, int error) {
@@ -69,7 +106,7 @@ int finishTemporary(const fs::path& path, const fs::path& name, int error) {
     if (error == 0 && std::rename(path.c_str(), name.c_str()) != 0) error = errno;
     if (error != 0) ::unlink(path.c_str());
     temporaries().paths.erase(path);
-    return error;
+    return error != 0 ? error : synchroniseFolder(name.parent_path());
 }
 
 }  // namespace
@@ -102,8 +139,8 @@ void OutputFile::write(const std::string& text) const {
 }
 
 void OutputFile::replaceWith(const std::string& text) const {
-    const fs::path temporary = temporaryName(m_path);
-    const int descriptor = createTemporary(temporary);
+    fs::path temporary;
+    const int descriptor = createTemporary(m_path, temporary);
     if (descriptor < 0) failWriting(m_path.string(), "a new file in its folder", std::strerror(errno));
     const int error = finishTemporary(temporary, m_path, writeAndClose(descriptor, text));
     if (error != 0) failWriting(m_path.string(), "room for the result", std::strerror(error));
@@ -133,14 +170,13 @@ void GrowingFile::finish() {
 }
 
 void GrowingFile::open() {
-    m_temporary = temporaryName(m_target.m_path);
-    m_descriptor =
-        m_target.m_direct ? ::open(m_target.m_path.c_str(), O_WRONLY | O_CLOEXEC) : createTemporary(m_temporary);
+    m_descriptor = m_target.m_direct ? ::open(m_target.m_path.c_str(), O_WRONLY | O_CLOEXEC)
+                                     : createTemporary(m_target.m_path, m_temporary);
     if (m_descriptor < 0) failWriting(m_target.m_path.string(), "a new file in its folder", std::strerror(errno));
 }
 
 int GrowingFile::close() {
-    const int error = ::close(std::exchange(m_descriptor, -1)) != 0 ? errno : 0;
+    const int error = closeWhole(std::exchange(m_descriptor, -1), 0);
     return m_target.m_direct ? error : finishTemporary(m_temporary, m_target.m_path, error);
 }
 

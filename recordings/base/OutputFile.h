@@ -11,8 +11,8 @@ public:
     // An empty path and "-" are standard output. Fails at once, before any work is done, when the path cannot be written.
     explicit OutputFile(const std::string& path);
 
-    // Writes the text: to a temporary name in the same folder, then renamed over what was there. Devices and
-    // pipes are written directly.
+    // Writes the text: to a temporary name in the same folder, which nobody else has, then renamed over what was there once
+    // it is on the disk. Devices and pipes are written directly.
     void write(const std::string& text) const;
 
     // Whether it is standard output, and that a terminal.
@@ -29,7 +29,7 @@ private:
     bool m_direct = false;
 };
 
-// A file that comes piece by piece over a long time. It grows under a temporary name in its folder, NAME.PROCESS.part, so
+// A file that comes piece by piece over a long time. It grows under a temporary name in its folder, NAME.RANDOM.part, so
 // that whatever ends the process leaves what has come, and gets its own name when it is finished or destroyed.
 class GrowingFile {
 public:
