@@ -1,25 +1,20 @@
 #include "apps/batch/InputSelection.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <system_error>
 
 #include "recordings/audio/SoundFolder.h"
 #include "recordings/audio/SoundSource.h"
 #include "recordings/base/Errors.h"
+#include "recordings/base/TextFile.h"
 
 namespace katessel {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr char kBadList[] = "cannot read the list";
 
 Input broken(const std::string& path, const std::string& expected, const std::string& found) {
     return {path, "", errorMessage(kCannotRead, path, expected, found)};
@@ -50,21 +45,11 @@ std::string placeOfListed(const fs::path& path) {
     return (leadsDown ? normal : path.filename()).string();
 }
 
-void addList(std::istream& list, const InputOptions& options, std::vector<Input>& inputs) {
-    for (std::string line; std::getline(list, line);) {
+void addList(const InputOptions& options, std::vector<Input>& inputs) {
+    forEachLine(options.listFile, "cannot read the list", [&](std::string line, std::size_t) {
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (!line.empty()) addPath(line, placeOfListed(line), options.recursive, inputs);
-    }
-    if (list.bad()) fail(kBadList, options.listFile, "lines up to its end", std::strerror(errno));
-}
-
-void addListFile(const InputOptions& options, std::vector<Input>& inputs) {
-    if (options.listFile == kStandardStream) return addList(std::cin, options, inputs);
-    std::error_code error;
-    if (fs::is_directory(options.listFile, error)) fail(kBadList, options.listFile, "a text file", "a folder");
-    std::ifstream file(options.listFile);
-    if (!file) fail(kBadList, options.listFile, "a text file", std::strerror(errno));
-    addList(file, options, inputs);
+    });
 }
 
 }  // namespace
@@ -73,7 +58,7 @@ std::vector<Input> selectInputs(const InputOptions& options) {
     std::vector<Input> inputs;
     for (const std::string& path : options.paths)
         addPath(path, fs::path(path).filename().string(), options.recursive, inputs);
-    if (!options.listFile.empty()) addListFile(options, inputs);
+    if (!options.listFile.empty()) addList(options, inputs);
     if (inputs.empty()) fail("nothing to track", options.listFile, "at least one recording", "none");
     return inputs;
 }

@@ -26,6 +26,11 @@ std::string outputOf(const Input& input, const std::string& folder, const std::s
     return output.replace_extension(ending).string();
 }
 
+bool isThere(const std::string& path) {
+    std::error_code error;
+    return path != kStandardStream && fs::is_regular_file(path, error) && fs::file_size(path, error) > 0;
+}
+
 void checkDistinct(const std::vector<TrackJob>& jobs, ReadFiles& read) {
     std::map<std::string, std::string> recordings;  // by the place of their track
     for (const TrackJob& job : jobs) read.add(job.input);
@@ -40,12 +45,9 @@ void checkDistinct(const std::vector<TrackJob>& jobs, ReadFiles& read) {
 
 }  // namespace
 
-TrackJob planSingle(const std::string& input, const std::string& output, bool skipExisting, ReadFiles read) {
-    TrackJob job{input, output.empty() ? kStandardStream : output, "", false};
-    std::error_code error;
-    job.isDone = skipExisting && job.output != kStandardStream && fs::exists(job.output, error);
-    if (job.isDone) return job;
+TrackJob planSingle(const std::string& input, const std::string& output, ReadFiles read) {
     read.add(input);
+    TrackJob job{input, output.empty() ? kStandardStream : output, "", false};
     checkOutputs({job.output}, read);
     return job;
 }
@@ -70,17 +72,19 @@ std::vector<TrackJob> shardOf(const std::vector<TrackJob>& jobs, const Shard& sh
     return own;
 }
 
-void checkExisting(std::vector<TrackJob>& jobs, ExistingTracks existing) {
-    if (existing == ExistingTracks::replace) return;
+std::string checkExisting(std::vector<TrackJob>& jobs, ExistingTracks existing) {
+    if (existing == ExistingTracks::replace) return "";
+    std::vector<std::string> there;
     for (TrackJob& job : jobs) {
-        std::error_code error;
-        if (!job.problem.empty() || !fs::exists(job.output, error)) continue;
-        if (existing == ExistingTracks::skip)
-            job.isDone = true;
-        else
-            job.problem =
-                errorMessage(kCannotWrite, job.output, "no such file yet, or --skip-existing or --force", "one");
+        if (!job.problem.empty() || !isThere(job.output)) continue;
+        job.isDone = true;
+        there.push_back(job.output);
     }
+    if (there.empty() || existing == ExistingTracks::skip) return "";
+    const std::string others = there.size() == 1 ? ""
+                                                 : ", as for " + std::to_string(there.size() - 1) + " more of " +
+                                                       std::to_string(jobs.size()) + " recordings";
+    return errorMessage(kCannotWrite, there[0], "no such file yet, or --skip-existing or --force", "one" + others);
 }
 
 }  // namespace katessel

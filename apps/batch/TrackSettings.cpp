@@ -1,7 +1,6 @@
 #include "apps/batch/TrackSettings.h"
 
 #include <charconv>
-#include <cmath>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <vector>
@@ -21,21 +20,9 @@ constexpr char kRawForm[] = "f32:RATE or s16:RATE, perhaps with :CHANNELS";
 constexpr int kMostRate = 1000000;  // [Hz]
 constexpr int kMostChannels = 1024;
 
-// Fails unless a number that is given is finite and at least `least`.
-void checkNumber(const char* what, const char* option, const std::optional<double>& value, double least,
-                 const std::string& expected) {
-    if (value && !(*value >= least && std::isfinite(*value))) failUsage(what, option, expected, shortNumber(*value));
-}
-
-void checkNumbers(const TrackOptions& options) {
-    checkNumber("wrong threshold", "--threshold", options.threshold, 0.0, "a number from 0 up");
-    checkNumber("wrong frequency", "--fmin", options.lowest, 0.0, "a number from 0 up");
-    checkNumber("wrong frequency", "--fmax", options.highest, options.lowest.value_or(0.0), "a number from --fmin up");
-    checkNumber("wrong time", "--start", options.start, 0.0, "a number from 0 up");
-    checkNumber("wrong time", "--duration", options.duration, 1e-6, "a number above 0");
-}
-
 void checkCombinations(const TrackOptions& options) {
+    if (options.lowest && options.highest && *options.highest < *options.lowest)
+        failUsage("wrong frequency", "--fmax", "a number from --fmin up", shortNumber(*options.highest));
     if (options.blockSize && options.mode == TrackMode::offline)
         failUsage(kWrongUsage, "--block-size", "--mode live", "--mode offline, which has no blocks");
     if (options.raw && options.inputs.recursive)
@@ -115,7 +102,6 @@ std::string describe(const TrackOptions& options, const TrackSettings& settings)
 }  // namespace
 
 TrackSettings chooseSettings(const TrackOptions& options, const TrackFormat& defaultFormat) {
-    checkNumbers(options);
     checkCombinations(options);
     TrackSettings settings;
     settings.mode = options.blockSize ? TrackMode::live : options.mode.value_or(TrackMode::offline);
@@ -125,6 +111,7 @@ TrackSettings chooseSettings(const TrackOptions& options, const TrackFormat& def
     settings.highest = options.highest.value_or(settings.highest);
     settings.channel = options.channel;
     if (options.raw) settings.raw = parseRawForm(*options.raw);
+    settings.allowDamaged = options.allowDamaged;
     settings.excerpt = {options.start.value_or(0.0), options.duration};
     settings.format = options.format ? &trackFormat(*options.format) : &defaultFormat;
     chooseRows(options, settings);

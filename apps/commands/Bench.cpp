@@ -157,8 +157,6 @@ void printStage(const char* name, const std::vector<double>& times) {
 }
 
 void runBench(const BenchOptions& options) {
-    if (!std::isfinite(options.seconds))
-        failUsage("wrong length", "--seconds", "a number", shortNumber(options.seconds));
     const std::string model = chooseModel(options.model, TrackMode::live, std::nullopt).path;
     const BlockStream stream = hostBlocks(options.rate);
     const double seconds = options.seconds + (kWarmUpFrames + 20) * facts::kHopSeconds;
@@ -195,7 +193,7 @@ void addBenchCommand(CLI::App& app) {
         ->check(CLI::Range(200, 240000))
         ->capture_default_str();
     command->add_option("--seconds", options.seconds, "Length of the sound")
-        ->check(CLI::Range(0.1, 600.0))
+        ->check(numberBetween(0.1, 600.0))
         ->capture_default_str();
     whenChosen(*command, [owned] { runBench(*owned); });
 }

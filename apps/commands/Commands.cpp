@@ -1,11 +1,14 @@
 #include "apps/commands/Commands.h"
 
+#include <charconv>
 #include <cstdlib>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "katessel/InstructionSet.h"
 #include "recordings/base/Errors.h"
+#include "recordings/base/Text.h"
 
 namespace katessel {
 
@@ -25,6 +28,21 @@ void applyInstructionChoice() {
         possible += available;
     }
     failUsage("wrong instruction set", "KATESSEL_ISA", "one of " + possible, name);
+}
+
+CLI::Validator numberBetween(double least, double most) {
+    const auto problem = [=](std::string& text) -> std::string {
+        double value = 0.0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        // A comparison with what is no number fails.
+        if (error == std::errc() && end == text.data() + text.size() && value >= least && value <= most) return "";
+        return "expected a number from " + shortNumber(least) + " to " + shortNumber(most) + ", found " + text;
+    };
+    return CLI::Validator(problem, "");
+}
+
+void addThresholdOption(CLI::App& command, std::optional<double>& threshold, const std::string& meaning) {
+    command.add_option("--threshold", threshold, "Confidence from which on " + meaning)->check(numberBetween(0.0, 1e6));
 }
 
 void addModelOption(CLI::App& command, std::string& model) {

@@ -26,7 +26,14 @@ void whenChosen(CLI::App& command, std::function<void()> work);
 // run is wrong usage; the message lists the possible ones.
 void applyInstructionChoice();
 
-// Options that several commands share: --model; --mode, as a whole or as a host streams it; and --voicing.
+// A number that is one, from `least` to `most`.
+CLI::Validator numberBetween(double least, double most);
+
+constexpr double kMostSeconds = 1e9, kMostHertz = 1e6;  // of any option
+
+// Options that several commands share: --threshold; --model; --mode, as a whole or as a host streams it; and --voicing.
+void addThresholdOption(CLI::App& command, std::optional<double>& threshold,
+                        const std::string& meaning = "a frame counts as voiced (default: as for track)");
 void addModelOption(CLI::App& command, std::string& model);
 void addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, const std::string& meaning);
 void addVoicingOption(CLI::App& command, std::optional<Voicing>& voicing, const std::string& meaning = "As for track");

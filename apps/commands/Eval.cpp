@@ -44,7 +44,6 @@ struct EvalOptions {
 
 // Everything that can be wrong, before the long part. Returns whether a folder is to be scored.
 bool checkOptions(const EvalOptions& options) {
-    checkThreshold(options.threshold);
     if (!fs::exists(options.references[0]))
         fail("cannot evaluate", options.references[0], "a folder or an .f0 file", "nothing there");
     const bool isFolder = fs::is_directory(options.references[0]);
@@ -119,8 +118,7 @@ void addEvalCommand(CLI::App& app) {
         "With a folder: score the tracks under this one, FOLDER/CLIP.csv or CLIP.f0.csv for each recording, "
         "instead of tracking");
     addModelOption(*command, options.model);
-    command->add_option("--threshold", options.threshold,
-                        "Confidence from which on a frame counts as voiced (default: as for track)");
+    addThresholdOption(*command, options.threshold);
     addModeOption(
         *command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
     addVoicingOption(*command, options.voicing);

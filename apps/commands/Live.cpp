@@ -24,7 +24,7 @@ namespace {
 constexpr char kAboutLive[] =
     "Joins the running JACK server (or what stands in for one) and shows the pitch of a\n"
     "port until Ctrl-C: nearest note, cents beside it, needle. The track has a row every\n"
-    "5 ms; its file grows as NAME.PROCESS.part, a second at a time, and gets its name at\n"
+    "5 ms; its file grows as NAME.RANDOM.part, a second at a time, and gets its name at\n"
     "the end. The latency at the end was measured from the sound at the port's source to\n"
     "the finished row.";
 
@@ -152,10 +152,9 @@ void addLiveCommand(CLI::App& app) {
     command->add_flag("--list", options.list, "Only name the ports that can be listened to");
     command->add_option("--csv", options.csv, "Write the track to this file, \"-\": to standard output");
     command->add_option("--duration", options.duration, "End after this many seconds")
-        ->check(CLI::Range(0.001, 1e9).description("SECONDS"));
+        ->check(numberBetween(0.001, kMostSeconds));
     addModelOption(*command, options.model);
-    command->add_option("--threshold", options.threshold,
-                        "Confidence from which on a row counts as voiced (default: as for track)");
+    addThresholdOption(*command, options.threshold);
     addVoicingOption(*command, options.voicing, "As for track --mode live; smooth comes 5 ms later");
     whenChosen(*command, [owned] { runLive(*owned); });
 }

@@ -131,7 +131,6 @@ void runPlot(const PlotOptions& options) {
     const PictureFormat format = formatOf(options.output);
     const Size size = sizeOf(options.size);
     const FrequencyScale scale = scaleOf(options);
-    checkThreshold(options.threshold);
     if (!options.track.empty() && !options.model.empty())
         failUsage("wrong usage", "--model", "a recording to track", "--track, which is a track already");
     std::optional<Model> model;
@@ -167,25 +166,29 @@ void addPlotCommand(CLI::App& app) {
     command->footer(kAboutPlot);
     command->add_option("FILE", options.recording, "Recording, in any format that libsndfile reads")->required();
     command->add_option("-o,--output", options.output, "The picture: a name that ends with .png or .svg")->required();
-    command->add_option("--start", options.start, "First instant that is shown [s]")->capture_default_str();
+    command->add_option("--start", options.start, "First instant that is shown [s]")
+        ->check(numberBetween(0.0, kMostSeconds))
+        ->capture_default_str();
     command->add_option("--duration", options.duration, "Seconds that are shown (default: up to the end)")
-        ->check(CLI::Range(0.001, 1e9).description("SECONDS"));
+        ->check(numberBetween(0.001, kMostSeconds));
     command->add_option("--track", options.track, "Show this track or .f0 file instead of tracking");
     command->add_option("--overlay", options.overlays, "NAME=FILE: show this track or .f0 file as well")
         ->allow_extra_args(false);
     addModelOption(*command, options.model);
-    command->add_option("--threshold", options.threshold,
-                        "Confidence from which on a row counts as voiced (default: as for track)");
+    addThresholdOption(*command, options.threshold);
     addModeOption(
         *command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
     addVoicingOption(*command, options.voicing);
     command->add_option("--top-frequency", options.topFrequency, "End of the frequency axis [Hz]")
+        ->check(numberBetween(1.0, kMostHertz))
         ->capture_default_str();
-    command->add_option("--bottom-frequency", options.bottomFrequency,
-                        "Beginning of the frequency axis [Hz] (default: 50, linear 0)");
+    command
+        ->add_option("--bottom-frequency", options.bottomFrequency,
+                     "Beginning of the frequency axis [Hz] (default: 50, linear 0)")
+        ->check(numberBetween(0.0, kMostHertz));
     command->add_flag("--linear", options.linear, "Linear frequency axis instead of a logarithmic one");
     command->add_option("--range", options.range, "Levels from the loudest down to white [dB]")
-        ->check(CLI::Range(1.0, 200.0))
+        ->check(numberBetween(1.0, 200.0))
         ->capture_default_str();
     command->add_option("--size", options.size, "WIDTHxHEIGHT [pixels]")->capture_default_str();
     command->add_option("--title", options.title, "Title (default: the recording's name)");

@@ -109,13 +109,13 @@ std::vector<std::vector<float>> channelsOf(const SynthOptions& options, std::vec
 
 void checkOptions(const SynthOptions& options, bool fromTrack) {
     checkSoundName(options.output);
-    checkThreshold(options.threshold);
     const std::string aTrack = "a track, " + options.input;
     if (fromTrack && !options.model.empty()) failUsage("wrong usage", "--model", "a recording to track", aTrack);
     if (fromTrack && options.stereo && options.mix.empty())
         failUsage("wrong usage", "--stereo", "a recording for the left, with --mix", "none");
     if (options.rate && (!fromTrack || !options.mix.empty()))
-        failUsage("wrong usage", "--rate", "a track without a recording", "a recording, which has a rate");}
+        failUsage("wrong usage", "--rate", "a track without a recording", "a recording, which has a rate");
+}
 
 void checkOutput(const SynthOptions& options, const Model& model) {
     ReadFiles read;
@@ -172,8 +172,7 @@ void addSynthCommand(CLI::App& app) {
     command->add_option("--rate", options.rate, "Sample rate [Hz] of a track without a recording (default: 48000)")
         ->check(CLI::Range(8000, 384000));
     addModelOption(*command, options.model);
-    command->add_option("--threshold", options.threshold,
-                        "Confidence from which on a row counts as voiced (default: as for track)");
+    addThresholdOption(*command, options.threshold);
     addModeOption(
         *command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
     addVoicingOption(*command, options.voicing);

@@ -64,21 +64,28 @@ void addInputOptions(CLI::App& command, TrackOptions& options) {
     command.add_option("--raw", options.raw,
                        "The sound has no header but this form: f32:RATE or s16:RATE, little-endian, perhaps with "
                        ":CHANNELS");
+    command.add_flag("--allow-damaged", options.allowDamaged,
+                     "Track what there is of a recording that is cut off, with a warning; one with a hole is refused "
+                     "all the same");
     command.add_option("--channel", options.channel, "Take this channel, from 1 on (default: the average)")
         ->check(fromOne());
-    command.add_option("--start", options.start, "Begin at this instant of the recording [s]");
-    command.add_option("--duration", options.duration, "End after this time [s]");
+    command.add_option("--start", options.start, "Begin at this instant of the recording [s]")
+        ->check(numberBetween(0.0, kMostSeconds));
+    command.add_option("--duration", options.duration, "End after this time [s]")
+        ->check(numberBetween(1e-6, kMostSeconds));
 }
 
 void addOutputOptions(CLI::App& command, TrackOptions& options) {
     command.add_option("-o,--output", options.output,
                        "A file for the track of one recording, a folder for those of several");
-    CLI::Option* skip = command.add_flag("--skip-existing", options.skipExisting, "Leave out what has a track already");
+    CLI::Option* skip = command.add_flag("--skip-existing", options.skipExisting,
+                                         "Leave out what has a track already (an empty file is none)");
     command.add_flag("--force", options.force, "Replace tracks that are there already")->excludes(skip);
     command
-        .add_option("--format", options.format,
-                    "What to write (default: csv, or what the extension of -o says): rows as csv, tsv, json or npy; "
-                    "voiced rows as a Praat pitchtier; voiced and unvoiced segments as lab; notes as midi")
+        .add_option(
+            "--format", options.format,
+            "What to write (default: csv, or what the extension of -o says): rows as csv, tsv, json or npy; "
+            "voiced rows as a Praat pitchtier; voiced and unvoiced segments as lab; notes as midi; known pitch as f0")
         ->check(CLI::IsMember(formatNames()));
     CLI::Option* unit =
         command.add_option("--unit", options.unit, "Pitch in hz (default), cents above 440 Hz or midi note numbers")
@@ -92,14 +99,15 @@ void addOutputOptions(CLI::App& command, TrackOptions& options) {
 
 void addAnalysisOptions(CLI::App& command, TrackOptions& options) {
     addModelOption(command, options.model);
-    command.add_option("--threshold", options.threshold,
-                       "Confidence from which on a row counts as voiced (default: the model's own, else 0.5)");
+    addThresholdOption(command, options.threshold, "a row counts as voiced (default: the model's own, else 0.5)");
     addVoicingOption(
         command, options.voicing,
         "hysteresis: begin a little above the threshold, end a little below (default live); smooth: the same "
         "on the median of three rows, which waits for 5 ms more (default offline); frame: each row by itself");
-    command.add_option("--fmin", options.lowest, "Rows with a lower pitch count as not voiced [Hz]");
-    command.add_option("--fmax", options.highest, "Rows with a higher pitch count as not voiced [Hz]");
+    command.add_option("--fmin", options.lowest, "Rows with a lower pitch count as not voiced [Hz]")
+        ->check(numberBetween(0.0, kMostHertz));
+    command.add_option("--fmax", options.highest, "Rows with a higher pitch count as not voiced [Hz]")
+        ->check(numberBetween(0.0, kMostHertz));
     addModeOption(
         command, [&options](TrackMode mode) { options.mode = mode; },
         "offline: the whole recording at once, every instant seen from both sides (default); "
@@ -133,7 +141,7 @@ ExistingTracks existingTracks(const TrackOptions& options) {
 
 // A file that is named says by its extension what it is.
 const TrackFormat& defaultFormat(const TrackOptions& options) {
-    return isSingle(options) ? trackFormatOfFile(options.output) : trackFormats().front();
+    return options.format || !isSingle(options) ? trackFormats().front() : trackFormatOfFile(options.output);
 }
 
 // What is read beside the recordings.
@@ -145,20 +153,21 @@ ReadFiles filesRead(const TrackOptions& options, const TrackSettings& settings) 
 }
 
 std::vector<TrackJob> planRun(const TrackOptions& options, const TrackSettings& settings) {
+    if (isSingle(options)) return {planSingle(options.inputs.paths[0], options.output, filesRead(options, settings))};
     if (options.output == kStandardStream) failUsage(kWrongUsage, "-o -", "one recording", "a run of several");
+    if (isNamedLikeTrack(options.output) && !isFolder(options.output))
+        failUsage(kWrongUsage, "-o " + options.output, "a folder for the tracks of several recordings",
+                  "the name of one track");
     std::vector<Input> inputs = selectInputs(options.inputs);
     const Shard shard = options.shard ? parseShard(*options.shard) : Shard{};
     if (options.shard) sortInputs(inputs);
-    std::vector<TrackJob> jobs = planMany(inputs, options.output, std::string(".f0") + settings.format->extension,
+    const std::string extension = settings.format->extension;
+    std::vector<TrackJob> jobs = planMany(inputs, options.output, extension == ".f0" ? extension : ".f0" + extension,
                                           filesRead(options, settings));
-    if (options.shard) jobs = shardOf(jobs, shard);
-    checkExisting(jobs, existingTracks(options));
-    return jobs;
+    return options.shard ? shardOf(jobs, shard) : jobs;
 }
 
-void trackSingle(const TrackOptions& options, const TrackSettings& settings) {
-    const TrackJob job =
-        planSingle(options.inputs.paths[0], options.output, options.skipExisting, filesRead(options, settings));
+void trackSingle(const TrackJob& job, const TrackSettings& settings) {
     if (job.isDone) return;
     if (settings.format->isBinary && OutputFile(job.output).isTerminal())
         failUsage("cannot write", "standard output", std::string("a file or a pipe for ") + settings.format->name,
@@ -166,8 +175,7 @@ void trackSingle(const TrackOptions& options, const TrackSettings& settings) {
     runJob(job, settings);
 }
 
-void trackMany(const TrackOptions& options, const TrackSettings& settings) {
-    const std::vector<TrackJob> jobs = planRun(options, settings);
+void trackMany(const std::vector<TrackJob>& jobs, const TrackOptions& options, const TrackSettings& settings) {
     const int processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     const std::size_t failures = runJobs(jobs, settings, options.threads.value_or(processors), !options.quiet);
     if (failures > 0)
@@ -189,10 +197,13 @@ void runTrack(const TrackOptions& options) {
     TrackSettings settings = chooseSettings(options, defaultFormat(options));
     completeSettings(options, settings);
     endOnSignals(&leaveNothingBehind);
+    std::vector<TrackJob> jobs = planRun(options, settings);
+    const std::string inTheWay = checkExisting(jobs, existingTracks(options));
     if (isSingle(options))
-        trackSingle(options, settings);
+        trackSingle(jobs[0], settings);
     else
-        trackMany(options, settings);
+        trackMany(jobs, options, settings);
+    if (!inTheWay.empty()) throw ToolError(inTheWay, kStatusFailure);
 }
 
 }  // namespace

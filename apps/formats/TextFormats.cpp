@@ -1,4 +1,7 @@
 // Tracks as text: columns, segments, points.
+#include <algorithm>
+#include <cmath>
+
 #include "apps/formats/TrackFormat.h"
 #include "recordings/base/Text.h"
 
@@ -30,6 +33,19 @@ std::string csvLine(double time, double pitch, double confidence, char separator
 std::string csvText(const TrackDocument& document) { return columns(document, ','); }
 
 std::string tsvText(const TrackDocument& document) { return columns(document, '\t'); }
+
+std::string f0Text(const TrackDocument& document) {
+    std::vector<float> frequencies;
+    for (const PitchRow& row : document.track) {
+        const auto frame = static_cast<std::size_t>(std::lround(row.time / kHopSeconds));
+        frequencies.resize(std::max(frequencies.size(), frame + 1), -1.0f);
+        frequencies[frame] = row.frequency;
+    }
+    std::string text;
+    for (std::size_t f = 0; f < frequencies.size(); ++f)
+        text += fixedText(static_cast<double>(f) * kHopSeconds, 3) + ' ' + fixedText(frequencies[f], 3) + '\n';
+    return text;
+}
 
 std::string labText(const TrackDocument& document) {
     const PitchTrack& track = document.track;

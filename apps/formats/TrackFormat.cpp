@@ -1,10 +1,31 @@
 #include "apps/formats/TrackFormat.h"
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <limits>
 
+#include "recordings/base/Errors.h"
+
 namespace katessel {
+
+namespace {
+
+std::string lowerCase(std::string text) {
+    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+// The one whose name or extension that is, in any case; null: none.
+const TrackFormat* formatNamed(const std::string& extension) {
+    const std::string wanted = lowerCase(extension);
+    if (wanted == ".txt") return &trackFormats().front();
+    for (const TrackFormat& format : trackFormats())
+        if (wanted == lowerCase(format.extension) || wanted == std::string(".") + format.name) return &format;
+    return nullptr;
+}
+
+}  // namespace
 
 const std::vector<TrackFormat>& trackFormats() {
     // name, extension, hasRows, isBinary, bytes
@@ -16,6 +37,7 @@ const std::vector<TrackFormat>& trackFormats() {
         {"pitchtier", ".PitchTier", false, false, &pitchTierText},
         {"lab", ".lab", false, false, &labText},
         {"midi", ".mid", false, true, &midiBytes},
+        {"f0", ".f0", false, false, &f0Text},
     };
     return formats;
 }
@@ -27,9 +49,15 @@ const TrackFormat& trackFormat(const std::string& name) {
 
 const TrackFormat& trackFormatOfFile(const std::string& path) {
     const std::string extension = std::filesystem::path(path).extension().string();
-    for (const TrackFormat& format : trackFormats())
-        if (format.extension == extension) return format;
-    return trackFormats().front();
+    if (extension.empty()) return trackFormats().front();
+    if (const TrackFormat* format = formatNamed(extension)) return *format;
+    std::string known = ".txt";
+    for (const TrackFormat& format : trackFormats()) known.append(", ").append(format.extension);
+    failUsage("unknown kind of track", path, "a name that ends with one of " + known + ", or --format", extension);
+}
+
+bool isNamedLikeTrack(const std::string& path) {
+    return formatNamed(std::filesystem::path(path).extension().string()) != nullptr;
 }
 
 const char* pitchColumn(PitchUnit unit) {

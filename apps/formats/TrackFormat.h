@@ -37,8 +37,12 @@ const std::vector<TrackFormat>& trackFormats();
 // The one of that name, which must be one of them.
 const TrackFormat& trackFormat(const std::string& name);
 
-// The one that a file of this name would be in, going by its extension; else the default.
+// The one that a file of this name says it is in, by its extension in any case; the default where it has none. Any other
+// extension is wrong usage.
 const TrackFormat& trackFormatOfFile(const std::string& path);
+
+// Whether a file of this name says that it is a track.
+bool isNamedLikeTrack(const std::string& path);
 
 // Name of the column of pitches: frequency, cents or midi.
 const char* pitchColumn(PitchUnit unit);
@@ -65,6 +69,10 @@ std::string csvLine(double time, double pitch, double confidence, char separator
 
 // A Praat PitchTier: a point in Hz for every voiced row.
 std::string pitchTierText(const TrackDocument& document);
+
+// Lines of seconds and Hz for every 5 ms from instant 0 on, as .f0 files hold known pitch: 0 where there is none, -1 for
+// what was not tracked.
+std::string f0Text(const TrackDocument& document);
 
 // Labelled segments, one a line: start [s], end [s] and `voiced` or `unvoiced`, separated by tabs. They cover the part
 // that was tracked; between two rows that differ they meet in the middle.

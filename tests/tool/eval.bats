@@ -60,3 +60,20 @@ has() {
   katessel eval --ref corpus --tracks tracks --csv figures.csv > table.txt
   cut -d, -f 1,2,4 figures.csv | diff expected.csv -
 }
+
+@test "what cannot be scored is named, and the rest goes on" {
+  mkdir -p corpus/closed tracks
+  for name in a b c; do
+    sound corpus/$name.wav 24000 0.5 tone 200
+    awk 'BEGIN { for (i = 0; i < 100; ++i) printf "%.3f 200\n", i * 0.005 }' > corpus/$name.f0
+  done
+  echo "not a sound" > corpus/b.wav
+  chmod 0 corpus/closed
+  run --separate-stderr katessel eval --ref corpus --csv figures.csv
+  chmod 700 corpus/closed
+  [ "$status" -eq 1 ]
+  [[ $stderr == *"corpus/b.wav: expected a known audio format"*"not everything is scored: corpus: expected figures without these, found "[12] ]]
+  # To an administrator no folder is closed.
+  [ "$(id -u)" -eq 0 ] || [[ $stderr == *"cannot evaluate: corpus/closed: expected a readable folder, found Permission denied"* ]]
+  has recordings 2
+}

@@ -98,7 +98,7 @@ figure() { sed -nE "s/.*$2.*/\1/p" <<< "$1"; }
   processes=($live "${processes[@]}")
   wait_for shown_twice E4
   # Second by second, under another name.
-  wait_for grep -q '^1\.0' track.csv.$live.part
+  wait_for eval "grep -q '^1\.0' track.csv.*.part"
   [ ! -e track.csv ]
   kill -INT $live
   wait $live

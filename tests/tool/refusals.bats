@@ -29,6 +29,8 @@ setup_file() {
 setup() {
   enter_folder "$BATS_FILE_TMPDIR"/*.{wav,raw,f0,csv} "$BATS_FILE_TMPDIR/list"
   mkdir folder
+  mkfifo fifo
+  printf 'time,frequency\ninf,200\n' > far.csv
 }
 
 # Reads lines of STATUS | ARGUMENTS | TEXT: what fails_with must find for these arguments of `katessel`.
@@ -54,8 +56,8 @@ refuses() {
 1 | track both.wav --channel 3 | cannot read the recording: both.wav: expected channel 3, found 2 channels
 1 | track good.wav --channel 2 -o out.csv | good.wav: expected channel 2, found 1 channel
 1 | track good.wav --start 0.1 | cannot read the recording: good.wav: expected sound at 0.1 s, found its end before that
-2 | track good.wav --start=-1 | wrong time: --start: expected a number from 0 up, found -1
-2 | track good.wav --duration 0 | wrong time: --duration: expected a number above 0, found 0
+2 | track good.wav --start=-1 | wrong usage: --start: expected a number from 0 to 1e+09, found -1
+2 | track good.wav --duration 0 | wrong usage: --duration: expected a number from 1e-06 to 1e+09, found 0
 1 | track cut.raw --raw f32:48000:2 | cut.raw: expected whole frames of 8 bytes, found one of 1 at the end
 1 | track nothing.raw --raw s16:48000 | nothing.raw: expected at least 1 sample, found 0 samples
 2 | track . -r --raw f32:48000 | wrong usage: --raw: expected recordings by name, found -r
@@ -70,9 +72,13 @@ TABLE
 2 | | wrong usage: 
 2 | track | wrong usage: 
 2 | track good.wav --no-such-option | wrong usage: 
-2 | track good.wav --threshold nan | wrong threshold: --threshold: expected a number from 0 up, found nan
+2 | track good.wav --threshold nan | wrong usage: --threshold: expected a number from 0 to 1e+06, found nan
+2 | eval --ref truth.f0 track.csv --threshold=-nan | --threshold: expected a number from 0 to 1e+06, found -nan
+2 | synth good.wav -o a.wav --threshold inf | --threshold: expected a number from 0 to 1e+06, found inf
+2 | bench --seconds nan | --seconds: expected a number from 0.1 to 600, found nan
 2 | track good.wav --fmin 200 --fmax 100 | wrong frequency: --fmax: expected a number from --fmin up, found 100
-2 | track good.wav --fmin nan | wrong frequency: --fmin: expected a number from 0 up, found nan
+2 | track good.wav --fmin nan | wrong usage: --fmin: expected a number from 0 to 1e+06, found nan
+2 | track good.wav --fmax inf | wrong usage: --fmax: expected a number from 0 to 1e+06, found inf
 2 | track good.wav --mode offline --block-size 240 | --block-size
 2 | track good.wav --block-size 22977 | wrong block size: good.wav at 24000 Hz: expected 1 to 22976 samples, found 22977
 2 | track fast.wav --block-size 512 | expected no block size at this rate, found 512
@@ -94,9 +100,21 @@ TABLE
 1 | track --files-from folder | cannot read the list: folder: expected a text file, found a folder
 1 | track --files-from list | nothing to track: list: expected at least one recording, found none
 1 | track good.wav -o none/out.csv | cannot write: none/out.csv: expected an existing folder, found none
-2 | track good.wav -o good.wav | cannot write: good.wav: expected a file of its own, found one that is read
+2 | track good.wav -o good.wav --format csv | cannot write: good.wav: expected a file of its own, found one that is read
 1 | track good.wav both.wav -o list | cannot write: list: expected a folder, found a file
 2 | track good.wav both.wav -o - | wrong usage: -o -: expected one recording, found a run of several
+2 | track good.wav -o x.TextGrid | unknown kind of track: x.TextGrid: expected a name that ends with one of .txt, .csv, .tsv, .json, .npy, .PitchTier, .lab, .mid, .f0, or --format, found .TextGrid
+2 | track good.wav both.wav -o tracks.CSV | wrong usage: -o tracks.CSV: expected a folder for the tracks of several recordings, found the name of one track
+1 | track good.wav -o track.csv | cannot write: track.csv: expected no such file yet, or --skip-existing or --force, found one
+1 | track --files-from fifo | cannot read the list: fifo: expected a text file, found a pipe
+1 | track --files-from /dev/zero | cannot read the list: /dev/zero: expected a text file, found a device
+1 | track fifo | cannot read the recording: fifo: expected an audio file, or - for standard input, found a pipe
+1 | track /dev/zero --raw f32:48000 | cannot read the recording: /dev/zero: expected an audio file, or - for standard input, found a device
+1 | track good.wav --model fifo | bad model: fifo: expected a file, found a pipe
+1 | track good.wav --model /dev/zero | bad model: /dev/zero: expected a file, found a device
+1 | track good.wav --model folder | bad model: folder: expected a file, found a folder
+1 | eval --ref fifo track.csv | cannot read the pitch: fifo: expected a text file, found a pipe
+1 | synth far.csv -o a.wav | far.csv: expected times within +-1e+09 s, in line 2, found inf s
 2 | track good.wav - | wrong usage: -: expected standard input as the only recording
 TABLE
   run --separate-stderr bash -c '"$KATESSEL_TOOL" track good.wav > /dev/full'
@@ -108,7 +126,7 @@ TABLE
   echo old > out.csv
   sound longer.wav 24000 0.5 tone 200
   # Room for 1024 bytes, and for the message.
-  run --separate-stderr bash -c 'trap "" XFSZ; ulimit -f 1; "$KATESSEL_TOOL" track longer.wav -o out.csv'
+  run --separate-stderr bash -c 'ulimit -f 1; "$KATESSEL_TOOL" track longer.wav -o out.csv --force'
   [ "$status" -eq 1 ]
   [[ $stderr == "katessel: cannot write: "*"/out.csv: expected room for the result, found File too large" ]]
   [ "$(cat out.csv)" = old ]
@@ -152,6 +170,9 @@ TABLE
 1 | plot good.wav -o nowhere/a.png | cannot write: nowhere/a.png: expected an existing folder
 2 | plot good.wav -o a.png --size 1200x700x1 | wrong size
 2 | plot good.wav -o a.png --size 30000x700 | wrong size
+2 | plot good.wav -o a.png --duration nan | --duration: expected a number from 0.001 to 1e+09, found nan
+2 | plot good.wav -o a.png --range nan | --range: expected a number from 1 to 200, found nan
+2 | plot good.wav -o a.png --top-frequency 1e300 | --top-frequency: expected a number from 1 to 1e+06, found 1e300
 2 | plot good.wav -o a.png --start 2 | --start: expected a time within the 0.1 s of sound, found 2
 2 | plot good.wav -o a.png --bottom-frequency 0 | --bottom-frequency: expected more than 0
 2 | plot good.wav -o a.png --top-frequency 50 | --top-frequency: expected more than the bottom's 50 Hz, found 50
@@ -190,4 +211,50 @@ TABLE
 2 | synth good.wav --model m.weights -o m.wav | m.wav: expected a file of its own, found one that is read
 TABLE
   find . -type f -exec sha256sum {} + | sort | diff ../before -
+}
+
+@test "a damaged recording is not tracked as if it were whole" {
+  "$PYTHON" "$HERE/damage.py"
+  for form in aiff au caf flac mp3 oga opus rf64 sph w64 wav; do
+    katessel track whole.$form > whole.csv
+    fails_with 1 "half.$form: expected " track half.$form
+    if [ $form = caf ]; then continue; fi  # libsndfile refuses half of one
+    run --separate-stderr "$KATESSEL_TOOL" track half.$form --allow-damaged -o half.csv
+    echo "$form: $stderr"
+    [ "$status" -eq 0 ]
+    [[ $stderr == *"katessel: warning: damaged recording: half.$form: expected "*", found "* ]]
+    count=$(wc -l < half.csv)
+    # Up to the damage the track is that of the whole; the last rows hear that there is no more.
+    [ "$count" -gt 60 ] && [ "$count" -lt 400 ]
+    head -n $((count - 30)) half.csv | paste -d, - <(head -n $((count - 30)) whole.csv) |
+      awk -F, 'NR > 1 && ($1 != $4 || ($2 - $5)^2 > 1 || ($3 - $6)^2 > 0.01) { bad = 1 } END { exit bad }'
+    rm half.csv
+  done
+  for form in flac mp3 oga opus; do
+    fails_with 1 "hole.$form: expected " track hole.$form
+    if [ $form != flac ]; then fails_with 1 "damaged recording: hole.$form: expected " track hole.$form --allow-damaged; fi
+  done
+  # What a writer to a pipe cannot know is no promise; standard input is looked at like a file.
+  katessel track endless.wav | cmp - <(katessel track whole.wav)
+  run --separate-stderr bash -c '"$KATESSEL_TOOL" track - < half.oga'
+  [ "$status" -eq 1 ]
+  [[ $stderr == *"damaged recording: -: expected a page that says it is the last, found none"* ]]
+  run --separate-stderr "$KATESSEL_TOOL" track half.wav whole.flac --allow-damaged
+  [ "$status" -eq 0 ]
+  [ "${#stderr_lines[@]}" -eq 1 ]
+}
+
+# Whoever starts the tool may have closed its standard input, output or error.
+@test "messages do not land in tracks, nor is a result lost unseen" {
+  # While it waits for names: a file that it opened now would not become its standard error.
+  "$KATESSEL_TOOL" track --files-from - < <(sleep 2) > /dev/null 2>&- 3>&- &
+  for try in {1..20}; do
+    if [ "$(readlink /proc/$!/fd/2)" = /dev/null ]; then break; fi
+    sleep 0.1
+  done
+  [ "$(readlink /proc/$!/fd/2)" = /dev/null ]
+  wait $! || true
+  run --separate-stderr bash -c '"$KATESSEL_TOOL" track good.wav >&-'
+  [ "$status" -eq 1 ]
+  [ "$stderr" = "katessel: cannot write: standard output: expected room for the result, found Bad file descriptor" ]
 }

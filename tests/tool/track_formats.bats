@@ -124,8 +124,20 @@ PY
     katessel track note.wav -o "$name.csv" --format "$(sed 's/.*\.//; s/mid/midi/; s/PitchTier/pitchtier/' <<< $name)"
     cmp $name $name.csv
   done
-  katessel track note.wav -o track.txt
-  cmp track.txt note.csv
+  for name in track.txt track.CSV track; do
+    katessel track note.wav -o $name
+    cmp $name note.csv
+  done
+  katessel track note.wav -o track.MIDI
+  cmp track.MIDI track.mid
+  katessel track note.wav -o track.pitchtier
+  cmp track.pitchtier track.PitchTier
+  # As known pitch: what was not tracked is not to be scored.
+  katessel track note.wav -o whole.f0
+  awk -F, 'NR > 1 { print $1, $2 }' note.csv | cmp - whole.f0
+  katessel track note.wav -o part.f0 --start 0.3 --duration 0.1
+  [ "$(grep -c ' -1.000$' part.f0) $(wc -l < part.f0)" = "60 80" ]
+  katessel eval --ref part.f0 note.csv | grep -qE '^note.csv +1 +0.0 +1.000'
   # Beside the recordings.
   katessel track note.wav melody.wav --format pitchtier
   cmp note.f0.PitchTier track.PitchTier

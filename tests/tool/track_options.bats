@@ -85,7 +85,7 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.{wav,csv}; }
   # What was there is replaced, through a link too, and no temporary file stays.
   echo old > older.csv
   ln -s older.csv link.csv
-  katessel track tone.wav -o link.csv
+  katessel track tone.wav -o link.csv --force
   [ -L link.csv ]
   cmp older.csv expected.csv
   # A pipe is written to and stays one.
