@@ -1,6 +1,5 @@
 #include "tracking/Model.h"
 
-#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -11,6 +10,7 @@
 #include "katessel/ModelCheck.hpp"
 #include "recordings/base/Errors.h"
 #include "recordings/base/Text.h"
+#include "recordings/base/TextFile.h"
 
 namespace katessel {
 
@@ -54,7 +54,13 @@ std::optional<std::string> cardHash(const std::string& model) {
 }
 
 std::string modelPath(const std::string& given, TrackMode mode) {
-    return given.empty() ? orFail([mode] { return KaTessel::defaultModel(mode); }) : given;
+    const std::string path = given.empty() ? orFail([mode] { return KaTessel::defaultModel(mode); }) : given;
+    // Both are read more than once; what is no file may never end.
+    for (const std::string& file : {path, KaTessel::modelCard(path)}) {
+        const std::string odd = oddKind(file);
+        if (!odd.empty()) fail("bad model", file, "a file", odd);
+    }
+    return path;
 }
 
 void addModel(ReadFiles& read, const std::string& path) {
@@ -66,13 +72,7 @@ KaTessel::Voicing usualVoicing(TrackMode mode) {
     return mode == TrackMode::live ? KaTessel::Voicing::hysteresis : KaTessel::Voicing::smooth;
 }
 
-void checkThreshold(const std::optional<double>& threshold) {
-    if (threshold && !(*threshold >= 0.0 && std::isfinite(*threshold)))
-        failUsage("wrong threshold", "--threshold", "a number from 0 up", shortNumber(*threshold));
-}
-
 Model chooseModel(const std::string& path, TrackMode mode, const std::optional<double>& threshold) {
-    checkThreshold(threshold);
     Model model;
     model.path = modelPath(path, mode);
     orFail([&] { KaTessel::checkModel(model.path); });

@@ -19,7 +19,7 @@ struct Model {
 };
 
 // A model that an engine may open. An empty path is the mode's default model's, no threshold the model's own. Fails unless the
-// weight file is good and the threshold, where given, a number from 0 up.
+// weight file is good.
 Model chooseModel(const std::string& path, TrackMode mode, const std::optional<double>& threshold);
 
 // The weight file and its card are among what is read.
@@ -29,10 +29,8 @@ void addModel(ReadFiles& read, const std::string& path);
 KaTessel::Voicing usualVoicing(TrackMode mode);
 
 // `given`, or without one the mode's default model, found as DefaultModel.hpp says: KATESSEL_MODEL first.
+// Fails where it is there but no file, but a pipe or a device.
 std::string modelPath(const std::string& given, TrackMode mode);
-
-// Fails unless `threshold`, where given, is a number from 0 up: before anything long.
-void checkThreshold(const std::optional<double>& threshold);
 
 // The SHA-256 that the card gives for the weight file; none when there is no card or it gives none. Fails when the card
 // is not JSON or the value is no text.

@@ -24,9 +24,9 @@ protected:
     explicit ModelError(const std::string& message) : std::runtime_error(message) {}
 };
 
-// A whole file, which is opened once. Throws ModelError when it cannot be read or is longer than any model, 400 MB.
+// A whole file, which is opened once. Throws ModelError when it cannot be read or is longer than any model, 64 MB.
 inline std::vector<char> readModelFile(const std::string& path) {
-    constexpr std::size_t kLongest = 400'000'000, kPiece = 1 << 20;  // [bytes]
+    constexpr std::size_t kLongest = 64'000'000, kPiece = 1 << 20;  // [bytes]
     const char* const expected = "a layer weight file";
     std::ifstream in(path, std::ios::binary);
     if (!in) throw ModelError(path, expected, "one that cannot be opened");
@@ -38,7 +38,7 @@ inline std::vector<char> readModelFile(const std::string& path) {
         count += static_cast<std::size_t>(in.gcount());
         bytes.resize(count);
         if (!in) return bytes;
-        if (count > kLongest) throw ModelError(path, expected, "one that holds more than 400 MB");
+        if (count > kLongest) throw ModelError(path, expected, "one that holds more than 64 MB");
     }
 }
 

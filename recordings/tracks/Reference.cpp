@@ -4,17 +4,20 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "recordings/base/Errors.h"
 #include "recordings/base/Text.h"
+#include "recordings/base/TextFile.h"
 
 namespace katessel {
 
 namespace {
 
 constexpr char kCannotRead[] = "cannot read the pitch";
+
+constexpr double kFarthest = 1e9;  // [s]
+constexpr double kHighest = 1e6;   // [Hz]
 
 // The numbers of a line, whatever separates them. Returns false when something on it is no number.
 bool numbersOf(std::string line, std::vector<double>& numbers) {
@@ -33,24 +36,22 @@ bool numbersOf(std::string line, std::vector<double>& numbers) {
 // Calls row(numbers) for every line that is not empty; a first line that is no row of numbers may be skipped.
 template <typename Row>
 void forEachRow(const std::string& path, std::size_t columns, bool mayHaveHeader, Row row) {
-    std::ifstream in(path);
-    if (!in) fail(kCannotRead, path, "a text file", "none that can be opened");
     std::vector<double> numbers;
-    std::size_t lineNumber = 0;
-    for (std::string line; std::getline(in, line);) {
-        ++lineNumber;
+    bool isEmpty = true;
+    forEachLine(path, kCannotRead, [&](const std::string& line, std::size_t lineNumber) {
+        isEmpty = false;
         const bool clean = numbersOf(line, numbers);
-        if (clean && numbers.empty()) continue;
+        if (clean && numbers.empty()) return;
         if (!clean && lineNumber == 1 && mayHaveHeader) {
             if (line.find("cents") != std::string::npos) fail(kCannotRead, path, "frequencies in Hz", "cents");
-            continue;
+            return;
         }
         if (!clean || numbers.size() < columns)
             fail(kCannotRead, path, std::to_string(columns) + " numbers in line " + std::to_string(lineNumber),
                  "\"" + line + "\"");
         row(numbers, lineNumber);
-    }
-    if (in.bad() || lineNumber == 0) fail(kCannotRead, path, "at least one line", "none");
+    });
+    if (isEmpty) fail(kCannotRead, path, "at least one line", "none");
 }
 
 }  // namespace
@@ -74,6 +75,13 @@ PitchTrack readTrack(const std::string& path) {
     forEachRow(path, 2, true, [&](const std::vector<double>& numbers, std::size_t line) {
         PitchRow row;
         row.time = numbers[0];
+        if (!(std::fabs(row.time) <= kFarthest))
+            fail(kCannotRead, path, "times within +-" + shortNumber(kFarthest) + " s, in line " + std::to_string(line),
+                 shortNumber(row.time) + " s");
+        if (numbers[1] > kHighest)
+            fail(kCannotRead, path,
+                 "frequencies up to " + shortNumber(kHighest) + " Hz, in line " + std::to_string(line),
+                 shortNumber(numbers[1]) + " Hz");
         if (!track.empty() && !(row.time >= track.back().time))
             fail(kCannotRead, path, "times that rise, in line " + std::to_string(line), shortNumber(row.time) + " s");
         row.frequency = numbers[1] > 0.0 ? static_cast<float>(numbers[1]) : 0.0f;

@@ -7,8 +7,8 @@
 namespace KaTessel {
 namespace {
 
-constexpr std::size_t kMostFromPipe = 400'000'000;  // [bytes]
-constexpr std::size_t kPiece = 1 << 16;             // [bytes]
+constexpr std::size_t kMostFromPipe = 64'000'000;  // [bytes]
+constexpr std::size_t kPiece = 1 << 16;            // [bytes]
 
 }  // namespace
 
@@ -45,7 +45,7 @@ void BinaryReader::takeAll() {
     if (std::ferror(m_file.get()) != 0)
         fail("cannot be read");
     else if (count > kMostFromPipe)
-        fail("holds more than 400 MB");
+        fail("holds more than 64 MB");
     else
         m_size = static_cast<std::int64_t>(count);
 }

@@ -17,7 +17,7 @@ namespace KaTessel {
 // more memory than there are of them.
 class BinaryReader {
 public:
-    // A file, which is opened once; a pipe is taken whole, up to 400 MB.
+    // A file, which is opened once; a pipe is taken whole, up to 64 MB.
     explicit BinaryReader(const std::string& path);
     // `count` bytes in memory, which must outlive the reader.
     BinaryReader(const void* bytes, std::size_t count);

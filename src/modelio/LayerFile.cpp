@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::uint32_t kMaxLayers = 10000;
 constexpr int kMaxRank = 10;
-constexpr std::int64_t kSmallestTensor = 12;  // [bytes] a rank, one dimension, one value
+constexpr std::int64_t kMostBytes = 64'000'000;  // far more than any model
+constexpr std::int64_t kSmallestTensor = 12;     // [bytes] a rank, one dimension, one value
 
 std::string bytesLeft(const BinaryReader& in) { return ", with " + std::to_string(in.bytesLeft()) + " bytes left"; }
 
@@ -101,6 +102,7 @@ void LayerFile::Content::release() {
 
 bool LayerFile::Content::read(BinaryReader& in, std::string* why) {
     std::uint32_t count = 0;
+    if (in.size() > kMostBytes) in.fail("holds more than 64 MB");
     if (in.read(&count, sizeof count, "the layer count") && count > kMaxLayers)
         in.fail("claims " + std::to_string(count) + " layers, more than " + std::to_string(kMaxLayers), 0);
     for (std::uint32_t i = 0; i < count && in.good(); ++i) {
