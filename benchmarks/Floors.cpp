@@ -39,7 +39,7 @@ struct Kernels {
     // kVectors vectors of outputs from nIn inputs; returns what follows the weights.
     template <int kVectors>
     static const float* column(float* out, const float* w, const float* x, int nIn) {
-        Vec sums[kVectors] = {};
+        Vec sums[std::size_t{kVectors}] = {};
         for (int i = 0; i < nIn; ++i, w += kVectors * kLanes)
             for (int v = 0; v < kVectors; ++v) sums[v] += x[i] * load(w + v * kLanes);
         for (int v = 0; v < kVectors; ++v) store(out + v * kLanes, sums[v]);
@@ -89,7 +89,7 @@ struct Kernels {
     static void laneConvolution(float* out, const float* x, const float* taps) {
         constexpr int kSide = kLanes == 16 ? 8 : 4;
         for (int k = 0; k < kBins; k += kSide) {
-            Vec sums[2 * kSide] = {};
+            Vec sums[std::size_t{2 * kSide}] = {};
             for (int t = 0; t < kTaps; ++t)
                 for (int s = 0; s < 2 * kSide; ++s) sums[s] += taps[t] * load(x + (2 * (k + t) + s) * kLanes);
             for (int s = 0; s < 2 * kSide; ++s) store(out + (2 * k + s) * kLanes, sums[s]);
@@ -109,7 +109,7 @@ struct Kernels {
         constexpr int kRows = kLanes == 16 ? 8 : 4, kVectors = kLanes == 4 ? 2 : 3, kIn = 210, kOut = 144;
         for (int o = 0; o + kVectors * kLanes <= kOut; o += kVectors * kLanes, w += kIn * kVectors * kLanes)
             for (int f = 0; f < Floors::kFrames; f += kRows) {
-                Vec sums[kRows][kVectors] = {};
+                Vec sums[std::size_t{kRows}][std::size_t{kVectors}] = {};
                 for (int i = 0; i < kIn; ++i)
                     for (int r = 0; r < kRows; ++r)
                         for (int v = 0; v < kVectors; ++v)
