@@ -14,6 +14,7 @@
 namespace KaTessel {
 
 class LayerFile;
+struct Prepared;
 
 // One engine. Sizes in comments are those after configure(). One thread at a time.
 class KATESSEL_API CTessel {
@@ -87,12 +88,14 @@ public:
     float* complexSpectrum = nullptr;  // 1024, laid out as MRSpectrum says; made by the first frame
 
 private:
-    struct KATESSEL_LOCAL Prepared;
     KATESSEL_LOCAL void prepare(int sampleRate, int maxBlockSize, const std::string& modelPath, LayerFile& weights);
     KATESSEL_LOCAL void appendToRing(const float* samples, int count);
     KATESSEL_LOCAL int unreadSamples() const;
 
-    std::unique_ptr<Prepared> m_prepared;  // none before configure()
+    friend struct Prepared;
+    // What else configure() prepares; none before. Without a type, so that what is behind it may change from version to
+    // version.
+    std::shared_ptr<void> m_prepared;
 };
 
 }  // namespace KaTessel

@@ -118,12 +118,12 @@ void CTessel::prepare(int newSampleRate, int maxBlockSize, const std::string& ne
 
     // Everything is built here and nothing in the first frame, which may be in a hurry.
     makeSkipDelays(*encoder);
-    auto prepared = std::make_unique<Prepared>();
+    const auto prepared = std::make_shared<Prepared>();
     prepared->model = EngineModel::of(*this);
     prepared->spectrum.reset(newFloats(fftSize));
     spectrum.takeWindows(prepared->model->analysis);
     filterbank = prepared->model->filterbank.rows();
-    m_prepared = std::move(prepared);
+    m_prepared = prepared;
 }
 
 void CTessel::reset() {

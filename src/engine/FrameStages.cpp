@@ -7,23 +7,23 @@
 namespace KaTessel {
 
 void CTessel::spectrumStage(float* samples) {
-    if (complexSpectrum == nullptr) complexSpectrum = m_prepared->spectrum.release();
-    m_prepared->model->spectrum.process(samples, complexSpectrum, magnitude);
+    if (complexSpectrum == nullptr) complexSpectrum = Prepared::of(*this).spectrum.release();
+    Prepared::of(*this).model->spectrum.process(samples, complexSpectrum, magnitude);
 }
 
 void CTessel::bandStage(float* features) {
-    const EngineModel& model = *m_prepared->model;
+    const EngineModel& model = *Prepared::of(*this).model;
     model.filterbank.energies(model.vec, magnitude, features);
     model.vec.scaledDecibels(features, facts::kSmallestEnergy, facts::kPerDecibel, 1.0f, facts::kBands);
 }
 
 void CTessel::networkStage(float* features) {
     float branches[2 * facts::kResidual];
-    packedStep(m_prepared->model->network, branches, features, *encoder);
+    packedStep(Prepared::of(*this).model->network, branches, features, *encoder);
 }
 
 void CTessel::headStage() {
-    const EngineModel& model = *m_prepared->model;
+    const EngineModel& model = *Prepared::of(*this).model;
     model.vec.leakyRelu(encoder->skipSum, facts::kLeakySlope, facts::kSkip);
     const float* skip = encoder->skipSum;
     model.head1.apply(hidden1, &skip);

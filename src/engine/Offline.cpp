@@ -58,7 +58,7 @@ int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, 
     const FlushDenormals flush;
     SignalReader signal(input, numSamples, sampleRate == internalRate ? 1.0f : rateRatio, resampler);
     const int frames = wholeHops(signal.length());
-    const EngineModel& model = *m_prepared->model;
+    const EngineModel& model = *Prepared::of(*this).model;
     SequenceNetwork network(model.network);
     SequenceHeads heads(model);
     const int context = network.context();

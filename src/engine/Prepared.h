@@ -8,7 +8,10 @@
 
 namespace KaTessel {
 
-struct CTessel::Prepared {
+struct Prepared {
+    // Of a configured engine.
+    static Prepared& of(const CTessel& engine) { return *static_cast<Prepared*>(engine.m_prepared.get()); }
+
     std::shared_ptr<const EngineModel> model;
     float features[facts::kBands] = {};  // of the current frame
     std::unique_ptr<float[]> spectrum;   // what complexSpectrum becomes with the first frame

@@ -48,7 +48,7 @@ int CTessel::doProcess(float const* input, int numSamples, float* outF0, float* 
 }
 
 int CTessel::doProcess(float* outF0, float* outConfidence, int centsMode) {
-    float* features = m_prepared->features;
+    float* features = Prepared::of(*this).features;
     spectrumStage(frame);
     bandStage(features);
     networkStage(features);
