@@ -2,14 +2,21 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <exception>
+#include <fstream>
+#include <sstream>
 #include <thread>
+#include <utility>
 
 #include "WeightExport.h"
 #include "recordings/base/Errors.h"
+#include "recordings/base/OutputFile.h"
 
 namespace fs = std::filesystem;
 using katessel::fail;
+using katessel::OutputFile;
 
 namespace {
 
@@ -159,6 +166,41 @@ LossMeans Trainer::step() {
     return means;
 }
 
+namespace {
+
+constexpr char kChecksumMark[] = "checksum";  // behind the archive, then the sum in hexadecimal
+constexpr std::size_t kChecksumSize = sizeof kChecksumMark - 1 + 16;
+
+// FNV-1a.
+std::string checksumOf(const std::string& bytes) {
+    std::uint64_t sum = 0xcbf29ce484222325u;
+    for (const char byte : bytes) sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100000001b3u;
+    char text[17];
+    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(sum));
+    return text;
+}
+
+std::string withChecksum(std::string bytes) {
+    const std::string sum = checksumOf(bytes);
+    return std::move(bytes.append(kChecksumMark).append(sum));
+}
+
+// The archive in a file. Those of earlier versions have no checksum.
+std::string withoutChecksum(const std::string& path) {
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    std::string bytes = content.str();
+    if (bytes.size() < kChecksumSize) return bytes;
+    const std::string ending = bytes.substr(bytes.size() - kChecksumSize);
+    if (!ending.starts_with(kChecksumMark)) return bytes;
+    bytes.resize(bytes.size() - kChecksumSize);
+    const std::string found = checksumOf(bytes), expected = ending.substr(sizeof kChecksumMark - 1);
+    if (found != expected) fail("cannot go on", path, "a checkpoint with the checksum " + expected, found);
+    return bytes;
+}
+
+}  // namespace
+
 void Trainer::save() const {
     torch::serialize::OutputArchive archive;
     for (std::size_t i = 0; i < m_network->parameters().size(); ++i) {
@@ -171,16 +213,21 @@ void Trainer::save() const {
     archive.write("mean", m_network->mean());
     archive.write("scale", m_network->scale());
     archive.write("steps", torch::tensor(steps()));
-    const std::string temporary = checkpointPath() + ".part";
-    archive.save_to(temporary);
-    fs::rename(temporary, checkpointPath());
+    for (const Tensor& values : m_network->parameters())
+        if (!torch::isfinite(values).all().item<bool>())
+            fail("the training has failed", "step " + std::to_string(steps()), "finite weights",
+                 "others; the checkpoint before stays");
+    std::ostringstream bytes;
+    archive.save_to(bytes);
+    OutputFile(checkpointPath()).write(withChecksum(bytes.str()));
 }
 
 void Trainer::load(const std::string& path, bool everything) {
     if (!fs::exists(path)) fail("cannot go on", path, "a checkpoint", "none");
     torch::serialize::InputArchive archive;
+    std::istringstream bytes(withoutChecksum(path));
     try {
-        archive.load_from(path);
+        archive.load_from(bytes);
         const auto read = [&](const std::string& name) {
             Tensor value;
             archive.read(name, value);

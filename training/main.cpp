@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <future>
@@ -13,6 +14,8 @@
 #include "Trainer.h"
 #include "WeightExport.h"
 #include "recordings/base/Errors.h"
+#include "recordings/base/ProcessStart.h"
+#include "recordings/base/Text.h"
 #include "recordings/scoring/FolderScores.h"
 #include "tracking/RecordingTracker.h"
 
@@ -44,6 +47,10 @@ void setEnvironment(char** argv) {
     execv("/proc/self/exe", argv);  // returns only when it fails, and then training is merely slow
 }
 
+CLI::Validator numberBetween(double least, double most) {
+    return CLI::Validator([=](std::string& text) { return numberProblem(text, least, most); }, "");
+}
+
 TrainingOptions parse(CLI::App& app, int argc, char** argv) {
     TrainingOptions options;
     app.add_option("--recordings", options.recordings,
@@ -67,15 +74,17 @@ TrainingOptions parse(CLI::App& app, int argc, char** argv) {
     app.add_option("--fresh", options.fresh, "New scenes per worker and step")
         ->check(CLI::PositiveNumber)
         ->capture_default_str();
-    app.add_option("--rate", options.rate, "Highest learning rate")->check(CLI::PositiveNumber)->capture_default_str();
+    app.add_option("--rate", options.rate, "Highest learning rate")
+        ->check(numberBetween(1e-9, 10.0))
+        ->capture_default_str();
     app.add_option("--width", options.width, "Width of the pitch loss at the end, in cents")
-        ->check(CLI::PositiveNumber)
+        ->check(numberBetween(0.01, 1e4))
         ->capture_default_str();
     app.add_option("--average", options.average, "Decay of the averaged weights")
-        ->check(CLI::Range(0.0, 0.99999))
+        ->check(numberBetween(0.0, 0.99999))
         ->capture_default_str();
     app.add_option("--coarse", options.coarse, "Part of the run whose products are in bfloat16")
-        ->check(CLI::Range(0.0, 1.0))
+        ->check(numberBetween(0.0, 1.0))
         ->capture_default_str();
     app.add_option("--seed", options.seed, "Seed of all random choices")->capture_default_str();
     app.add_option("--checkpoint-seconds", options.checkpointSeconds, "Between two checkpoints")
@@ -166,6 +175,11 @@ void train(const TrainingOptions& options) {
     int counted = 0;
     while (trainer.steps() < options.steps) {
         const LossMeans means = trainer.step();
+        if (!std::isfinite(means.total)) {
+            scores.finish();
+            fail("the training has failed", "step " + std::to_string(trainer.steps()), "a finite loss",
+                 "none; the checkpoint is from before, go on from it with a lower --rate");
+        }
         sum.total += means.total;
         sum.pitch += means.pitch;
         sum.unvoiced += means.unvoiced;
@@ -192,6 +206,7 @@ void train(const TrainingOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    startSafely();
     setEnvironment(argv);
     try {
         CLI::App app(kAbout, "katessel-train");

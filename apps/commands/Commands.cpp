@@ -1,8 +1,6 @@
 #include "apps/commands/Commands.h"
 
-#include <charconv>
 #include <cstdlib>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -31,14 +29,7 @@ void applyInstructionChoice() {
 }
 
 CLI::Validator numberBetween(double least, double most) {
-    const auto problem = [=](std::string& text) -> std::string {
-        double value = 0.0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-        // A comparison with what is no number fails.
-        if (error == std::errc() && end == text.data() + text.size() && value >= least && value <= most) return "";
-        return "expected a number from " + shortNumber(least) + " to " + shortNumber(most) + ", found " + text;
-    };
-    return CLI::Validator(problem, "");
+    return CLI::Validator([=](std::string& text) { return numberProblem(text, least, most); }, "");
 }
 
 void addThresholdOption(CLI::App& command, std::optional<double>& threshold, const std::string& meaning) {

@@ -26,6 +26,14 @@ std::string fixedText(double value, int decimals) {
 
 std::string shortNumber(double value) { return numberText(value, std::chars_format::general, 6); }
 
+std::string numberProblem(const std::string& text, double least, double most) {
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    // A comparison with what is no number fails.
+    if (error == std::errc() && end == text.data() + text.size() && value >= least && value <= most) return "";
+    return "expected a number from " + shortNumber(least) + " to " + shortNumber(most) + ", found " + text;
+}
+
 std::string leftAligned(std::string text, std::size_t width) {
     if (text.size() < width) text.append(width - text.size(), ' ');
     return text;

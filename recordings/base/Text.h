@@ -12,6 +12,9 @@ std::string fixedText(double value, int decimals);
 // With the digits that it needs and no more than six, as "%g" has it: for messages and labels.
 std::string shortNumber(double value);
 
+// Why a text is no number from `least` to `most`, as "expected .., found .."; empty: it is one.
+std::string numberProblem(const std::string& text, double least, double most);
+
 // Filled up with blanks to `width` characters; longer text stays as it is.
 std::string leftAligned(std::string text, std::size_t width);
 std::string rightAligned(const std::string& text, std::size_t width);

@@ -82,7 +82,7 @@ TEST(LiveTracker, blocksOfAnySizeGiveTheTrackOfTheWhole) {
     };
     for (const Case& c :
          {Case{48000, 64}, {48000, 250}, {48000, 1024}, {44100, 256}, {96000, 128}, {11025, 60}, {24000, 333}}) {
-        const Recording recording{c.rate, glide(100.0, 400.0, c.rate, 1.5)};
+        const Recording recording{c.rate, glide(100.0, 400.0, c.rate, 1.5), ""};
         const PitchTrack whole =
             RecordingTracker(modelPath("", TrackMode::live), TrackMode::live).track(recording, "test sound");
         Stream stream(7);

@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <fstream>
+
 #include "WeightExport.h"
+#include "recordings/base/Errors.h"
 
 namespace {
 
@@ -150,6 +153,30 @@ TEST_F(PlainTrainer, InterruptedRunGoesOnExactly) {
         EXPECT_TRUE(torch::equal(whole.averaged().parameters()[i], rest.averaged().parameters()[i]))
             << Network::names()[i];
     }
+}
+
+// Weights that are no numbers do not replace those from before, and a checkpoint that was changed is not gone on from.
+TEST_F(PlainTrainer, BadCheckpointsAreNeitherWrittenNorRead) {
+    m_options.threads = 1;
+    m_options.batch = 2;
+    m_options.pool = 2;
+    m_options.fresh = 1;
+    m_options.rate = 1e30;
+    const fs::path checkpoint = fs::path(m_options.out) / "checkpoint.pt";
+    {
+        Trainer trainer(m_options, {});
+        trainer.save();
+        const auto written = fs::last_write_time(checkpoint);
+        for (int i = 0; i < 4; ++i) trainer.step();
+        EXPECT_THROW(trainer.save(), katessel::ToolError);
+        EXPECT_EQ(fs::last_write_time(checkpoint), written);
+    }
+    EXPECT_EQ(Trainer(m_options, {}).steps(), 0);
+    std::fstream file(checkpoint, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(static_cast<std::streamoff>(fs::file_size(checkpoint) / 2));
+    file.put('\x7f').put('\x11');
+    file.close();
+    EXPECT_THROW(Trainer(m_options, {}), katessel::ToolError);
 }
 
 }  // namespace

@@ -5,25 +5,31 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
-_MOST_CHANNELS = 64
-_FULL_SCALE = {np.dtype(np.int16): 2.0**-15, np.dtype(np.int32): 2.0**-31}
+_MOST_CHANNELS = 8
 
 
 def mono(x: npt.ArrayLike) -> npt.NDArray[np.float32]:
     """One channel of contiguous float32 samples out of (n,) or (n, channels); channels are averaged."""
+    if isinstance(x, np.ma.MaskedArray):
+        raise TypeError("bad samples: expected an array without a mask, found a masked one; say what is there with filled()")
     samples = np.asarray(x)
-    if samples.dtype not in _FULL_SCALE and samples.dtype.kind != "f":
-        raise TypeError(f"bad samples: expected float32, float64, int16 or int32, found {samples.dtype}")
+    # Integers of 64 bits are what NumPy makes of whole numbers of any scale: as samples they would be silence.
+    if samples.dtype.kind != "f" and (samples.dtype.kind not in "iu" or samples.dtype.itemsize > 4):
+        raise TypeError(f"bad samples: expected floating point or integers of up to 32 bits, found {samples.dtype}")
     if samples.ndim not in (1, 2):
         raise ValueError(f"bad samples: expected the shape (n,) or (n, channels), found {samples.shape}")
     if samples.ndim == 2 and not 1 <= samples.shape[1] <= _MOST_CHANNELS:
         raise ValueError(f"bad samples: expected the shape (n, channels) with 1 to {_MOST_CHANNELS} channels, "
                          f"found {samples.shape}; transpose (channels, n)")
-    scale = _FULL_SCALE.get(samples.dtype)
+    if samples.ndim == 2 and 0 < samples.shape[0] < samples.shape[1]:
+        raise ValueError(f"bad samples: expected at least as many frames as channels, found {samples.shape}; transpose "
+                         "(channels, n)")
+    kind = samples.dtype
     if samples.ndim == 2:
         samples = samples.mean(axis=1, dtype=np.float64)
-    if scale is not None:
-        samples = samples * scale
+    if kind.kind != "f":  # full scale is what the type can hold; unsigned ones have their middle at half of that
+        half = 2.0 ** (8 * kind.itemsize - 1)
+        samples = (samples.astype(np.float64) - (half if kind.kind == "u" else 0.0)) / half
     with np.errstate(over="ignore"):  # what is too large for float32 becomes infinite, and is refused as that
         return np.ascontiguousarray(samples, dtype=np.float32)
 

@@ -40,6 +40,9 @@ class Arrays(unittest.TestCase):
             self.assert_same(x.astype(kind), expected)
         self.assert_same((x * 32768).astype(np.int16), expected)
         self.assert_same((x * 2.0**31).astype(np.int32), expected)
+        self.assert_same((x * 32768).astype(">i2"), expected)
+        self.assert_same((x * 32768 + 32768).astype(np.uint16), expected)
+        self.assert_same((x * 2.0**31 + 2.0**31).astype("<u4"), expected)
         self.assert_same(list(map(float, x)), expected)
 
     def test_every_layout(self):
@@ -67,6 +70,9 @@ class Arrays(unittest.TestCase):
             (ValueError, "found (2, 5, 2)", lambda: katessel.track(np.zeros((2, 5, 2)), RATE)),
             (ValueError, "found ()", lambda: katessel.track(0.5, RATE)),
             (ValueError, "transpose", lambda: katessel.track(np.zeros((2, 5000)), RATE)),
+            (ValueError, "transpose", lambda: stream.process(np.zeros((2, 8)))),
+            (ValueError, "found (5000, 9)", lambda: katessel.track(np.zeros((5000, 9)), RATE)),
+            (TypeError, "found a masked one", lambda: katessel.track(np.ma.masked_greater(x, 0.1), RATE)),
             (ValueError, "found nan at place 77", lambda: katessel.track(spoilt, RATE)),
             (ValueError, "found inf at place", lambda: stream.process(x * 1e300)),
             (ValueError, "expected 1000 to 240000 Hz, found 44", lambda: katessel.track(x, 44)),
