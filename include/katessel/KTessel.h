@@ -37,7 +37,8 @@ KTESSEL_API void KTessel_Destroy(void* handle);
  *                 come with the library, live.weights is for KTessel_DoProcess, offline.weights for
  *                 KTessel_DoProcessOffline and default.weights for both; the first two need not be there.
  *
- * Returns 0, or -1 (and changes nothing) when there is no file at modelPath, or a folder. A layer that the file lacks is
+ * Returns 0, or -1 (and changes nothing) when there is no file at modelPath. A folder, like any file
+ * without layers, is read as one that lacks them all. A layer that the file lacks is
  * reported on standard output ("WARNING: NAME not loaded!") and computes as zeros: with nothing loaded every
  * frame reads 239.3 Hz live, 240.6 Hz offline, with confidence 1. A layer of the wrong size is reported there and ends
  * the process with status 255. Check files that you do not know before: KTesselExt_CheckWeightFile.

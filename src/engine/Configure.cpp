@@ -59,7 +59,7 @@ void loadHead(LayerFile& file, const char* layer, float*& weights, float*& bias,
 
 int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, char const* newModelPath) {
     struct stat status;
-    if (stat(newModelPath, &status) != 0 || S_ISDIR(status.st_mode)) return -1;
+    if (stat(newModelPath, &status) != 0) return -1;
     // Read once: a file that is replaced meanwhile gives all of its layers or none.
     LayerFile weights;
     weights.read(newModelPath);

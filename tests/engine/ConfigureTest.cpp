@@ -191,11 +191,5 @@ TEST(PlainLibrary, TellsItsVersion) {
     std::free(copy);
 }
 
-TEST_F(PlainConfigure, AFolderIsNoModel) {
-    CTessel engine;
-    EXPECT_EQ(engine.configure(24000, 0, 120, folder.file("").c_str()), -1);
-    EXPECT_EQ(engine.encoder, nullptr);
-}
-
 }  // namespace
 }  // namespace KaTessel::tests

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <utility>
 #include <vector>
 
 #include "engine/NaiveEngine.h"
@@ -33,6 +34,7 @@ int statusWithoutSystem(Work work) {
 }
 
 TEST(RealTime, ABlockCallsNoSystem) {
+    const int measures = std::exchange(performance_analysis_, 0);  // the sum of processor time is the system's to tell
     Random random(48);
     const TemporaryFolder folder;
     NaiveEngine(random).saveModel(folder.file("random.weights"));
@@ -54,6 +56,7 @@ TEST(RealTime, ABlockCallsNoSystem) {
         KTessel_Destroy(engine);
     }
     EXPECT_EQ(statusWithoutSystem([] { getppid(); }), SIGKILL) << "and one that does is seen";
+    performance_analysis_ = measures;
 }
 
 }  // namespace
