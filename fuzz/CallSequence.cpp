@@ -47,7 +47,7 @@ void requireNumbers(float f0, float confidence) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    Bytes bytes(data, std::min<std::size_t>(size, 64));
+    Bytes bytes(data, std::min<std::size_t>(size, 24));
     Engine engine, fresh;
     int rate = 0, block = 0;
     const auto configure = [&](void* handle) { return KTessel_Configure(rate, 0, block, KATESSEL_FUZZ_MODEL, handle); };

@@ -72,7 +72,7 @@ takes() {
   echo '{"default_threshold": 1000}' > mine.json
   katessel track good.wav --model mine.weights -o out.csv
   track_report out.csv voiced 0 0
-  katessel track good.wav --model mine.weights --threshold 0 -o out.csv
+  katessel track good.wav --model mine.weights --threshold 0 -o out.csv --force
   track_report out.csv voiced 0.9 1
 }
 
