@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kSeconds = 60;
 constexpr int kHop = 120;
-constexpr int kFrames = 504;  // of one segment
+constexpr int kFrames = 504;
 
 std::vector<float> voice(int rate, int seconds) {
     std::vector<float> x(static_cast<std::size_t>(rate * seconds));

@@ -17,7 +17,8 @@
 namespace KaTessel {
 namespace {
 
-constexpr int kSegmentFrames = 496;  // 504 with the context: whole tiles of the matrix products
+// 128 with the context: whole tiles of the matrix products, whole batches of features, and no more than the cache holds.
+constexpr int kSegmentFrames = 120;
 
 // The two heads over blocks of frames.
 class SequenceHeads {
