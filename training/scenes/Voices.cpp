@@ -14,7 +14,7 @@ Envelope voiceEnvelope(const Contour& contour, const std::vector<Tract>& tracts,
     Envelope gains(contour.pitch.size() * kMostHarmonics, 0.0f);
     for (std::size_t c = 0; c < contour.pitch.size(); ++c) {
         if (contour.gain[c] <= 0.0f) continue;
-        for (int k = 1; k <= kMostHarmonics && k * contour.pitch[c] < kHighestPartial; ++k) {
+        for (int k = 1; k <= kMostHarmonics && static_cast<float>(k) * contour.pitch[c] < kHighestPartial; ++k) {
             const double hz = k * static_cast<double>(contour.pitch[c]);
             gains[c * kMostHarmonics + static_cast<std::size_t>(k - 1)] = static_cast<float>(
                 contour.gain[c] * tractGain(tracts[c], hz) * std::pow(static_cast<double>(k), -tilt / 6.02) *
