@@ -46,7 +46,7 @@ KTESSEL_API void KTessel_Destroy(void* handle);
 KTESSEL_API int KTessel_Configure(int sampleRate, int reserved, int maxBlockSize, const char* modelPath, void* handle);
 
 /*
- * Takes one block of a live signal. After the first frame allocates one small feature vector per frame.
+ * Takes one block of a live signal. Allocates nothing.
  *
  *   input          numSamples mono samples at the configured rate, nominally -1 .. 1
  *   numSamples     0 .. maxBlockSize, and at most 0.95 s: the engine remembers one second

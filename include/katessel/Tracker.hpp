@@ -86,9 +86,9 @@ public:
     }
 
     // Takes `count` mono samples (nominally -1 .. 1) of a live sound, as many or few as there are, and calls
-    // each(const Pitch&) for every 5 ms that they complete, in order. Nothing is allocated but the engine's one small
-    // feature vector per 5 ms. Throws std::invalid_argument, before it takes anything, when a sample is not a number
-    // or larger than kLargestSample: it would spoil everything within 0.1 s.
+    // each(const Pitch&) for every 5 ms that they complete, in order. Nothing is allocated. Throws
+    // std::invalid_argument, before it takes anything, when a sample is not a number or larger than kLargestSample: it
+    // would spoil everything within 0.1 s.
     template <class Each>
     void process(const float* samples, std::size_t count, Each&& each) {
         checkSamples(samples, count);

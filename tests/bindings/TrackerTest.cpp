@@ -200,7 +200,7 @@ TEST(Tracker, StartsAgainWithoutTheFile) {
     }
 }
 
-TEST(Tracker, AllocatesOnlyFeatureVectorsWhileItStreams) {
+TEST(Tracker, AllocatesNothingWhileItStreams) {
     for (const int rate : {24000, 44100}) {
         Tracker tracker(rate, kModel);
         const std::vector<float> sound = tone(rate, 1.0, 220.0);
@@ -209,7 +209,7 @@ TEST(Tracker, AllocatesOnlyFeatureVectorsWhileItStreams) {
         const AllocationCounter counter;
         tracker.process(sound.data() + sound.size() / 2, sound.size() / 2, [&](const Pitch&) { ++frames; });
         EXPECT_EQ(frames, 100) << rate;
-        EXPECT_EQ(counter.allocations(), frames) << rate;
+        EXPECT_EQ(counter.allocations(), 0) << rate;
     }
 }
 
