@@ -68,10 +68,6 @@ void addModel(ReadFiles& read, const std::string& path) {
     read.add(KaTessel::modelCard(path));
 }
 
-KaTessel::Voicing usualVoicing(TrackMode mode) {
-    return mode == TrackMode::live ? KaTessel::Voicing::hysteresis : KaTessel::Voicing::smooth;
-}
-
 Model chooseModel(const std::string& path, TrackMode mode, const std::optional<double>& threshold) {
     Model model;
     model.path = modelPath(path, mode);

@@ -25,9 +25,6 @@ Model chooseModel(const std::string& path, TrackMode mode, const std::optional<d
 // The weight file and its card are among what is read.
 void addModel(ReadFiles& read, const std::string& path);
 
-// The voicing where none is asked for: of whole recordings smooth, live the one that waits for nothing.
-KaTessel::Voicing usualVoicing(TrackMode mode);
-
 // `given`, or without one the mode's default model, found as DefaultModel.hpp says: KATESSEL_MODEL first.
 // Fails where it is there but no file, but a pipe or a device.
 std::string modelPath(const std::string& given, TrackMode mode);

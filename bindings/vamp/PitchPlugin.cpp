@@ -14,6 +14,11 @@ constexpr std::size_t kSilence = 1024;  // [samples] at a time
 
 enum Output { kFrequency, kConfidence, kNotes };
 
+// Parameters are fixed once a host has initialised the plug-in.
+KaTessel::VoicingFilter<KaTessel::Pitch> voicingAt(float threshold) {
+    return KaTessel::VoicingFilter<KaTessel::Pitch>({threshold, KaTessel::usualVoicing(KaTessel::Form::live)});
+}
+
 void complain(const std::string& what) { std::cerr << "katessel: " << what << std::endl; }
 
 Vamp::Plugin::OutputDescriptor output(const char* identifier, const char* name, const char* unit,
@@ -45,6 +50,7 @@ PitchPlugin::PitchPlugin(float inputSampleRate)
     : Plugin(inputSampleRate),
       m_defaultThreshold(cardThreshold()),
       m_threshold(m_defaultThreshold),
+      m_voicing(voicingAt(m_threshold)),
       m_silence(kSilence, 0.0f) {}
 
 std::string PitchPlugin::getDescription() const {
@@ -55,7 +61,8 @@ PitchPlugin::ParameterList PitchPlugin::getParameterDescriptors() const {
     ParameterDescriptor threshold;
     threshold.identifier = kThreshold;
     threshold.name = "Threshold";
-    threshold.description = "Confidence from which on the sound counts as voiced";
+    threshold.description =
+        "Confidence from which on the sound counts as voiced; somewhat more to begin, somewhat less to end";
     threshold.minValue = 0.0f;
     threshold.maxValue = 1.0f;
     threshold.defaultValue = m_defaultThreshold;
@@ -113,6 +120,7 @@ PitchPlugin::FeatureSet PitchPlugin::guarded(Work work) {
 }
 
 void PitchPlugin::forget() {
+    m_voicing = voicingAt(m_threshold);
     m_notes = {};
     m_end = 0.0;
     m_origin.reset();
@@ -140,7 +148,9 @@ PitchPlugin::FeatureSet PitchPlugin::getRemainingFeatures() {
     if (!m_tracker || !m_origin) return {};
     return guarded([&](FeatureSet& features) {
         feed(m_rest.data(), m_rest.size(), features);
-        m_tracker->finish([&](const KaTessel::Pitch& pitch) { add(pitch, features); });
+        const auto decided = [&](const KaTessel::Pitch& pitch, bool voiced) { add(pitch, voiced, features); };
+        m_tracker->finish([&](const KaTessel::Pitch& pitch) { m_voicing.add(pitch, pitch.confidence, decided); });
+        m_voicing.finish(decided);
         add(m_notes.finish(m_end), features);
         forget();
     });
@@ -148,7 +158,8 @@ PitchPlugin::FeatureSet PitchPlugin::getRemainingFeatures() {
 
 // A block with a sample that is no number counts as silence.
 void PitchPlugin::feed(const float* samples, std::size_t count, FeatureSet& features) {
-    const auto take = [&](const KaTessel::Pitch& pitch) { add(pitch, features); };
+    const auto decided = [&](const KaTessel::Pitch& pitch, bool voiced) { add(pitch, voiced, features); };
+    const auto take = [&](const KaTessel::Pitch& pitch) { m_voicing.add(pitch, pitch.confidence, decided); };
     try {
         m_tracker->process(samples, count, take);
     } catch (const std::invalid_argument& error) {
@@ -158,8 +169,8 @@ void PitchPlugin::feed(const float* samples, std::size_t count, FeatureSet& feat
     }
 }
 
-void PitchPlugin::add(const KaTessel::Pitch& pitch, FeatureSet& features) {
-    const bool voiced = pitch.voiced(m_threshold);
+void PitchPlugin::add(const KaTessel::Pitch& pitch, bool voiced, FeatureSet& features) {
+    voiced = voiced && pitch.frequency > 0.0f;
     if (voiced) features[kFrequency].push_back(at(pitch.time, pitch.frequency));
     features[kConfidence].push_back(at(pitch.time, pitch.confidence));
     m_end = pitch.time + KaTessel::facts::kHopSeconds;

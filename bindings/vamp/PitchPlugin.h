@@ -1,13 +1,15 @@
 // The pitch tracker as a Vamp plug-in: frequency, confidence and notes.
 //
 // It streams: what it gives does not depend on the blocks, comes while the host still reads, notes at the pause behind
-// them, and takes no memory that grows with the sound, but for 16 bytes each 5 ms since the last pause. Every feature carries the instant that it is about, so that no latency is left in it.
+// them, and takes no memory that grows with the sound, but for 16 bytes each 5 ms since the last pause. Every feature
+// carries the instant that it is about, so that no latency is left in it.
 #ifndef KATESSEL_VAMP_PITCHPLUGIN_H
 #define KATESSEL_VAMP_PITCHPLUGIN_H
 
 #include <vamp-sdk/Plugin.h>
 
 #include <katessel/Tracker.hpp>
+#include <katessel/Voicing.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -45,7 +47,7 @@ private:
     FeatureSet guarded(Work work);
     void forget();
     void feed(const float* samples, std::size_t count, FeatureSet& features);
-    void add(const KaTessel::Pitch& pitch, FeatureSet& features);
+    void add(const KaTessel::Pitch& pitch, bool voiced, FeatureSet& features);
     void add(const std::vector<katessel::Note>& notes, FeatureSet& features) const;
     Feature at(double time, float value) const;
 
@@ -54,6 +56,7 @@ private:
     std::size_t m_step = 0;   // [samples]
     std::size_t m_block = 0;  // [samples]
     std::optional<KaTessel::Tracker> m_tracker;
+    KaTessel::VoicingFilter<KaTessel::Pitch> m_voicing;
     katessel::NoteFinder m_notes;
     double m_end = 0.0;                      // [s] where the newest row's 5 ms end
     std::optional<Vamp::RealTime> m_origin;  // of the first block; none before it

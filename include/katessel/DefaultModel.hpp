@@ -11,13 +11,10 @@
 
 #include "katessel/KTessel.h"
 #include "katessel/ModelFile.hpp"
+#include "katessel/Pitch.hpp"
 
 namespace KaTessel {
 inline namespace v1 {
-
-// How a sound is heard. live: as it comes, every instant seen from before; offline: a whole recording at once, every
-// instant seen from both sides. Weights may be trained for one of them.
-enum class Form { live, offline };
 
 namespace detail {
 

@@ -8,6 +8,10 @@
 namespace KaTessel {
 inline namespace v1 {
 
+// How a sound is heard. live: as it comes, every instant seen from before; offline: a whole recording at once, every
+// instant seen from both sides. Weights may be trained for one of them.
+enum class Form { live, offline };
+
 // What is heard at one instant.
 struct Pitch {
     double time = -1.0;       // [s] of the sound, a multiple of 5 ms; below 0: nothing was heard yet

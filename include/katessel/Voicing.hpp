@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include "katessel/Pitch.hpp"
+
 namespace KaTessel {
 inline namespace v1 {
 
@@ -17,6 +19,11 @@ enum class Voicing {
     hysteresis,  // a margin above the threshold to begin, a margin below it to end; needs no later row
     smooth       // the same on the median of each confidence and its neighbours'; waits for one row, 5 ms
 };
+
+inline constexpr const char* kVoicingNames[] = {"frame", "hysteresis", "smooth"};
+
+// Where none is asked for: of whole recordings smooth, live the one that waits for nothing.
+inline Voicing usualVoicing(Form form) { return form == Form::live ? Voicing::hysteresis : Voicing::smooth; }
 
 struct VoicingRule {
     double threshold;  // modelThreshold() of ModelCard.hpp tells which one suits a model

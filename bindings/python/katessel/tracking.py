@@ -36,19 +36,23 @@ class Stream:
 
     sr         sample rate [Hz], katessel.LOWEST_RATE to katessel.HIGHEST_RATE
     model      weight file; None: the one that comes with the package
-    threshold  confidence below which the frequency is 0; None: the model's own
+    threshold  confidence that decides which rows are voiced, and have a frequency; None: the model's own
+    voicing    how: "frame", every row by itself; "hysteresis", more to begin and less to end; "smooth", the same on
+               medians of three rows, 5 ms later; None: hysteresis, and smooth for whole recordings
     """
 
-    def __init__(self, sr: float, *, model: Optional[Path] = None, threshold: Optional[float] = None) -> None:
+    def __init__(self, sr: float, *, model: Optional[Path] = None, threshold: Optional[float] = None,
+                 voicing: Optional[str] = None) -> None:
         live, offline = [core.default_model(mode) if model is None else os.fspath(model) for mode in ("live", "offline")]
         if threshold is not None and not 0.0 <= threshold < float("inf"):
             raise ValueError(f"bad threshold: expected a number from 0 up, found {threshold!r}")
         rate = whole_rate(sr)
         if not core.LOWEST_RATE <= rate <= core.HIGHEST_RATE:
             raise ValueError(f"bad rate: expected {core.LOWEST_RATE} to {core.HIGHEST_RATE} Hz, found {rate}")
-        self._engine = core.Engine(rate, live, offline)
-        self._threshold = _card_threshold(live) if threshold is None else float(threshold)
-        self._offline_threshold = _card_threshold(offline) if threshold is None else float(threshold)
+        self._threshold, offline_threshold = [_card_threshold(path) if threshold is None else float(threshold)
+                                              for path in (live, offline)]
+        self._engine = core.Engine(rate, live, offline, core.VoicingRule("live", self._threshold, voicing),
+                                   core.VoicingRule("offline", offline_threshold, voicing))
 
     @property
     def rate(self) -> int:
@@ -62,16 +66,16 @@ class Stream:
 
     @property
     def threshold(self) -> float:
-        """The confidence below which the frequency is 0."""
+        """The confidence that decides which rows are voiced."""
         return self._threshold
 
     def process(self, block: npt.ArrayLike) -> Track:
         """Takes the next samples, (n,) or (n, channels), and returns the values that they completed."""
-        return self._voiced(Track(*self._engine.process(mono(block))), self._threshold)
+        return Track(*self._engine.process(mono(block)))
 
     def finish(self) -> Track:
         """Returns the values that still waited for what comes after the sound's end. The stream is then as new."""
-        return self._voiced(Track(*self._engine.finish()), self._threshold)
+        return Track(*self._engine.finish())
 
     def reset(self) -> None:
         """Forgets the sound: the next sample is that of instant 0."""
@@ -79,16 +83,11 @@ class Stream:
 
     def analyse(self, x: npt.ArrayLike) -> Track:
         """Tracks a whole recording; the live sound is not disturbed."""
-        return self._voiced(Track(*self._engine.analyse(mono(x))), self._offline_threshold)
-
-    @staticmethod
-    def _voiced(track: Track, threshold: float) -> Track:
-        track.frequency[track.confidence < np.float32(threshold)] = 0.0
-        return track
+        return Track(*self._engine.analyse(mono(x)))
 
 
 def track(x: npt.ArrayLike, sr: float, *, mode: str = "offline", model: Optional[Path] = None,
-          threshold: Optional[float] = None) -> Track:
+          threshold: Optional[float] = None, voicing: Optional[str] = None) -> Track:
     """The pitch of a whole recording.
 
     x          samples, (n,) or (n, channels): float32 or float64, nominally -1 .. 1, or int16 or int32. Channels are
@@ -96,13 +95,14 @@ def track(x: npt.ArrayLike, sr: float, *, mode: str = "offline", model: Optional
     sr         sample rate [Hz]
     mode       "offline": every instant seen from both sides; "live": as a stream hears it
     model      weight file; None: the one that comes with the package
-    threshold  confidence below which the frequency is 0; None: the model's own
+    threshold  confidence that decides which rows are voiced, and have a frequency; None: the model's own
+    voicing    how: "frame", "hysteresis" or "smooth", as for Stream; None: the mode's usual one
 
     Row i describes the instant i * 5 ms. Other Python threads run while it works.
     """
     if mode not in ("offline", "live"):
         raise ValueError(f"bad mode: expected 'offline' or 'live', found {mode!r}")
-    stream = Stream(sr, model=model, threshold=threshold)
+    stream = Stream(sr, model=model, threshold=threshold, voicing=voicing)
     if mode == "offline":
         return stream.analyse(x)
     begin, end = stream.process(x), stream.finish()

@@ -38,8 +38,7 @@ class Values(unittest.TestCase):
                 file = os.path.join(folder, "x.wav")
                 sound.write_wav(file, rate, x)
                 for mode in ("offline", "live"):
-                    done = subprocess.run([os.environ["TOOL"], "track", "--mode", mode, "--voicing", "frame", file], check=True,
-                                          stdout=subprocess.PIPE)
+                    done = subprocess.run([os.environ["TOOL"], "track", "--mode", mode, file], check=True, stdout=subprocess.PIPE)
                     rows = np.array([[float(v) for v in row] for row in
                                      list(csv.reader(io.StringIO(done.stdout.decode())))[1:]])
                     # To the digits that the tool writes.
@@ -71,6 +70,26 @@ class Values(unittest.TestCase):
         stream.reset()
         two = np.stack([x, x], axis=1)
         np.testing.assert_array_equal(in_blocks(stream, two, 512).frequency, expected.frequency)
+
+    def test_voicing_is_switched(self):
+        # Confidence rises and falls slowly enough to lie within a decision's margin for a while.
+        rate = 48000
+        x = samples_of(rate, 0.7, "tone", 200) * np.hanning(33600).astype(np.float32) ** 8
+        tracks = {voicing: katessel.track(x, rate, mode="live", voicing=voicing) for voicing in ("frame", "hysteresis", "smooth")}
+        voiced = {voicing: track.frequency > 0 for voicing, track in tracks.items()}
+        np.testing.assert_array_equal(voiced["frame"], tracks["frame"].confidence >= katessel.Stream(rate).threshold)
+        self.assertTrue((voiced["frame"] != voiced["hysteresis"]).any())
+        np.testing.assert_array_equal(katessel.track(x, rate, mode="live").frequency, tracks["hysteresis"].frequency)
+        np.testing.assert_array_equal(katessel.track(x, rate).frequency, katessel.track(x, rate, voicing="smooth").frequency)
+        stream = katessel.Stream(rate, voicing="smooth")
+        self.assertEqual(stream.latency, katessel.Stream(rate).latency + 240)
+        self.assertEqual(len(stream.process(x[: stream.latency - 1]).time), 0)
+        first = stream.process(x[stream.latency - 1 : stream.latency])
+        rest = in_blocks(stream, x[stream.latency :], 512)
+        for a, b, wanted in zip(first, rest, tracks["smooth"]):
+            np.testing.assert_array_equal(np.concatenate([a, b]), wanted)
+        with self.assertRaisesRegex(ValueError, "bad voicing: expected 'frame', 'hysteresis' or 'smooth', found 'none'"):
+            katessel.Stream(rate, voicing="none")
 
     def test_results_outlive_their_stream(self):
         stream = katessel.Stream(24000)
