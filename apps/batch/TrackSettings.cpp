@@ -15,7 +15,6 @@ namespace katessel {
 
 namespace {
 
-constexpr char kWrongUsage[] = "wrong usage";
 constexpr char kRawForm[] = "f32:RATE or s16:RATE, perhaps with :CHANNELS";
 constexpr int kMostRate = 1000000;  // [Hz]
 constexpr int kMostChannels = 1024;

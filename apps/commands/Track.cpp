@@ -119,8 +119,6 @@ void addAnalysisOptions(CLI::App& command, TrackOptions& options) {
         ->check(fromOne());
 }
 
-constexpr char kWrongUsage[] = "wrong usage";
-
 bool isFolder(const std::string& path) {
     std::error_code error;
     return fs::is_directory(path, error);

@@ -19,6 +19,8 @@ private:
     int m_status;
 };
 
+constexpr char kWrongUsage[] = "wrong usage";  // as WHAT, where options do not fit together
+
 // "WHAT: WHERE: expected EXPECTED, found FOUND".
 std::string errorMessage(const std::string& what, const std::string& where, const std::string& expected,
                          const std::string& found);

@@ -14,7 +14,7 @@ namespace katessel {
 
 namespace {
 
-constexpr char kCannotRead[] = "cannot read the pitch";
+constexpr char kCannotReadPitch[] = "cannot read the pitch";
 
 constexpr double kFarthest = 1e9;  // [s]
 constexpr double kHighest = 1e6;   // [Hz]
@@ -38,20 +38,20 @@ template <typename Row>
 void forEachRow(const std::string& path, std::size_t columns, bool mayHaveHeader, Row row) {
     std::vector<double> numbers;
     bool isEmpty = true;
-    forEachLine(path, kCannotRead, [&](const std::string& line, std::size_t lineNumber) {
+    forEachLine(path, kCannotReadPitch, [&](const std::string& line, std::size_t lineNumber) {
         isEmpty = false;
         const bool clean = numbersOf(line, numbers);
         if (clean && numbers.empty()) return;
         if (!clean && lineNumber == 1 && mayHaveHeader) {
-            if (line.find("cents") != std::string::npos) fail(kCannotRead, path, "frequencies in Hz", "cents");
+            if (line.find("cents") != std::string::npos) fail(kCannotReadPitch, path, "frequencies in Hz", "cents");
             return;
         }
         if (!clean || numbers.size() < columns)
-            fail(kCannotRead, path, std::to_string(columns) + " numbers in line " + std::to_string(lineNumber),
+            fail(kCannotReadPitch, path, std::to_string(columns) + " numbers in line " + std::to_string(lineNumber),
                  "\"" + line + "\"");
         row(numbers, lineNumber);
     });
-    if (isEmpty) fail(kCannotRead, path, "at least one line", "none");
+    if (isEmpty) fail(kCannotReadPitch, path, "at least one line", "none");
 }
 
 }  // namespace
@@ -61,10 +61,11 @@ std::vector<float> readReference(const std::string& path) {
     forEachRow(path, 2, false, [&](const std::vector<double>& numbers, std::size_t line) {
         const double expected = static_cast<double>(frequencies.size()) * kHopSeconds;
         if (std::fabs(numbers[0] - expected) > 0.1 * kHopSeconds)
-            fail(kCannotRead, path, shortNumber(expected) + " s in line " + std::to_string(line),
+            fail(kCannotReadPitch, path, shortNumber(expected) + " s in line " + std::to_string(line),
                  shortNumber(numbers[0]) + " s");
         if (!std::isfinite(numbers[1]) || (numbers[1] < 0.0 && numbers[1] != -1.0))
-            fail(kCannotRead, path, "a frequency, 0 or -1 in line " + std::to_string(line), shortNumber(numbers[1]));
+            fail(kCannotReadPitch, path, "a frequency, 0 or -1 in line " + std::to_string(line),
+                 shortNumber(numbers[1]));
         frequencies.push_back(static_cast<float>(numbers[1]));
     });
     return frequencies;
@@ -76,14 +77,16 @@ PitchTrack readTrack(const std::string& path) {
         PitchRow row;
         row.time = numbers[0];
         if (!(std::fabs(row.time) <= kFarthest))
-            fail(kCannotRead, path, "times within +-" + shortNumber(kFarthest) + " s, in line " + std::to_string(line),
+            fail(kCannotReadPitch, path,
+                 "times within +-" + shortNumber(kFarthest) + " s, in line " + std::to_string(line),
                  shortNumber(row.time) + " s");
         if (numbers[1] > kHighest)
-            fail(kCannotRead, path,
+            fail(kCannotReadPitch, path,
                  "frequencies up to " + shortNumber(kHighest) + " Hz, in line " + std::to_string(line),
                  shortNumber(numbers[1]) + " Hz");
         if (!track.empty() && !(row.time >= track.back().time))
-            fail(kCannotRead, path, "times that rise, in line " + std::to_string(line), shortNumber(row.time) + " s");
+            fail(kCannotReadPitch, path, "times that rise, in line " + std::to_string(line),
+                 shortNumber(row.time) + " s");
         row.frequency = numbers[1] > 0.0 ? static_cast<float>(numbers[1]) : 0.0f;
         row.confidence = numbers.size() > 2 ? static_cast<float>(numbers[2]) : row.frequency > 0.0f ? 1.0f : 0.0f;
         track.push_back(row);

@@ -6,8 +6,8 @@
 namespace KaTessel {
 namespace {
 
-constexpr double kTwoPi = 6.2831854820251465;  // the float nearest to 2 pi
-constexpr double kPi = 3.1415927410125732;     // the float nearest to pi
+constexpr double kTwoPi = 6.2831854820251465;      // the float nearest to 2 pi
+constexpr double kPiAsFloat = 3.1415927410125732;  // the float nearest to pi
 
 void scaleToSumTwo(float* w, long n, double sum) {
     if (sum == 0.0) return;  // two samples of an even triangle
@@ -149,7 +149,7 @@ void MRSpectrum::AsymmetricBlackmanHarrisLike(long n, float* w) {
 
 void MRSpectrum::KaiserBessel(long n, float* w, double alpha) {
     if (n < 1) return;
-    const double beta = alpha * kPi;
+    const double beta = alpha * kPiAsFloat;
     const double atCentre = BesselFunction(beta);
     const long centre = n / 2;
     double sum = 0.0;

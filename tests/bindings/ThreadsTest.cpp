@@ -12,8 +12,6 @@
 namespace KaTessel::tests {
 namespace {
 
-const char kModel[] = KATESSEL_MODEL_FILE;
-
 // All that the class and the C interface say of a glide at that rate, live and as a whole.
 std::vector<float> heard(int rate) {
     const std::vector<float> sound = glide(rate, 0.4, 150.0, 300.0);
@@ -21,7 +19,7 @@ std::vector<float> heard(int rate) {
     const auto note = [&](float frequency, float confidence) { values.insert(values.end(), {frequency, confidence}); };
     const auto notePitch = [&](const Pitch& pitch) { note(pitch.frequency, pitch.confidence); };
 
-    Tracker tracker(rate, kModel);
+    Tracker tracker(rate, KATESSEL_MODEL_FILE);
     tracker.process(sound, notePitch);
     tracker.finish(notePitch);
     const PitchTrack whole = tracker.analyse(sound);
@@ -29,7 +27,7 @@ std::vector<float> heard(int rate) {
 
     void* engine = KTessel_Create();
     const int block = rate / 200, samples = static_cast<int>(sound.size());
-    KTessel_Configure(rate, 0, block, kModel, engine);
+    KTessel_Configure(rate, 0, block, KATESSEL_MODEL_FILE, engine);
     for (int i = 0; i + block <= samples; i += block) {
         float frequency = 0.0f, confidence = 0.0f;
         KTessel_DoProcess(sound.data() + i, block, &frequency, &confidence, 0, engine);

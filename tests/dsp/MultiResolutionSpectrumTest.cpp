@@ -20,7 +20,7 @@ namespace {
 
 // 41 products of a transform with taps of a transform, relative to the root mean square of all bins; the worst bin
 // was off by 2.2e-6 over ten seeds.
-constexpr double kTolerance = 5e-6;
+constexpr double kSpectrumTolerance = 5e-6;
 
 constexpr char kDecibels = 0, kLinear = 1, kPower = 2, kSpectrum = 3;
 
@@ -88,7 +88,7 @@ TEST(MultiResolutionSpectrum, MatchesTheDefinition) {
         mr.PrepareMR(33, 9, 1.0f, true, 1000.0f);  // nothing is left of the row before
         const ReferenceSpectrum reference(a);
         const std::vector<float> frame = frameOf(a.length);
-        EXPECT_LT(relativeError(analysed(mr, a, frame), reference.spectrum(frame, a.centred)), kTolerance);
+        EXPECT_LT(relativeError(analysed(mr, a, frame), reference.spectrum(frame, a.centred)), kSpectrumTolerance);
         EXPECT_EQ(mr.kernelTaps(), reference.taps);
         for (int k = 0; k <= reference.half; ++k)
             ASSERT_EQ(mr.windowLength(mr.resolutionOfBin(k)), reference.binLengths[static_cast<std::size_t>(k)]) << k;
@@ -180,7 +180,7 @@ TEST(MultiResolutionSpectrum, KernelsAreKept) {
     EXPECT_EQ(analysed(mr, {1025, 10, 1.0f, true, 24000.0f}, frame), original);
     EXPECT_LT(
         relativeError(analysed(mr, {1025, 10, 1.0f, false}, frame), ReferenceSpectrum(first).spectrum(frame, false)),
-        kTolerance);
+        kSpectrumTolerance);
 
     const AllocationCounter counter;
     mr.FreeMR();
@@ -191,7 +191,7 @@ TEST(MultiResolutionSpectrum, KernelsAreKept) {
     for (const SpectrumArguments& other : {SpectrumArguments{1023}, {1025, 9}, {1025, 10, 0.75f}}) {
         const std::vector<float> otherFrame = frameOf(other.length);
         EXPECT_LT(relativeError(analysed(mr, other, otherFrame), ReferenceSpectrum(other).spectrum(otherFrame, true)),
-                  kTolerance)
+                  kSpectrumTolerance)
             << other.length << ", " << other.windowType << ", " << other.padFactor;
         EXPECT_EQ(analysed(mr, first, frame), original);
     }

@@ -14,10 +14,6 @@
 namespace KaTessel::tests {
 namespace {
 
-// As for the streaming frames: rounding through 140,000 products.
-constexpr double kCentsTolerance = 0.5;
-constexpr double kConfidenceTolerance = 2e-3;
-
 class Offline : public testing::Test {
 protected:
     Offline() : random(43), naive(random) { naive.saveModel(model()); }

@@ -42,10 +42,6 @@ protected:
     NaiveEngine naive;
 };
 
-// Cents differ by float rounding through 140,000 products per frame and by the level of single bands near silence.
-constexpr double kCentsTolerance = 0.5;
-constexpr double kConfidenceTolerance = 2e-3;
-
 TEST_F(Streaming, EqualsTheNaiveChainAtEveryRate) {
     const struct {
         int rate, block;
