@@ -27,43 +27,49 @@ struct PhaseRow {
     const float* row;
 };
 
-// Every second sample: all outputs are of one phase, and neighbouring taps meet the even and the odd samples.
+// A vector of every second sample: all outputs are of one phase, and neighbouring taps meet the even and the odd samples.
+KATESSEL_INLINE Vec halved(const float* in, const float* taps) {
+    Vec sums[2] = {};
+    for (int j = 0; j < kFilterTaps; j += 2) {
+        const Vec low = load(in + j), high = load(in + j + kLanes);
+        sums[0] += taps[j] * evenLanes(low, high);
+        sums[1] += taps[j + 1] * oddLanes(low, high);
+    }
+    return sums[0] + sums[1];
+}
+
 double halvingPolyphase(float* out, int count, const float* in, double pos, const float* table, int phases) {
     const PhaseRow phase(pos, table, phases);
     float taps[kFilterTaps];
     for (int j = 0; j < kFilterTaps; j += kLanes) store(taps + j, phase.taps(j));
     const float* first = in + phase.whole;
-    for (int k = 0; k < count; k += kLanes, first += 2 * kLanes) {
-        Vec sums[2] = {};
-        for (int j = 0; j < kFilterTaps; j += 2) {
-            const Vec low = load(first + j), high = load(first + j + kLanes);
-            sums[0] += taps[j] * evenLanes(low, high);
-            sums[1] += taps[j + 1] * oddLanes(low, high);
-        }
-        store(out + k, sums[0] + sums[1]);
+    int k = 0;
+    for (; k + kLanes <= count; k += kLanes) store(out + k, halved(first + 2 * k, taps));
+    if (k < count) {  // in the same order of sums, so that it does not matter where a block ends
+        float samples[2 * kLanes + kFilterTaps] = {}, last[kLanes];
+        for (int i = 0; i < 2 * (count - k - 1) + kFilterTaps; ++i) samples[i] = first[2 * k + i];
+        store(last, halved(samples, taps));
+        for (int l = 0; k < count; ++k, ++l) out[k] = last[l];
     }
     return pos + 2.0 * count;
 }
 
 double polyphase(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
                  int phases) {
-    int k = 0;
-    if (taps == kFilterTaps) {
-        if (step == 2.0 && count >= kLanes) {
-            k = count - count % kLanes;
-            pos = halvingPolyphase(out, k, in, pos, table, phases);
+    if (taps != kFilterTaps) return polyphaseBy(dot, out, count, in, pos, step, table, taps, phases);
+    if (step == 2.0) return halvingPolyphase(out, count, in, pos, table, phases);
+    for (int k = 0; k < count; k += kLanes) {
+        const int outputs = count - k < kLanes ? count - k : kLanes;
+        Vec products[kLanes] = {};
+        for (int l = 0; l < outputs; ++l, pos += step) {
+            const PhaseRow phase(pos, table, phases);
+            for (int j = 0; j < kFilterTaps; j += kLanes) products[l] += load(in + phase.whole + j) * phase.taps(j);
         }
-        for (; k + kLanes <= count; k += kLanes) {
-            Vec products[kLanes];
-            for (int l = 0; l < kLanes; ++l, pos += step) {
-                const PhaseRow phase(pos, table, phases);
-                products[l] = Vec{};
-                for (int j = 0; j < kFilterTaps; j += kLanes) products[l] += load(in + phase.whole + j) * phase.taps(j);
-            }
-            store(out + k, sumsOfAll(products));
-        }
+        float sums[kLanes];
+        store(sums, sumsOfAll(products));
+        for (int l = 0; l < outputs; ++l) out[k + l] = sums[l];
     }
-    return polyphaseBy(dot, out + k, count - k, in, pos, step, table, taps, phases);
+    return pos;
 }
 
 }  // namespace

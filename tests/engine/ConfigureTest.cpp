@@ -157,7 +157,8 @@ TEST_F(PlainConfigure, EnginesOfEqualWeightsShareWhatTheyComputeWith) {
             EXPECT_EQ(f0, sameF0);
         }
     }
-    EXPECT_LE(life.allocations() - life.releases(), 1) << "only the register of models may have grown";
+    // The register of models, and in it the marks of the two that ended last.
+    EXPECT_LE(life.allocations() - life.releases(), 3);
 }
 
 TEST_F(PlainConfigure, KnowsLatencyAndFrames) {

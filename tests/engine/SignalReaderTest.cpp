@@ -37,7 +37,8 @@ TEST(SignalReader, LongestSignalsKeepTheirLength) {
     for (const int rate : {1000, 8000, 16000}) {
         const float ratio = static_cast<float>(rate) / 24000.0f;
         const double length = 2147483647.0 * 24000.0 / rate;
-        EXPECT_NEAR(static_cast<double>(SignalReader(&sound, 2147483647, ratio, converter).length()), length, 1e-6 * length);
+        EXPECT_NEAR(static_cast<double>(SignalReader(&sound, 2147483647, ratio, converter).length()), length,
+                    1e-6 * length);
     }
 }
 
