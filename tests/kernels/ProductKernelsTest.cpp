@@ -31,14 +31,14 @@ struct Sum {
     double tolerance() const { return terms * std::ldexp(1.0, -24) * sizes; }
 };
 
-struct Shape {
+struct Product {
     int frames, nOut, taps, nIn;
     int outGap, xGap;  // floats between the frames
     int rowGap = -1;   // floats between the rows of rowProduct; negative: frameProduct
 };
 
 // One kernel in all its modes. Gaps in what it reads are filled with NaNs, which no result may meet.
-void checkProduct(Random& random, const Shape& s) {
+void checkProduct(Random& random, const Product& s) {
     SCOPED_TRACE(testing::Message() << s.frames << " frames, " << s.taps << " taps of " << s.nIn << " to " << s.nOut
                                     << ", gap " << s.rowGap);
     const bool byRows = s.rowGap >= 0;
@@ -96,7 +96,7 @@ void checkProduct(Random& random, const Shape& s) {
 }
 
 TEST(Kernels, RowAndFrameProductsOfEveryShape) {
-    std::vector<Shape> shapes;
+    std::vector<Product> shapes;
     for (int nIn = 0; nIn <= 70; ++nIn)
         for (int nOut : {0, 1, 3, 4, 7, 8, 9, 13, 21}) shapes.push_back({1, nOut, 1, nIn, 0, 0, (nIn + nOut) % 4});
     for (int nIn : {1, 4, 5, 8, 9, 15, 16, 17, 31, 33, 257})
@@ -109,7 +109,7 @@ TEST(Kernels, RowAndFrameProductsOfEveryShape) {
         for (int nOut : {70, 120, 140, 155, 300}) shapes.push_back({frames, nOut, 3, nOut == 140 ? 70 : 5, 0, 0});
     shapes.push_back({9, 12, 1, 0, 1, 1});
     Random random(2);
-    for (const Shape& shape : shapes) {
+    for (const Product& shape : shapes) {
         checkProduct(random, shape);
         if (HasFatalFailure()) return;
     }
