@@ -4,7 +4,7 @@
 #include <exception>
 #include <string>
 
-#include "apps/batch/FileHash.h"
+#include "tracking/FileHash.h"
 #include "apps/commands/Commands.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/KTessel.h"

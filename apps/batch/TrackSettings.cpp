@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "apps/batch/FileHash.h"
+#include "tracking/FileHash.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/KTessel.h"
 #include "recordings/base/Errors.h"

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/batch/FileHash.h"
+#include "tracking/FileHash.h"
 #include "apps/commands/Commands.h"
 #include "katessel/LayerWeights.h"
 #include "katessel/ModelCard.hpp"

@@ -1,4 +1,4 @@
-#include "apps/batch/FileHash.h"
+#include "tracking/FileHash.h"
 
 #include <openssl/evp.h>
 
