@@ -1,10 +1,5 @@
 #include "tracking/Model.h"
 
-#include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
-#include <system_error>
-
 #include "katessel/DefaultModel.hpp"
 #include "katessel/ModelCard.hpp"
 #include "katessel/ModelCheck.hpp"
@@ -16,9 +11,6 @@ namespace katessel {
 
 namespace {
 
-constexpr char kHashKey[] = "sha256";
-constexpr char kBadCard[] = "bad model card";
-
 // Does what throws ModelError, and fails as the tool does.
 template <class Work>
 auto orFail(Work work) {
@@ -29,28 +21,14 @@ auto orFail(Work work) {
     }
 }
 
-nlohmann::json parseCard(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) fail(kBadCard, path, "a readable file", "one that cannot be opened");
-    try {
-        return nlohmann::json::parse(in);
-    } catch (const nlohmann::json::exception& error) {
-        fail(kBadCard, path, "JSON", error.what());
-    }
-}
-
 }  // namespace
 
 std::optional<std::string> cardHash(const std::string& model) {
-    const std::string card = KaTessel::modelCard(model);
-    std::error_code error;
-    if (!std::filesystem::exists(card, error)) return std::nullopt;
-    const nlohmann::json content = parseCard(card);
-    if (!content.is_object()) fail(kBadCard, card, "a JSON object", content.type_name());
-    const auto entry = content.find(kHashKey);
-    if (entry == content.end()) return std::nullopt;
-    if (!entry->is_string()) fail(kBadCard, card, std::string(kHashKey) + " to be a text", entry->dump());
-    return entry->get<std::string>();
+    const std::string key = "sha256";
+    const std::optional<std::string> value = orFail([&] { return KaTessel::cardValue(model, key); });
+    if (!value) return std::nullopt;
+    if (value->front() != '"') fail("bad model card", KaTessel::modelCard(model), key + " to be a text", *value);
+    return value->substr(1, value->size() - 2);
 }
 
 std::string modelPath(const std::string& given, TrackMode mode) {

@@ -30,7 +30,7 @@ void addModel(ReadFiles& read, const std::string& path);
 std::string modelPath(const std::string& given, TrackMode mode);
 
 // The SHA-256 that the card gives for the weight file; none when there is no card or it gives none. Fails when the card
-// is not JSON or the value is no text.
+// is no JSON object or the value is no text.
 std::optional<std::string> cardHash(const std::string& model);
 
 }  // namespace katessel

@@ -128,32 +128,37 @@ private:
 
 }  // namespace detail
 
-// The confidence from which on a frame of this model counts as voiced: `default_threshold` of its card, or 0.5 when there
-// is no card or it does not say. Throws ModelCardError when the card cannot be read or the value is no threshold.
-inline float modelThreshold(const std::string& model) {
-    constexpr float kWithoutCard = 0.5f;
-    const char* const key = "default_threshold";
+// What the card of a model has under `key`, as it is written, a text in its quotes; none when there is no card or it does
+// not say. Throws ModelCardError when the card cannot be read or is no JSON object.
+inline std::optional<std::string> cardValue(const std::string& model, const std::string& key) {
     const std::string path = modelCard(model);
     std::error_code missing;
-    if (!std::filesystem::exists(path, missing)) return kWithoutCard;
+    if (!std::filesystem::exists(path, missing)) return std::nullopt;
     const std::ifstream in(path, std::ios::binary);
     std::ostringstream content;
     if (in) content << in.rdbuf();
     if (!in || content.bad()) throw ModelCardError(path, "a readable file", "one that cannot be read");
     const std::string text = content.str();
-    std::optional<std::string> value;
     try {
-        value = detail::CardScanner(text).valueOf(key);
+        return detail::CardScanner(text).valueOf(key);
     } catch (const std::invalid_argument& error) {
         throw ModelCardError(path, "a JSON object", error.what());
     }
+}
+
+// The confidence from which on a frame of this model counts as voiced: `default_threshold` of its card, or 0.5 when there
+// is no card or it does not say. Throws ModelCardError when the card cannot be read or the value is no threshold.
+inline float modelThreshold(const std::string& model) {
+    constexpr float kWithoutCard = 0.5f;
+    const char* const key = "default_threshold";
+    const std::optional<std::string> value = cardValue(model, key);
     if (!value) return kWithoutCard;
     std::istringstream number(*value);
     number.imbue(std::locale::classic());
     float threshold = -1.0f;
     const bool digits = value->find_first_not_of("0123456789+-.eE") == std::string::npos;
     if (!digits || !(number >> threshold) || !number.eof() || !(threshold >= 0.0f) || !std::isfinite(threshold))
-        throw ModelCardError(path, std::string(key) + " to be a number from 0 up", *value);
+        throw ModelCardError(modelCard(model), std::string(key) + " to be a number from 0 up", *value);
     return threshold;
 }
 
