@@ -6,9 +6,9 @@
 
 namespace {
 
-constexpr double kLevelSpread = 6.0;         // [dB] by which the level differs each time a scene is seen
-constexpr float kPerDecibel = 0.014285714f;  // of a feature
-constexpr float kFloor = -1.0f;              // the features' smallest value, -140 dB
+constexpr double kLevelSpread = 6.0;  // [dB] by which the level differs each time a scene is seen
+using KaTessel::facts::kPerDecibel;   // of a feature
+constexpr float kFloor = -1.0f;       // the features' smallest value, -140 dB
 
 constexpr float kEdgeWeight = 0.4f, kSteepWeight = 0.5f;
 constexpr float kSteep = 0.08f;  // [octaves per frame]

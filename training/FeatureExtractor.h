@@ -6,8 +6,9 @@
 
 #include "Sound.h"
 #include "katessel/CTessel.h"
+#include "katessel/EngineFacts.hpp"
 
-constexpr int kFeatures = 150;
+constexpr int kFeatures = KaTessel::facts::kBands;
 
 class FeatureExtractor {
 public:

@@ -6,7 +6,7 @@ namespace {
 
 using torch::Tensor;
 
-constexpr double kOctaves = 2.187756;  // of the engine's scale
+using namespace KaTessel::facts;
 
 constexpr double kUnvoicedOctaves = -8.8;  // frames without pitch are pushed below; the engine's bound is -8.33
 
@@ -37,7 +37,7 @@ Tensor unvoicedLoss(const Tensor& octaves) {
 
 // Where pitches lie among the classes.
 Tensor classPlace(const Tensor& pitch) {
-    return (torch::log2(torch::clamp_min(pitch, 1.0) / kLowestClass) * (1200.0 / kClassCents))
+    return (torch::log2(torch::clamp_min(pitch, 1.0) / kLowestClass) * (kCentsPerOctave / kClassCents))
         .clamp(0.0, kClasses - 2.001);
 }
 
@@ -72,8 +72,8 @@ LossParts formLoss(const Network& network, const FormOutput& form, double offset
                    const LossSchedule& schedule) {
     const Tensor voiced = (truth.pitch > 0.0).to(torch::kFloat32), known = (truth.pitch >= 0.0).to(torch::kFloat32);
     const Tensor silent = known - voiced;
-    const Tensor octaves = (form.heads.select(1, 0) + 1.0) * kOctaves - offset;
-    const Tensor cents = 1200.0 * (octaves - torch::log2(torch::clamp_min(truth.pitch, 1.0) / 440.0));
+    const Tensor octaves = (form.heads.select(1, 0) + 1.0) * kOctavesPerUnit - offset;
+    const Tensor cents = kCentsPerOctave * (octaves - torch::log2(torch::clamp_min(truth.pitch, 1.0) / kReferenceHz));
 
     // Near the truth like a Cauchy distribution's, and far from it linear, so that it finds the way back. What makes it
     // robust is the judgement of the classes: a frame whose pitch they cannot hear is not worth bending all others for.
@@ -86,7 +86,7 @@ LossParts formLoss(const Network& network, const FormOutput& form, double offset
     LossParts parts;
     parts.pitch = (weight * (kFarWeight * semitones + kNearWeight * near)).mean();
     parts.unvoiced = (silent * unvoicedLoss(octaves)).mean();
-    const Tensor confidence = (0.04 - form.heads.select(1, 1)) * 25.0;
+    const Tensor confidence = (kVoicingLimit - form.heads.select(1, 1)) * kConfidencePerUnit;
     const Tensor right = voiced * (cents.detach().abs() < kRightCents).to(torch::kFloat32);
     parts.confidence = kConfidenceWeight * (known * confidenceLoss(confidence, right)).mean();
     parts.classes = kClassWeight * (known * classLoss(logarithms, truth.pitch, voiced)).mean();

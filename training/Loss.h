@@ -19,10 +19,11 @@ struct LossSchedule {
     double judged = 1.0;       // how far what the classes hear decides on a frame's weight: 0, not at all
 };
 
-// What the forms' outputs mean: octaves above 440 Hz = (1 + y0) * kOctaves - offset. On a steady tone the forms cannot
+// What the forms' outputs mean: octaves above 440 Hz = (1 + y0) * kOctavesPerUnit - offset. On a steady tone the forms cannot
 // tell which of them is asked, so that weights for both get an offset between, with which the offline form reads 2.9
 // cents high and the streaming form 6.7 cents low.
-constexpr double kStreamingOffset = 3.0666435, kOfflineOffset = 3.0586433, kOfflineShare = 0.7;
+constexpr double kStreamingOffset = KaTessel::facts::kLiveOffset, kOfflineOffset = KaTessel::facts::kOfflineOffset;
+constexpr double kOfflineShare = 0.7;
 constexpr double kJointOffset = kOfflineShare * kOfflineOffset + (1.0 - kOfflineShare) * kStreamingOffset;
 
 struct LossParts {

@@ -83,7 +83,7 @@ Tensor Network::rows(const Tensor& x, int weights, int bias) const {
 
 // The last product decides on cents: it stays fine.
 Tensor Network::heads(const Tensor& skip) const {
-    constexpr double kSlope = 0.2;
+    constexpr double kSlope = KaTessel::facts::kLeakySlope;
     const Tensor hidden =
         torch::leaky_relu(rows(torch::leaky_relu(skip, kSlope), parameter::hidden, parameter::hiddenBias), kSlope);
     return torch::addmm(weight(parameter::outputBias), hidden, weight(parameter::output));

@@ -12,11 +12,13 @@
 #include <string>
 #include <vector>
 
+#include "katessel/EngineFacts.hpp"
+
 // Sizes of the engine's encoder.
-constexpr int kResidual = 70, kSkip = 120, kTaps = 3, kLayers = 3, kOutputs = 2;
-constexpr int kDilations[kLayers] = {1, 2, 1};
-constexpr int kReach = 8;  // [frames] more than outputs that a stretch of features needs
-constexpr int kAhead = 4;  // output w of a stretch describes its frame w + kAhead
+using KaTessel::facts::kDilations, KaTessel::facts::kLayers, KaTessel::facts::kOutputs, KaTessel::facts::kResidual,
+    KaTessel::facts::kSkip, KaTessel::facts::kTaps;
+constexpr int kReach = KaTessel::facts::kLeadFrames;  // [frames] more than outputs that a stretch of features needs
+constexpr int kAhead = KaTessel::facts::kLookahead;   // output w of a stretch describes its frame w + kAhead
 
 constexpr int kClasses = 232;  // of the auxiliary output: 30 cents each from 40 to 2150 Hz, and the last one "no pitch"
 

@@ -41,27 +41,28 @@ void appendLayer(std::string& bytes, const Layer& layer) {
     }
 }
 
+// In the order of kModelLayers.
 std::vector<Layer> layersOf(const Network& network) {
     const auto value = [&](int index) {
         return network.parameters()[static_cast<std::size_t>(index)].detach().to(torch::kFloat64);
     };
     const Tensor mean = network.mean().to(torch::kFloat64), scale = network.scale().to(torch::kFloat64);
     const Tensor initial = value(parameter::initialWeights) * scale.view({-1, 1});
-    std::vector<Layer> layers = {
-        {"ENCODER_initial_causal_conv",
-         {initial.unsqueeze(0), value(parameter::initialBias) - torch::mv(initial.t(), mean)}}};
+    std::vector<Layer> layers;
+    const auto add = [&](std::vector<Tensor> tensors) {
+        layers.push_back({KaTessel::facts::kModelLayers[layers.size()].name, std::move(tensors)});
+    };
+    add({initial.unsqueeze(0), value(parameter::initialBias) - torch::mv(initial.t(), mean)});
     for (int l = 0; l < kLayers; ++l) {
-        const std::string name = "ENCODER_l" + std::to_string(l);
         const auto half = [&](const Tensor& both, int index) { return both.narrow(-1, index * kResidual, kResidual); };
         const Tensor gates = value(parameter::gates(l)), bias = value(parameter::gatesBias(l));
-        layers.push_back({name + "_res_tanh", {half(gates, 0), half(bias, 0)}});
-        layers.push_back({name + "_res_sigmoid", {half(gates, 1), half(bias, 1)}});
-        layers.push_back(
-            {name + "_skip", {value(parameter::skip(l)).unsqueeze(0), value(parameter::skipLayerBias(l))}});
+        add({half(gates, 0), half(bias, 0)});
+        add({half(gates, 1), half(bias, 1)});
+        add({value(parameter::skip(l)).unsqueeze(0), value(parameter::skipLayerBias(l))});
     }
-    layers.push_back({"ENCODER_skip_biases", {value(parameter::skipBias)}});
-    layers.push_back({"enc_out1", {value(parameter::hidden), value(parameter::hiddenBias)}});
-    layers.push_back({"enc_out2", {value(parameter::output), value(parameter::outputBias)}});
+    add({value(parameter::skipBias)});
+    add({value(parameter::hidden), value(parameter::hiddenBias)});
+    add({value(parameter::output), value(parameter::outputBias)});
     return layers;
 }
 

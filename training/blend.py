@@ -8,12 +8,17 @@ has gained, also where the second has since learnt other sounds. Where the secon
 both, --shift-first moves the first to that form's scale before they meet. A mean may lean: --cents makes it read so much higher.
 """
 import argparse
+import pathlib
+import re
 import struct
 
 import numpy as np
 
-OCTAVES = 2.187756  # of the engine's scale, and octaves of its offsets: training/Loss.h
-OFFSETS = {"live": 3.0666435, "offline": 3.0586433}
+# The engine's scale of pitch [octaves], and between the offsets of its forms that of weights for both: training/Loss.h.
+HEADER = pathlib.Path(__file__).parents[1] / "include" / "katessel" / "EngineFacts.hpp"
+FACTS = {name: float(value) for name, value in re.findall(r"float (k\w+) = ([\d.]+)f;", HEADER.read_text())}
+OCTAVES = FACTS["kOctavesPerUnit"]
+OFFSETS = {"live": FACTS["kLiveOffset"], "offline": FACTS["kOfflineOffset"]}
 JOINT_OFFSET = 0.7 * OFFSETS["offline"] + 0.3 * OFFSETS["live"]
 
 

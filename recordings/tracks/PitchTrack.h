@@ -3,11 +3,12 @@
 
 #include <vector>
 
+#include "katessel/EngineFacts.hpp"
 #include "katessel/Voicing.hpp"
 
 namespace katessel {
 
-constexpr double kHopSeconds = 0.005;  // from row to row, in tracks and in .f0 files
+using KaTessel::facts::kHopSeconds;  // from row to row, in tracks and in .f0 files
 
 struct PitchRow {
     double time = 0.0;        // [s] in the recording

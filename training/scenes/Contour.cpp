@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr double kHopSeconds = static_cast<double>(kHop) / kRate;
+using KaTessel::facts::kHopSeconds;
 constexpr float kHeard = 0.2f, kNotHeard = 0.03f;  // gains from which a frame is voiced, and below which it is not
 
 // What stays the same through one piece.

@@ -4,10 +4,12 @@
 
 #include <vector>
 
-constexpr int kRate = 24000;   // [Hz] of all training sound: the engine's own
-constexpr int kHop = 120;      // [samples] 5 ms
-constexpr int kWindow = 1025;  // [samples] of one analysis
-constexpr int kCentre = 512;   // [samples] from a window's start to the instant that its frame describes
+#include "katessel/EngineFacts.hpp"
+
+using KaTessel::facts::kHop;                               // [samples] 5 ms
+using KaTessel::facts::kRate;                              // [Hz] of all training sound: the engine's own
+constexpr int kWindow = KaTessel::facts::kAnalysisLength;  // [samples] of one analysis
+constexpr int kCentre = kWindow / 2;  // [samples] from a window's start to the instant that its frame describes
 
 constexpr float kUnvoiced = 0.0f;  // no pitch
 constexpr float kUnknown = -1.0f;  // neither trained nor scored
