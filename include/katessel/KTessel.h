@@ -54,7 +54,7 @@ KTESSEL_API int KTessel_Configure(int sampleRate, int reserved, int maxBlockSize
  *                  above 440 Hz
  *   outConfidence  one value, 0 or more: about the probability that the frame is voiced and its frequency within 50
  *                  cents. Unvoiced are the frames whose confidence is below a threshold; many of them have a frequency all the same. The model's card, the
- *                  JSON file beside the weight file, gives its threshold as "default_threshold": 0.7 for the default one.
+ *                  JSON file beside the weight file, gives its threshold as "default_threshold": 0.4 for the default one.
  *   centsMode      0 for Hz, anything else for cents
  *
  * Both outputs receive the last frame that this call completed or, when it completed none, the pair of the

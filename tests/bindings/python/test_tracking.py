@@ -72,9 +72,10 @@ class Values(unittest.TestCase):
         np.testing.assert_array_equal(in_blocks(stream, two, 512).frequency, expected.frequency)
 
     def test_voicing_is_switched(self):
-        # Confidence rises and falls slowly enough to lie within a decision's margin for a while.
+        # A tone that drowns in noise: its confidence lies within a decision's margin for a while.
         rate = 48000
-        x = samples_of(rate, 0.7, "tone", 200) * np.hanning(33600).astype(np.float32) ** 8
+        noise = np.random.default_rng(1).normal(size=33600) * np.linspace(0, 1, 33600)
+        x = (0.3 * samples_of(rate, 0.7, "tone", 200) + 0.5 * noise).astype(np.float32)
         tracks = {voicing: katessel.track(x, rate, mode="live", voicing=voicing) for voicing in ("frame", "hysteresis", "smooth")}
         voiced = {voicing: track.frequency > 0 for voicing, track in tracks.items()}
         np.testing.assert_array_equal(voiced["frame"], tracks["frame"].confidence >= katessel.Stream(rate).threshold)
