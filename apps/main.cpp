@@ -77,7 +77,7 @@ int main(int argc, char** argv) {
     try {
         run(argc, argv);
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-            fail("cannot write", "standard output", "room for the result", "none");
+            fail(kCannotWrite, "standard output", "room for the result", "none");
         return 0;
     } catch (const ToolError& error) {
         printError(error.what());

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+namespace katessel::training {
+
 namespace {
 
 constexpr double kLevelSpread = 6.0;  // [dB] by which the level differs each time a scene is seen
@@ -100,3 +102,5 @@ void ExamplePool::statistics(torch::Tensor& mean, torch::Tensor& scale) const {
         scale[i] = 1.0 / std::sqrt(std::max(variance, 1e-6));
     }
 }
+
+}  // namespace katessel::training

@@ -14,6 +14,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 constexpr int kSceneFrames = 240;
 
 struct Batch {
@@ -53,5 +55,7 @@ private:
     std::int64_t m_next;
     std::vector<Example> m_examples;
 };
+
+}  // namespace katessel::training
 
 #endif

@@ -4,7 +4,7 @@
 
 #include "recordings/base/Errors.h"
 
-using katessel::fail;
+namespace katessel::training {
 
 FeatureExtractor::FeatureExtractor(const std::string& model) : m_window(kWindow) {
     if (m_engine.configure(kRate, 0, kHop, model.c_str()) != 0)
@@ -18,3 +18,5 @@ void FeatureExtractor::extract(const Samples& samples, int frames, float* featur
         m_engine.bandStage(features + static_cast<std::ptrdiff_t>(f) * kFeatures);
     }
 }
+
+}  // namespace katessel::training

@@ -8,6 +8,8 @@
 #include "katessel/CTessel.h"
 #include "katessel/EngineFacts.hpp"
 
+namespace katessel::training {
+
 constexpr int kFeatures = KaTessel::facts::kBands;
 
 class FeatureExtractor {
@@ -22,5 +24,7 @@ private:
     KaTessel::CTessel m_engine;
     Samples m_window;
 };
+
+}  // namespace katessel::training
 
 #endif

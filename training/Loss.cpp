@@ -2,6 +2,8 @@
 
 #include "Sound.h"
 
+namespace katessel::training {
+
 namespace {
 
 using torch::Tensor;
@@ -93,3 +95,5 @@ LossParts formLoss(const Network& network, const FormOutput& form, double offset
     parts.total = parts.pitch + parts.unvoiced + parts.confidence + parts.classes;
     return parts;
 }
+
+}  // namespace katessel::training

@@ -6,6 +6,8 @@
 
 #include "Network.h"
 
+namespace katessel::training {
+
 // What is true of the frames of a batch, one element per row of the network's outputs.
 struct Truth {
     torch::Tensor pitch;   // [Hz], or kUnvoiced or kUnknown
@@ -32,5 +34,7 @@ struct LossParts {
 
 LossParts formLoss(const Network& network, const FormOutput& form, double offset, const Truth& truth,
                    const LossSchedule& schedule);
+
+}  // namespace katessel::training
 
 #endif

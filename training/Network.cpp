@@ -6,6 +6,8 @@
 #include "FeatureExtractor.h"
 #include "Products.h"
 
+namespace katessel::training {
+
 namespace {
 
 using torch::Tensor;
@@ -121,3 +123,5 @@ void Network::to(const torch::Device& device) {
     m_mean = m_mean.to(device);
     m_scale = m_scale.to(device);
 }
+
+}  // namespace katessel::training

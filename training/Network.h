@@ -14,6 +14,8 @@
 
 #include "katessel/EngineFacts.hpp"
 
+namespace katessel::training {
+
 // Sizes of the engine's encoder.
 using KaTessel::facts::kDilations, KaTessel::facts::kLayers, KaTessel::facts::kOutputs, KaTessel::facts::kResidual,
     KaTessel::facts::kSkip, KaTessel::facts::kTaps;
@@ -86,5 +88,7 @@ constexpr int output = hiddenBias + 1, outputBias = output + 1;
 constexpr int classWeights = outputBias + 1, classBias = classWeights + 1;
 constexpr int count = classBias + 1;
 }  // namespace parameter
+
+}  // namespace katessel::training
 
 #endif

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <tuple>
 
+namespace katessel::training {
+
 namespace {
 
 using torch::Tensor;
@@ -97,3 +99,5 @@ void Optimizer::soap(std::size_t index, Tensor& parameter, const Tensor& gradien
     right.copy_(turned(columns, right, columnOrder));
     variance.copy_(variance.index_select(0, rowOrder).index_select(1, columnOrder));
 }
+
+}  // namespace katessel::training

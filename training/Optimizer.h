@@ -6,6 +6,8 @@
 
 #include <vector>
 
+namespace katessel::training {
+
 enum class OptimizerKind { adam, soap };
 
 // Adam (D. Kingma and J. Ba, 2015), or for the matrices SOAP (N. Vyas et al., "SOAP: Improving and stabilizing Shampoo
@@ -32,5 +34,7 @@ private:
     OptimizerKind m_kind;
     std::vector<torch::Tensor> m_state;
 };
+
+}  // namespace katessel::training
 
 #endif

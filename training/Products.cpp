@@ -2,6 +2,8 @@
 
 #include "RowLoops.h"
 
+namespace katessel::training {
+
 namespace {
 
 using torch::Tensor;
@@ -100,3 +102,5 @@ Tensor gatedProduct(const Tensor& x, const Tensor& weights, const Tensor& bias, 
     const std::int64_t half = gates.size(2) / 2;
     return torch::tanh(gates.narrow(2, 0, half)) * torch::sigmoid(gates.narrow(2, half, half));
 }
+
+}  // namespace katessel::training

@@ -4,6 +4,8 @@
 
 #include <torch/torch.h>
 
+namespace katessel::training {
+
 // A dilated convolution: out[t] = bias + sum over k of x[t + (taps - 1 - k) * dilation] W[k].
 //   x        frames x batch x inputs
 //   weights  taps x inputs x outputs
@@ -16,5 +18,7 @@ torch::Tensor product(const torch::Tensor& x, const torch::Tensor& weights, cons
 // The same, and of each result tanh of its first half of outputs times sigmoid of the second.
 torch::Tensor gatedProduct(const torch::Tensor& x, const torch::Tensor& weights, const torch::Tensor& bias,
                            std::int64_t dilation, bool coarse);
+
+}  // namespace katessel::training
 
 #endif

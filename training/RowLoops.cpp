@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+namespace katessel::training {
+
 namespace {
 
 // To the nearest, ties to even.
@@ -118,3 +120,5 @@ template void openGates(const float*, const float*, std::int64_t, std::int64_t, 
 template void openGates(const float*, const float*, std::int64_t, std::int64_t, Coarse*, float*);
 template void sumRows(const float*, std::int64_t, std::int64_t, float*, float*);
 template void sumRows(const float*, std::int64_t, std::int64_t, Coarse*, float*);
+
+}  // namespace katessel::training

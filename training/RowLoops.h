@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+namespace katessel::training {
+
 using Coarse = std::uint16_t;  // the bits of a bfloat16: a float's upper half
 
 // A dilated convolution from frames x batch x inputs; a row of its product holds the inputs of all taps, newest first.
@@ -44,5 +46,7 @@ void openGates(const float* tanhs, const float* gradient, std::int64_t rows, std
 template <class Number>
 void sumRows(const float* gradient, std::int64_t rows, std::int64_t outputs, Number* __restrict out,
              float* __restrict sum);
+
+}  // namespace katessel::training
 
 #endif

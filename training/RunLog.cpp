@@ -9,8 +9,9 @@
 
 #include "recordings/base/Errors.h"
 
+namespace katessel::training {
+
 namespace fs = std::filesystem;
-using namespace katessel;
 
 namespace {
 
@@ -77,3 +78,5 @@ void RunLog::progress(std::int64_t step, const LossMeans& means) {
                  duration(perStep * static_cast<double>(m_steps - step)).c_str(),
                  m_terminal && step < m_steps ? "  " : "\n");
 }
+
+}  // namespace katessel::training

@@ -10,13 +10,15 @@
 #include "Trainer.h"
 #include "recordings/scoring/ScoreReport.h"
 
+namespace katessel::training {
+
 class RunLog {
 public:
     // Goes on with the files of an earlier run in the same folder, or begins them.
     RunLog(const std::string& folder, std::int64_t firstStep, std::int64_t steps);
 
     void losses(std::int64_t step, const LossMeans& means);
-    void scores(std::int64_t step, const std::string& form, const std::vector<katessel::ScoredGroup>& groups);
+    void scores(std::int64_t step, const std::string& form, const std::vector<ScoredGroup>& groups);
 
 private:
     void progress(std::int64_t step, const LossMeans& means);
@@ -26,5 +28,7 @@ private:
     std::chrono::steady_clock::time_point m_start, m_printed;
     bool m_terminal;
 };
+
+}  // namespace katessel::training
 
 #endif

@@ -3,20 +3,18 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <exception>
-#include <fstream>
 #include <sstream>
 #include <thread>
 #include <utility>
 
+#include "Checkpoint.h"
 #include "WeightExport.h"
 #include "recordings/base/Errors.h"
-#include "recordings/base/OutputFile.h"
+
+namespace katessel::training {
 
 namespace fs = std::filesystem;
-using katessel::fail;
-using katessel::OutputFile;
 
 namespace {
 
@@ -166,41 +164,6 @@ LossMeans Trainer::step() {
     return means;
 }
 
-namespace {
-
-constexpr char kChecksumMark[] = "checksum";  // behind the archive, then the sum in hexadecimal
-constexpr std::size_t kChecksumSize = sizeof kChecksumMark - 1 + 16;
-
-// FNV-1a.
-std::string checksumOf(const std::string& bytes) {
-    std::uint64_t sum = 0xcbf29ce484222325u;
-    for (const char byte : bytes) sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100000001b3u;
-    char text[17];
-    std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(sum));
-    return text;
-}
-
-std::string withChecksum(std::string bytes) {
-    const std::string sum = checksumOf(bytes);
-    return std::move(bytes.append(kChecksumMark).append(sum));
-}
-
-// The archive in a file. Those of earlier versions have no checksum.
-std::string withoutChecksum(const std::string& path) {
-    std::ostringstream content;
-    content << std::ifstream(path, std::ios::binary).rdbuf();
-    std::string bytes = content.str();
-    if (bytes.size() < kChecksumSize) return bytes;
-    const std::string ending = bytes.substr(bytes.size() - kChecksumSize);
-    if (!ending.starts_with(kChecksumMark)) return bytes;
-    bytes.resize(bytes.size() - kChecksumSize);
-    const std::string found = checksumOf(bytes), expected = ending.substr(sizeof kChecksumMark - 1);
-    if (found != expected) fail("cannot go on", path, "a checkpoint with the checksum " + expected, found);
-    return bytes;
-}
-
-}  // namespace
-
 void Trainer::save() const {
     torch::serialize::OutputArchive archive;
     for (std::size_t i = 0; i < m_network->parameters().size(); ++i) {
@@ -219,13 +182,13 @@ void Trainer::save() const {
                  "others; the checkpoint before stays");
     std::ostringstream bytes;
     archive.save_to(bytes);
-    OutputFile(checkpointPath()).write(withChecksum(bytes.str()));
+    writeCheckpoint(checkpointPath(), bytes.str());
 }
 
 void Trainer::load(const std::string& path, bool everything) {
     if (!fs::exists(path)) fail("cannot go on", path, "a checkpoint", "none");
     torch::serialize::InputArchive archive;
-    std::istringstream bytes(withoutChecksum(path));
+    std::istringstream bytes(readCheckpoint(path));
     try {
         archive.load_from(bytes);
         const auto read = [&](const std::string& name) {
@@ -249,3 +212,5 @@ void Trainer::load(const std::string& path, bool everything) {
         fail("cannot go on", path, "a checkpoint of this trainer", error.what_without_backtrace());
     }
 }
+
+}  // namespace katessel::training

@@ -16,6 +16,8 @@
 #include "Optimizer.h"
 #include "Scene.h"
 
+namespace katessel::training {
+
 // Which of the network's forms the weights are for.
 enum class Forms { both, streaming, offline };
 
@@ -82,5 +84,7 @@ private:
     std::unique_ptr<Optimizer> m_optimizer;
     std::vector<Worker> m_workers;
 };
+
+}  // namespace katessel::training
 
 #endif

@@ -10,6 +10,8 @@
 #include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
 
+namespace katessel::training {
+
 namespace {
 
 using torch::Tensor;
@@ -97,27 +99,28 @@ void exportWeights(const Network& network, const std::string& path) {
     std::string bytes;
     appendInteger(bytes, static_cast<std::int64_t>(layers.size()));
     for (const Layer& layer : layers) appendLayer(bytes, layer);
-    katessel::OutputFile(path).write(bytes);
+    OutputFile(path).write(bytes);
 }
 
 void importWeights(const std::string& path, Network& network) {
     KaTessel::LayerFile file;
     std::string why;
-    if (!file.read(path, &why)) katessel::fail("cannot start", path, "a weight file", why);
+    if (!file.read(path, &why)) fail("cannot start", path, "a weight file", why);
     std::vector<Layer> layers = layersOf(network);
     for (Layer& layer : layers) {
         const auto* found = std::find_if(file.layers(), file.layers() + file.layerCount(),
                                          [&](const auto& other) { return other.name == layer.name; });
         const std::size_t count = layer.tensors.size();
         if (found == file.layers() + file.layerCount() || static_cast<std::size_t>(found->tensorCount) != count)
-            katessel::fail("cannot start", path, "layer \"" + layer.name + "\" without a gain", "another");
+            fail("cannot start", path, "layer \"" + layer.name + "\" without a gain", "another");
         for (std::size_t t = 0; t < count; ++t) {
             if (found->tensors[t].count != layer.tensors[t].numel())
-                katessel::fail("cannot start", path,
-                               std::to_string(layer.tensors[t].numel()) + " values in " + layer.name,
-                               std::to_string(found->tensors[t].count));
+                fail("cannot start", path, std::to_string(layer.tensors[t].numel()) + " values in " + layer.name,
+                     std::to_string(found->tensors[t].count));
             layer.tensors[t] = torch::from_blob(found->tensors[t].values, layer.tensors[t].sizes()).to(torch::kFloat64);
         }
     }
     setLayers(network, layers);
 }
+
+}  // namespace katessel::training

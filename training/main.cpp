@@ -6,21 +6,19 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <future>
 #include <optional>
 
+#include "BackgroundScores.h"
 #include "Corpus.h"
 #include "RunLog.h"
 #include "Trainer.h"
-#include "WeightExport.h"
 #include "recordings/base/Errors.h"
 #include "recordings/base/ProcessStart.h"
 #include "recordings/base/Text.h"
-#include "recordings/scoring/FolderScores.h"
-#include "tracking/RecordingTracker.h"
 
 namespace fs = std::filesystem;
 using namespace katessel;
+using namespace katessel::training;
 
 namespace {
 
@@ -33,7 +31,6 @@ constexpr char kAbout[] =
     "scores.csv. The same seed and number of threads give the same run.";
 
 constexpr int kLossSteps = 50;  // steps per line of losses.csv
-constexpr double kScoredThreshold = 0.5;
 
 // What libraries read when they are loaded: one thread per product, inside workers that fill the machine, and memory that
 // is kept, because every step asks for the same large pieces again and fresh ones must be cleared first.
@@ -115,43 +112,6 @@ TrainingOptions parse(CLI::App& app, int argc, char** argv) {
     }
     return options;
 }
-
-// Scores weights in the background while the training goes on.
-class BackgroundScores {
-public:
-    BackgroundScores(const TrainingOptions& options, RunLog& log) : m_options(options), m_log(log) {}
-
-    void start(const Network& network, std::int64_t step) {
-        const std::string weights = (fs::path(m_options.out) / "current.weights").string();
-        exportWeights(network, weights);
-        if (m_options.scored.empty()) return;
-        finish();
-        m_step = step;
-        m_running = std::async(std::launch::async, [this, weights] {
-            RecordingTracker tracker(weights, TrackMode::offline);
-            const auto track = [&](const std::string& recording, std::size_t) {
-                return tracker.track(readRecording(recording), recording);
-            };
-            return scoreFolder(m_options.scored, kScoredThreshold, track, [](const std::string& message) {
-                throw ToolError(message, kStatusFailure);  // figures of fewer recordings would not be comparable
-            });
-        });
-    }
-
-    // Writes down what has been scored, if anything has.
-    void poll() {
-        if (m_running.valid() && m_running.wait_for(std::chrono::seconds(0)) == std::future_status::ready) finish();
-    }
-    void finish() {
-        if (m_running.valid()) m_log.scores(m_step, "offline", m_running.get());
-    }
-
-private:
-    const TrainingOptions& m_options;
-    RunLog& m_log;
-    std::future<std::vector<ScoredGroup>> m_running;
-    std::int64_t m_step = 0;
-};
 
 void train(const TrainingOptions& options) {
     torch::set_num_threads(1);

@@ -14,8 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr char kCannotWrite[] = "cannot write";
-
 void checkFolder(const std::string& folder) {
     std::error_code error;
     if (fs::exists(folder, error) && !fs::is_directory(folder, error)) fail(kCannotWrite, folder, "a folder", "a file");

@@ -31,7 +31,7 @@ OutputFile openOutput(const std::string& path) {
     const fs::path folder = fs::path(path).parent_path();
     std::error_code error;
     if (!folder.empty()) fs::create_directories(folder, error);
-    if (error) fail("cannot write", path, "a folder for it", error.message());
+    if (error) fail(kCannotWrite, path, "a folder for it", error.message());
     return OutputFile(path);
 }
 

@@ -168,7 +168,7 @@ std::vector<TrackJob> planRun(const TrackOptions& options, const TrackSettings& 
 void trackSingle(const TrackJob& job, const TrackSettings& settings) {
     if (job.isDone) return;
     if (settings.format->isBinary && OutputFile(job.output).isTerminal())
-        failUsage("cannot write", "standard output", std::string("a file or a pipe for ") + settings.format->name,
+        failUsage(kCannotWrite, "standard output", std::string("a file or a pipe for ") + settings.format->name,
                   "a terminal");
     runJob(job, settings);
 }

@@ -54,7 +54,7 @@ void LiveOutput::add(const PitchRow& row) {
 void LiveOutput::flush() {
     if (m_streams) {
         if (std::fwrite(m_text.data(), 1, m_text.size(), stdout) != m_text.size() || std::fflush(stdout) != 0)
-            fail("cannot write", "standard output", "room for the result", "none");
+            fail(kCannotWrite, "standard output", "room for the result", "none");
     } else if (m_file && m_time - m_flushed >= kFileInterval) {
         m_file->append(m_text);
         m_flushed = m_time;

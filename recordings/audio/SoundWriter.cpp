@@ -12,7 +12,6 @@ namespace katessel {
 
 namespace {
 
-constexpr char kCannotWrite[] = "cannot write";
 constexpr double kMostBytes = 4.0e9;  // of a WAV file, a little below what its lengths can say
 
 int formatOf(const std::string& path) {

@@ -19,7 +19,9 @@ private:
     int m_status;
 };
 
-constexpr char kWrongUsage[] = "wrong usage";  // as WHAT, where options do not fit together
+// WHAT, as several places say it.
+constexpr char kCannotWrite[] = "cannot write";
+constexpr char kWrongUsage[] = "wrong usage";  // options do not fit together
 
 // "WHAT: WHERE: expected EXPECTED, found FOUND".
 std::string errorMessage(const std::string& what, const std::string& where, const std::string& expected,

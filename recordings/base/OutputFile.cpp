@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 namespace {
 
 [[noreturn]] void failWriting(const std::string& path, const std::string& expected, const std::string& found) {
-    fail("cannot write", path, expected, found);
+    fail(kCannotWrite, path, expected, found);
 }
 
 // Returns 0 or an error number.

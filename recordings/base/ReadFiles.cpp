@@ -16,8 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr char kCannotWrite[] = "cannot write";
-
 bool isFile(const std::string& path) { return !path.empty() && path != "-"; }
 
 // None for what is no regular file: there is nothing to lose.

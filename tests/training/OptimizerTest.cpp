@@ -5,6 +5,7 @@
 
 #include <cmath>
 
+namespace katessel::training {
 namespace {
 
 using torch::Tensor;
@@ -42,3 +43,4 @@ TEST(PlainOptimizer, SoapFollowsAxesThatAdamDoesNotSee) {
 }
 
 }  // namespace
+}  // namespace katessel::training

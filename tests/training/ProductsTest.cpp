@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+namespace katessel::training {
 namespace {
 
 using torch::Tensor;
@@ -43,3 +44,4 @@ TEST(PlainProducts, AndTheirDerivativesAreTheTrueOnes) {
 }
 
 }  // namespace
+}  // namespace katessel::training

@@ -11,6 +11,7 @@
 #include "Levels.h"
 #include "Rooms.h"
 
+namespace katessel::training {
 namespace {
 
 double energy(Samples::const_iterator begin, Samples::const_iterator end) {
@@ -101,3 +102,4 @@ TEST(PlainScenes, AreFiniteOfTheWholeScaleAndTheSameForTheSameSeed) {
 }
 
 }  // namespace
+}  // namespace katessel::training

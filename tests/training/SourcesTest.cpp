@@ -11,6 +11,7 @@
 #include "Tones.h"
 #include "Voices.h"
 
+namespace katessel::training {
 namespace {
 
 // How a sound repeats around the instant of a frame, compared over two periods.
@@ -139,7 +140,7 @@ TEST(PlainTrainingSound, ExcerptsAndRecordersKeepSoundAndTruthTogether) {
     using Effect = void (*)(Samples&, Random&);
     const std::pair<const char*, Effect> effects[] = {{"equaliser", equalise},
                                                       {"telephone", telephone},
-                                                      {"clipping", ::clip},
+                                                      {"clipping", training::clip},
                                                       {"compressor", compress},
                                                       {"codec", code}};
     for (const auto& [name, effect] : effects) {
@@ -156,3 +157,4 @@ TEST(PlainTrainingSound, ExcerptsAndRecordersKeepSoundAndTruthTogether) {
 }
 
 }  // namespace
+}  // namespace katessel::training

@@ -9,6 +9,7 @@
 #include "WeightExport.h"
 #include "recordings/base/Errors.h"
 
+namespace katessel::training {
 namespace {
 
 namespace fs = std::filesystem;
@@ -170,7 +171,7 @@ TEST_F(PlainTrainer, BadCheckpointsAreNeitherWrittenNorRead) {
         trainer.save();
         const auto written = fs::last_write_time(checkpoint);
         for (int i = 0; i < 4; ++i) trainer.step();
-        EXPECT_THROW(trainer.save(), katessel::ToolError);
+        EXPECT_THROW(trainer.save(), ToolError);
         EXPECT_EQ(fs::last_write_time(checkpoint), written);
     }
     EXPECT_EQ(Trainer(m_options, {}).steps(), 0);
@@ -178,7 +179,8 @@ TEST_F(PlainTrainer, BadCheckpointsAreNeitherWrittenNorRead) {
     file.seekp(static_cast<std::streamoff>(fs::file_size(checkpoint) / 2));
     file.put('\x7f').put('\x11');
     file.close();
-    EXPECT_THROW(Trainer(m_options, {}), katessel::ToolError);
+    EXPECT_THROW(Trainer(m_options, {}), ToolError);
 }
 
 }  // namespace
+}  // namespace katessel::training

@@ -14,6 +14,7 @@
 #include "Voices.h"
 #include "katessel/KTessel.h"
 
+namespace katessel::training {
 namespace {
 
 constexpr int kFrames = 60;
@@ -95,7 +96,8 @@ TEST_F(PlainWeightExport, ImportedWeightsGiveTheSameOutputs) {
     EXPECT_TRUE(torch::allclose(offline.heads, m_offline.heads, 1e-4, 1e-4));
     EXPECT_TRUE(torch::allclose(offline.middle, m_offline.middle, 1e-4, 1e-4));
     std::filesystem::resize_file(m_path, 1000);
-    EXPECT_THROW(importWeights(m_path, other), katessel::ToolError);
+    EXPECT_THROW(importWeights(m_path, other), ToolError);
 }
 
 }  // namespace
+}  // namespace katessel::training

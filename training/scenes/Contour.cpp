@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace katessel::training {
+
 namespace {
 
 using KaTessel::facts::kHopSeconds;
@@ -137,3 +139,5 @@ Course follow(const Contour& contour, std::size_t samples) {
     }
     return course;
 }
+
+}  // namespace katessel::training

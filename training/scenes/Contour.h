@@ -7,6 +7,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 // Values at control points one hop apart. Point c lies at sample kCentre + (c - kLead) * kHop: the sound has some before
 // its first frame and after its last.
 constexpr int kLead = 5;
@@ -30,5 +32,7 @@ struct Course {
     Samples gain;
 };
 Course follow(const Contour& contour, std::size_t samples);
+
+}  // namespace katessel::training
 
 #endif

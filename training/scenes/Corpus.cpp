@@ -10,8 +10,9 @@
 #include "recordings/base/Text.h"
 #include "recordings/tracks/Reference.h"
 
+namespace katessel::training {
+
 namespace fs = std::filesystem;
-using namespace katessel;
 
 namespace {
 
@@ -140,3 +141,5 @@ Samples roughExcerpt(const Clip& clip, double start, double speed, int samples) 
     }
     return out;
 }
+
+}  // namespace katessel::training

@@ -8,6 +8,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 struct Clip {
     Samples samples;           // at kRate
     std::vector<float> pitch;  // [Hz] of frame i, around sample i * kHop; or kUnvoiced or kUnknown
@@ -38,5 +40,7 @@ LabelledSound excerpt(const Clip& clip, double start, double speed, int frames);
 
 // The same without the truth, and cheaper: for sound that is only heard behind another.
 Samples roughExcerpt(const Clip& clip, double start, double speed, int samples);
+
+}  // namespace katessel::training
 
 #endif

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+namespace katessel::training {
+
 namespace {
 
 Biquad pass(double hz, bool high) {
@@ -32,3 +34,5 @@ Biquad peak(double hz, double quality, double decibels) {
 
 Biquad highPass(double hz) { return pass(hz, true); }
 Biquad lowPass(double hz) { return pass(hz, false); }
+
+}  // namespace katessel::training

@@ -4,6 +4,8 @@
 
 #include "Sound.h"
 
+namespace katessel::training {
+
 struct Biquad {
     double b0, b1, b2, a1, a2;
 
@@ -16,5 +18,7 @@ Biquad peak(double hz, double quality, double decibels);
 // Butterworth, 12 dB per octave.
 Biquad highPass(double hz);
 Biquad lowPass(double hz);
+
+}  // namespace katessel::training
 
 #endif

@@ -10,6 +10,8 @@
 #include "Tracts.h"
 #include "Voices.h"
 
+namespace katessel::training {
+
 namespace {
 
 constexpr int kOversampling = 4;  // of the pulse, whose end is abrupt
@@ -99,3 +101,5 @@ LabelledSound drawGlottalVoice(double base, int frames, Random& random) {
     setPitch(sound, contour);
     return sound;
 }
+
+}  // namespace katessel::training

@@ -5,6 +5,8 @@
 #include <array>
 #include <cmath>
 
+namespace katessel::training {
+
 double bandEnd(double hz) { return std::clamp((kHighestPartial - hz) / 600.0, 0.0, 1.0); }
 
 Envelope steadyEnvelope(const Contour& contour, const std::vector<double>& levels) {
@@ -67,3 +69,5 @@ LabelledSound silenceFor(int frames) {
 void setPitch(LabelledSound& sound, const Contour& contour) {
     std::copy_n(contour.label.begin() + kLead, sound.pitch.size(), sound.pitch.begin());
 }
+
+}  // namespace katessel::training

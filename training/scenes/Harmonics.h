@@ -8,6 +8,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 constexpr int kMostHarmonics = 190;
 constexpr double kHighestPartial = 7600.0;  // [Hz] the analysis ends at 7000
 
@@ -30,5 +32,7 @@ LabelledSound silenceFor(int frames);
 
 // What the contour intends, of every frame.
 void setPitch(LabelledSound& sound, const Contour& contour);
+
+}  // namespace katessel::training
 
 #endif

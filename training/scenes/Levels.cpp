@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace katessel::training {
+
 double decibels(double value) { return std::pow(10.0, value / 20.0); }
 
 double level(const Samples& samples) {
@@ -42,3 +44,5 @@ void addAtLevel(Samples& samples, const Samples& other, double reference, double
     const double theirs = level(other);
     if (theirs > 0.0) add(samples, other, gain * reference / theirs);
 }
+
+}  // namespace katessel::training

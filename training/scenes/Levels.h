@@ -4,6 +4,8 @@
 
 #include "Sound.h"
 
+namespace katessel::training {
+
 // The factor of so many decibels.
 double decibels(double value);
 
@@ -17,5 +19,7 @@ void add(Samples& samples, const Samples& other, double gain);
 
 // Adds the other sound at a level of `gain` times `reference`; nothing where it is silent.
 void addAtLevel(Samples& samples, const Samples& other, double reference, double gain);
+
+}  // namespace katessel::training
 
 #endif

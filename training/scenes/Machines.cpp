@@ -7,6 +7,8 @@
 #include "Levels.h"
 #include "Noises.h"
 
+namespace katessel::training {
+
 namespace {
 
 constexpr int kOrders = 40;
@@ -89,3 +91,5 @@ Samples drawWhine(int samples, Random& random) {
     addNoiseAround(out, -4.0, 16.0, random);
     return out;
 }
+
+}  // namespace katessel::training

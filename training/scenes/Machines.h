@@ -5,6 +5,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 // Mains hum: 50 or 60 Hz and harmonics.
 Samples drawHum(int samples, Random& random);
 
@@ -13,5 +15,7 @@ Samples drawEngine(int samples, Random& random);
 
 // Fans, saws and gears: a few partials in no simple ratio, with sidebands, in noise.
 Samples drawWhine(int samples, Random& random);
+
+}  // namespace katessel::training
 
 #endif

@@ -8,6 +8,8 @@
 #include "Levels.h"
 #include "Spectrum.h"
 
+namespace katessel::training {
+
 namespace {
 
 constexpr float kMuLaw = 255.0f;
@@ -112,3 +114,5 @@ void record(Samples& samples, Random& random) {
     if (random.chance(0.1)) code(samples, random);
     if (random.chance(0.07)) telephone(samples, random);
 }
+
+}  // namespace katessel::training

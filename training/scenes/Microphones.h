@@ -5,6 +5,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 // Some peaks or dips of up to 12 dB, and perhaps a band that ends early on either side.
 void equalise(Samples& samples, Random& random);
 
@@ -23,5 +25,7 @@ void code(Samples& samples, Random& random);
 
 // The whole chain behind the microphone: any of the above.
 void record(Samples& samples, Random& random);
+
+}  // namespace katessel::training
 
 #endif

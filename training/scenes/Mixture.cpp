@@ -11,6 +11,8 @@
 #include "Rooms.h"
 #include "Voices.h"
 
+namespace katessel::training {
+
 namespace {
 
 Samples drawRecorded(const Corpus& corpus, int frames, double lowest, double highest, Random& random) {
@@ -106,3 +108,5 @@ void addBackground(LabelledSound& sound, const Sources& sources, Random& random)
     if (random.chance(0.3)) equalise(noise, random);
     addAtLevel(sound.samples, noise, own, decibels(-ratio));
 }
+
+}  // namespace katessel::training

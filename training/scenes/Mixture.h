@@ -6,6 +6,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 // The recordings that scenes are made from; any may be absent, generated sound takes its place.
 struct Sources {
     const Corpus* pitched = nullptr;  // with known pitch
@@ -18,5 +20,7 @@ LabelledSound drawPitchless(const Sources& sources, int frames, Random& random);
 
 // Adds what is behind a voice: in two of five cases from 8 dB above it to 5 below, otherwise softer.
 void addBackground(LabelledSound& sound, const Sources& sources, Random& random);
+
+}  // namespace katessel::training
 
 #endif

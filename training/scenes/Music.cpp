@@ -7,6 +7,8 @@
 #include "StringsAndPipes.h"
 #include "Tones.h"
 
+namespace katessel::training {
+
 namespace {
 
 // What one drum sounds like: a sine that falls, and noise through a one-pole filter.
@@ -78,3 +80,5 @@ Samples drawMusic(int frames, int parts, Random& random) {
                    decibels(random.uniform(-10.0, 6.0)));
     return music;
 }
+
+}  // namespace katessel::training

@@ -7,6 +7,8 @@
 #include "Levels.h"
 #include "Spectrum.h"
 
+namespace katessel::training {
+
 namespace {
 
 // Two one-pole filters in series tilt white noise; blended with the white noise itself they give any colour between.
@@ -162,3 +164,5 @@ void modulate(Samples& out, Random& random) {
         out[i] *= gain;
     }
 }
+
+}  // namespace katessel::training

@@ -5,6 +5,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 // One kind of noise, drawn at random: any colour, rain-like clicks, gusts, bands that wander, chopped or steady.
 Samples drawNoise(int samples, Random& random);
 
@@ -19,5 +21,7 @@ Samples drawFloor(int samples, Random& random);
 
 // Gusts and pauses: a slow, random gain.
 void modulate(Samples& out, Random& random);
+
+}  // namespace katessel::training
 
 #endif

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <random>
 
+namespace katessel::training {
+
 class Random {
 public:
     explicit Random(std::uint64_t seed) : m_engine(seed * 0x9E3779B97F4A7C15ull + 1) {}
@@ -28,5 +30,7 @@ private:
     std::normal_distribution<double> m_normal;
     std::uint64_t m_state = m_engine();
 };
+
+}  // namespace katessel::training
 
 #endif

@@ -5,6 +5,8 @@
 
 #include "Contour.h"
 
+namespace katessel::training {
+
 namespace {
 
 // The frame around a sample.
@@ -80,3 +82,5 @@ LabelledSound withNewMelody(const LabelledSound& sound, Random& random) {
     }
     return out;
 }
+
+}  // namespace katessel::training

@@ -7,6 +7,8 @@
 #include "Levels.h"
 #include "Spectrum.h"
 
+namespace katessel::training {
+
 namespace {
 
 using Point = std::array<double, 3>;  // [m]
@@ -106,3 +108,5 @@ Samples drawRoom(Random& random) {
 }
 
 void reverberate(Samples& samples, Random& random) { samples = convolve(samples, drawRoom(random)); }
+
+}  // namespace katessel::training

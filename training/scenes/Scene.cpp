@@ -13,6 +13,8 @@
 #include "Tones.h"
 #include "Voices.h"
 
+namespace katessel::training {
+
 namespace {
 
 constexpr double kHighestMedian = 1800.0;  // [Hz] to which a recording is sped up
@@ -97,3 +99,5 @@ LabelledSound drawScene(const Sources& sources, int frames, Random& random) {
     finish(sound, random);
     return sound;
 }
+
+}  // namespace katessel::training

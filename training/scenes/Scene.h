@@ -6,6 +6,10 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 LabelledSound drawScene(const Sources& sources, int frames, Random& random);
+
+}  // namespace katessel::training
 
 #endif

@@ -6,6 +6,8 @@
 
 #include "katessel/EngineFacts.hpp"
 
+namespace katessel::training {
+
 using KaTessel::facts::kHop;                               // [samples] 5 ms
 using KaTessel::facts::kRate;                              // [Hz] of all training sound: the engine's own
 constexpr int kWindow = KaTessel::facts::kAnalysisLength;  // [samples] of one analysis
@@ -23,5 +25,7 @@ struct LabelledSound {
 
 // The number of samples that `frames` frames need.
 constexpr int samplesFor(int frames) { return (frames - 1) * kHop + kWindow; }
+
+}  // namespace katessel::training
 
 #endif

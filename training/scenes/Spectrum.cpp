@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace katessel::training {
+
 namespace {
 
 // At least so many samples, and quick to transform: a power of two or three quarters of one.
@@ -41,3 +43,5 @@ Samples convolve(const Samples& samples, const Samples& response) {
     filtered.resize(samples.size());
     return filtered;
 }
+
+}  // namespace katessel::training

@@ -8,6 +8,8 @@
 #include "Harmonics.h"
 #include "Levels.h"
 
+namespace katessel::training {
+
 namespace {
 
 constexpr std::size_t kPartials = 64;
@@ -126,3 +128,5 @@ LabelledSound drawPipe(double base, int frames, Random& random) {
     setPitch(sound, contour);
     return sound;
 }
+
+}  // namespace katessel::training

@@ -8,6 +8,8 @@
 #include "Harmonics.h"
 #include "Levels.h"
 
+namespace katessel::training {
+
 namespace {
 
 using Series = std::vector<double>;  // amplitude of harmonic k at k - 1
@@ -132,3 +134,5 @@ LabelledSound drawModulated(double base, int frames, Random& random) {
     setPitch(sound, contour);
     return sound;
 }
+
+}  // namespace katessel::training

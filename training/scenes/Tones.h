@@ -5,6 +5,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 // An instrument: harmonics that fall off at random, hollow ones and ones with a weak fundamental among them.
 LabelledSound drawInstrument(double base, int frames, Random& random);
 
@@ -15,5 +17,7 @@ LabelledSound drawTone(double base, int frames, Random& random);
 // One sine that modulates the phase of another (J. Chowning, "The synthesis of complex audio spectra by means of
 // frequency modulation", 1973).
 LabelledSound drawModulated(double base, int frames, Random& random);
+
+}  // namespace katessel::training
 
 #endif

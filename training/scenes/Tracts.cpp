@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace katessel::training {
+
 namespace {
 
 // White noise through one resonance that follows `centre`, weighted by `gain`: a fricative, or one formant of a breath.
@@ -96,3 +98,5 @@ void addConsonants(const Contour& contour, double level, Samples& samples, Rando
         samples, [&](std::size_t) { return formant; },
         [&](std::size_t c) { return level * gain[std::min(c, gain.size() - 1)]; }, random);
 }
+
+}  // namespace katessel::training

@@ -9,6 +9,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 struct Formant {
     double frequency, bandwidth;  // [Hz]
 };
@@ -26,5 +28,7 @@ void addBreath(const std::vector<Tract>& tracts, const std::vector<float>& gain,
 
 // Fricatives in the pauses, and some that run into the vowels around them.
 void addConsonants(const Contour& contour, double level, Samples& samples, Random& random);
+
+}  // namespace katessel::training
 
 #endif

@@ -6,6 +6,8 @@
 #include "Levels.h"
 #include "Tracts.h"
 
+namespace katessel::training {
+
 namespace {
 
 Envelope voiceEnvelope(const Contour& contour, const std::vector<Tract>& tracts, Random& random) {
@@ -46,3 +48,5 @@ LabelledSound drawWhisper(int frames, Random& random) {
     if (random.chance(0.6)) addConsonants(contour, random.logUniform(0.02, 0.5), sound.samples, random);
     return sound;
 }
+
+}  // namespace katessel::training

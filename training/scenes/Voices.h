@@ -5,6 +5,8 @@
 #include "Random.h"
 #include "Sound.h"
 
+namespace katessel::training {
+
 // A voice: harmonics under moving formants, with breath, and consonants in the pauses.
 LabelledSound drawVoice(double base, int frames, Random& random);
 
@@ -14,5 +16,7 @@ LabelledSound drawGlottalVoice(double base, int frames, Random& random);
 
 // A whisper: breath under moving formants. It has no pitch.
 LabelledSound drawWhisper(int frames, Random& random);
+
+}  // namespace katessel::training
 
 #endif
