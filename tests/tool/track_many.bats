@@ -40,17 +40,17 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
   [ "$(find . -name '*.f0.*' | wc -l)" -eq 4 ]
 }
 
-@test "a thousand recordings, in one thread and in two" {
-  copies a.wav in/a{1..334}.wav
-  copies b.wav in/b{1..333}.wav
-  copies c.wav in/c{1..333}.wav
+@test "three hundred recordings, in one thread and in two" {
+  copies a.wav in/a{1..100}.wav
+  copies b.wav in/b{1..100}.wav
+  copies c.wav in/c{1..100}.wav
   katessel track -r in -j 1 -o one
   katessel track -r in -j 2 -o two
-  [ "$(ls one | wc -l)" -eq 1000 ]
+  [ "$(ls one | wc -l)" -eq 300 ]
   same_tracks one two
   for name in a b c; do
     katessel track $name.wav > $name.csv
-    cmp one/${name}333.f0.csv $name.csv
+    cmp one/${name}100.f0.csv $name.csv
   done
 }
 
@@ -191,7 +191,7 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
 }
 
 @test "an interrupted run leaves whole tracks, and goes on with --skip-existing" {
-  sound long.wav 24000 4 tone 200
+  sound long.wav 24000 "${KATESSEL_SLOWED:-4}" tone 200
   copies long.wav in/{1..150}.wav
   mkdir other out
   run "$PYTHON" "$HERE/interrupt.py" SIGTERM other 5 "$KATESSEL_TOOL" track -r in -o other
@@ -212,9 +212,9 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
 }
 
 @test "an interrupt while a track is being written" {
-  # Ten minutes of silence are some milliseconds of writing; the signal comes as soon as there is a file. That may be too
-  # late, so there is more than one attempt.
-  head -c 9600000 /dev/zero > silence.raw
+  # Ten minutes of silence (one, where a sanitizer watches) are some milliseconds of writing; the signal comes as soon as
+  # there is a file. That may be too late, so there is more than one attempt.
+  head -c $((16000 * 60 * ${KATESSEL_SLOWED:-10})) /dev/zero > silence.raw
   mkdir out
   for attempt in {1..5}; do
     run "$PYTHON" "$HERE/interrupt.py" SIGINT out 1 "$KATESSEL_TOOL" track silence.raw --raw s16:8000 -o out/track.csv
