@@ -8,6 +8,7 @@
 
 #include "katessel/KTessel.h"
 #include "recordings/base/Errors.h"
+#include "tracking/AnalysisParts.h"
 #include "tracking/BlockStream.h"
 
 namespace katessel {
@@ -16,10 +17,7 @@ namespace {
 
 constexpr double kRounding = 1e-9;  // [s] that instants may be off
 
-// Recordings are analysed in parts, with some sound around each, so that neither their length nor the memory for a
-// converted copy has a limit.
-constexpr std::int64_t kPartSeconds = 600;
-constexpr std::int64_t kMarginSeconds = 1;  // far more than any row hears
+constexpr std::int64_t kPartSeconds = 600;  // that a recording is analysed in
 
 // One block of the stream: zeros, the recording, zeros without end. `first` is the block's first sample,
 // counted from the recording's start.
@@ -58,29 +56,9 @@ PitchTrack RecordingTracker::trackAtItsRate(const Recording& recording) {
         m_tracker->process(recording.samples, add);
         m_tracker->finish(add);
     } else {
-        for (std::int64_t second = 0; second * recording.rate < recording.length(); second += kPartSeconds)
-            analysePart(recording, second, add);
+        analyseInParts(*m_tracker, recording.samples.data(), recording.length(), kPartSeconds, add);
     }
     return track;
-}
-
-// Calls add(pitch) for the rows of one part, with the times of the recording. A part begins with a whole second, where
-// the samples of every rate and the frames of 5 ms fall together.
-template <class Add>
-void RecordingTracker::analysePart(const Recording& recording, std::int64_t second, Add add) {
-    const auto sampleAt = [&](std::int64_t at) { return std::min(at * recording.rate, recording.length()); };
-    const std::int64_t readFrom = std::max<std::int64_t>(second - kMarginSeconds, 0);
-    const std::int64_t first = sampleAt(readFrom), last = sampleAt(second + kPartSeconds + kMarginSeconds);
-    const KaTessel::PitchTrack rows =
-        m_tracker->analyse(recording.samples.data() + first, static_cast<std::size_t>(last - first));
-    constexpr auto kRows = static_cast<std::size_t>(KaTessel::facts::kFramesPerSecond);
-    const std::size_t begin = static_cast<std::size_t>(second - readFrom) * kRows;
-    const std::size_t end = std::min(begin + static_cast<std::size_t>(kPartSeconds) * kRows, rows.size());
-    for (std::size_t i = begin; i < end; ++i) {
-        KaTessel::Pitch pitch = rows[i];
-        pitch.time += static_cast<double>(readFrom);
-        add(pitch);
-    }
 }
 
 // Streams until a frame is about an instant past the end.

@@ -1,7 +1,6 @@
 // From recordings to their pitch, one after the other: where sound meets the engine.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -25,8 +24,6 @@ public:
 
 private:
     PitchTrack trackAtItsRate(const Recording& recording);
-    template <class Add>
-    void analysePart(const Recording& recording, std::int64_t second, Add add);
     PitchTrack trackBlocks(const Recording& recording, const std::string& path) const;
 
     std::string m_model;

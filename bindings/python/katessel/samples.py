@@ -1,15 +1,27 @@
-"""Sound as callers have it, made into what the engine takes."""
+"""Sound and paths as callers have them, made into what the engine takes."""
 import operator
-from typing import Any
+import os
+from typing import Any, Union
 
 import numpy as np
 import numpy.typing as npt
 
+from . import core
+
+Path = Union[str, "os.PathLike[str]"]
 _MOST_CHANNELS = 8
 
 
+def path_bytes(path: Path) -> bytes:
+    """A path as the system takes it."""
+    name = os.fsencode(path)
+    if b"\0" in name:
+        raise ValueError(f"bad path: expected no NUL byte, found one in {os.fspath(path)!r}")
+    return name
+
+
 def mono(x: npt.ArrayLike) -> npt.NDArray[np.float32]:
-    """One channel of contiguous float32 samples out of (n,) or (n, channels); channels are averaged."""
+    """One channel of contiguous float32 samples out of (n,) or (n, channels) with up to 8 channels, which are averaged."""
     if isinstance(x, np.ma.MaskedArray):
         raise TypeError("bad samples: expected an array without a mask, found a masked one; say what is there with filled()")
     samples = np.asarray(x)
@@ -31,7 +43,12 @@ def mono(x: npt.ArrayLike) -> npt.NDArray[np.float32]:
         half = 2.0 ** (8 * kind.itemsize - 1)
         samples = (samples.astype(np.float64) - (half if kind.kind == "u" else 0.0)) / half
     with np.errstate(over="ignore"):  # what is too large for float32 becomes infinite, and is refused as that
-        return np.ascontiguousarray(samples, dtype=np.float32)
+        sound = np.ascontiguousarray(samples, dtype=np.float32)
+    limit = core.LARGEST_SAMPLE
+    if len(sound) > 0 and not (sound.min() >= -limit and sound.max() <= limit):  # nor is it with one that is not a number
+        place = int(np.argmin(np.abs(sound) <= limit))
+        raise ValueError(f"bad sample: expected a number within +-{limit:.0f}, found {sound[place]} at place {place}")
+    return sound
 
 
 def whole_rate(sr: Any) -> int:

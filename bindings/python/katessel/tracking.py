@@ -1,14 +1,11 @@
 """Tracking whole recordings and live sound."""
-import os
-from typing import NamedTuple, Optional, Union
+from typing import NamedTuple, Optional
 
 import numpy as np
 import numpy.typing as npt
 
 from . import core
-from .samples import mono, whole_rate
-
-Path = Union[str, "os.PathLike[str]"]
+from .samples import Path, mono, path_bytes, whole_rate
 
 
 class Track(NamedTuple):
@@ -22,7 +19,13 @@ class Track(NamedTuple):
     """0 to 1: about the probability that the sound is voiced and the frequency right, within 50 cents."""
 
 
-def _card_threshold(model: str) -> float:
+def _track(time: npt.NDArray[np.float64], frequency: npt.NDArray[np.float32], confidence: npt.NDArray[np.float32],
+           voiced: npt.NDArray[np.bool_]) -> Track:
+    frequency[~voiced] = 0
+    return Track(time, frequency, confidence)
+
+
+def _card_threshold(model: bytes) -> float:
     """A float's decimal digits, so that 0.7 is written as 0.7."""
     return float(str(np.float32(core.model_threshold(model))))
 
@@ -43,7 +46,7 @@ class Stream:
 
     def __init__(self, sr: float, *, model: Optional[Path] = None, threshold: Optional[float] = None,
                  voicing: Optional[str] = None) -> None:
-        live, offline = [core.default_model(mode) if model is None else os.fspath(model) for mode in ("live", "offline")]
+        live, offline = [path_bytes(core.default_model(mode) if model is None else model) for mode in ("live", "offline")]
         if threshold is not None and not 0.0 <= threshold < float("inf"):
             raise ValueError(f"bad threshold: expected a number from 0 up, found {threshold!r}")
         rate = whole_rate(sr)
@@ -51,8 +54,7 @@ class Stream:
             raise ValueError(f"bad rate: expected {core.LOWEST_RATE} to {core.HIGHEST_RATE} Hz, found {rate}")
         self._threshold, offline_threshold = [_card_threshold(path) if threshold is None else float(threshold)
                                               for path in (live, offline)]
-        self._engine = core.Engine(rate, live, offline, core.VoicingRule("live", self._threshold, voicing),
-                                   core.VoicingRule("offline", offline_threshold, voicing))
+        self._engine = core.open_engine(rate, (live, offline), (self._threshold, offline_threshold), voicing)
 
     @property
     def rate(self) -> int:
@@ -70,12 +72,15 @@ class Stream:
         return self._threshold
 
     def process(self, block: npt.ArrayLike) -> Track:
-        """Takes the next samples, (n,) or (n, channels), and returns the values that they completed."""
-        return Track(*self._engine.process(mono(block)))
+        """Takes the next samples, (n,) or (n, channels) with up to 8 channels, and returns the values that they completed.
+
+        Ctrl-C ends it within a fraction of a second; the stream is then as new.
+        """
+        return _track(*self._engine.process(mono(block)))
 
     def finish(self) -> Track:
         """Returns the values that still waited for what comes after the sound's end. The stream is then as new."""
-        return Track(*self._engine.finish())
+        return _track(*self._engine.finish())
 
     def reset(self) -> None:
         """Forgets the sound: the next sample is that of instant 0."""
@@ -83,22 +88,23 @@ class Stream:
 
     def analyse(self, x: npt.ArrayLike) -> Track:
         """Tracks a whole recording; the live sound is not disturbed."""
-        return Track(*self._engine.analyse(mono(x)))
+        return _track(*self._engine.analyse(mono(x)))
 
 
 def track(x: npt.ArrayLike, sr: float, *, mode: str = "offline", model: Optional[Path] = None,
           threshold: Optional[float] = None, voicing: Optional[str] = None) -> Track:
     """The pitch of a whole recording.
 
-    x          samples, (n,) or (n, channels): float32 or float64, nominally -1 .. 1, or int16 or int32. Channels are
-               averaged.
+    x          samples, (n,) or (n, channels) with up to 8 channels, which are averaged: floating point, nominally
+               -1 .. 1, or integers of up to 32 bits, in any byte order
     sr         sample rate [Hz]
     mode       "offline": every instant seen from both sides; "live": as a stream hears it
     model      weight file; None: the one that comes with the package
     threshold  confidence that decides which rows are voiced, and have a frequency; None: the model's own
     voicing    how: "frame", "hysteresis" or "smooth", as for Stream; None: the mode's usual one
 
-    Row i describes the instant i * 5 ms. Other Python threads run while it works.
+    Row i describes the instant i * 5 ms. Other Python threads run while it works, and Ctrl-C ends it within a fraction of a
+    second.
     """
     if mode not in ("offline", "live"):
         raise ValueError(f"bad mode: expected 'offline' or 'live', found {mode!r}")

@@ -7,6 +7,7 @@ import unittest
 
 import katessel
 import numpy as np
+from katessel import core
 
 RATE = 44100
 
@@ -83,6 +84,10 @@ class Arrays(unittest.TestCase):
             (ValueError, "found -1", lambda: katessel.track(x, RATE, threshold=-1)),
             (ValueError, "found nan", lambda: katessel.track(x, RATE, threshold=float("nan"))),
             (katessel.ModelError, "none.weights: expected", lambda: katessel.track(x, RATE, model="none.weights")),
+            (katessel.ModelError, "\udcff: expected", lambda: katessel.track(x, RATE, model=b"\xff")),
+            (ValueError, "found one in 'a\\x00b'", lambda: katessel.track(x, RATE, model="a\0b")),
+            (TypeError, "Engine.__new__", lambda: core.Engine.__new__(core.Engine).finish()),
+            (TypeError, "expected one from open_engine", core.Engine),
         ]:
             with self.subTest(text), self.assertRaises(error) as caught:
                 action()

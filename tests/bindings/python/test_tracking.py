@@ -2,6 +2,7 @@
 import csv
 import io
 import os
+import signal
 import subprocess
 import sys
 import tempfile
@@ -92,6 +93,15 @@ class Values(unittest.TestCase):
         with self.assertRaisesRegex(ValueError, "bad voicing: expected 'frame', 'hysteresis' or 'smooth', found 'none'"):
             katessel.Stream(rate, voicing="none")
 
+    def test_parts_of_a_long_recording_have_no_seams(self):
+        x = np.tile(samples_of(8000, 3.1, "glide", 110, 300), 15)
+        whole, begin = katessel.track(x, 8000), katessel.track(x[: 8000 * 15], 8000)
+        after = katessel.track(x[8000 * 15 :], 8000)
+        for found, first, second in zip(whole[1:], begin[1:], after[1:]):
+            np.testing.assert_array_equal(found[:2900], first[:2900])
+            np.testing.assert_array_equal(found[3100:], second[100:])
+        np.testing.assert_allclose(whole.time, np.arange(len(whole.time)) / 200, rtol=0, atol=1e-9)
+
     def test_results_outlive_their_stream(self):
         stream = katessel.Stream(24000)
         track = stream.process(np.full(24000, 0.1, np.float32))
@@ -100,6 +110,53 @@ class Values(unittest.TestCase):
         katessel.track(np.zeros(24000), 24000)
         for found, wanted in zip(track, kept):
             np.testing.assert_array_equal(found, wanted)
+
+
+class Interruptions(unittest.TestCase):
+    """By a timer that stands for Ctrl-C, once the samples are looked through and the engine is at work."""
+
+    DELAY = 0.4  # [s]
+
+    def assert_ends_soon(self, call):
+        def interrupt(*_):
+            called.append(time.perf_counter())
+            raise KeyboardInterrupt
+
+        called = []
+        before = signal.signal(signal.SIGALRM, interrupt)
+        self.addCleanup(signal.signal, signal.SIGALRM, before)
+        signal.setitimer(signal.ITIMER_REAL, self.DELAY)
+        begin = time.perf_counter()
+        with self.assertRaises(KeyboardInterrupt):
+            call()
+        # Promised are 0.2 s on an idle machine; a call that is not interrupted takes many seconds.
+        self.assertLess(time.perf_counter() - begin, self.DELAY + 1.0)
+        self.assertEqual(len(called), 1)
+
+    def test_a_long_call_ends(self):
+        x = np.zeros(24000 * 3600, np.float32)
+        stream = katessel.Stream(24000)
+        self.assert_ends_soon(lambda: stream.analyse(x))
+        stream.process(x[:5000])
+        self.assert_ends_soon(lambda: stream.process(x))
+        self.assertEqual(stream.process(x[:5000]).time[0], 0.0)
+
+    def test_a_handler_does_not_wait_for_its_own_stream(self):
+        stream, found = katessel.Stream(24000), []
+
+        def call(*_):
+            try:
+                stream.process(np.zeros(10))
+            except RuntimeError as error:
+                found.append(str(error))
+
+        before = signal.signal(signal.SIGALRM, call)
+        self.addCleanup(signal.signal, signal.SIGALRM, before)
+        signal.setitimer(signal.ITIMER_REAL, self.DELAY)
+        x = np.zeros(24000 * 1200, np.float32)
+        self.assertEqual(len(stream.process(x).time) + len(stream.finish().time), 240000)
+        self.assertEqual(len(found), 1)
+        self.assertIn("found one from a signal's handler", found[0])
 
 
 class Threads(unittest.TestCase):
