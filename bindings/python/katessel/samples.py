@@ -37,12 +37,12 @@ def mono(x: npt.ArrayLike) -> npt.NDArray[np.float32]:
         raise ValueError(f"bad samples: expected at least as many frames as channels, found {samples.shape}; transpose "
                          "(channels, n)")
     kind = samples.dtype
-    if samples.ndim == 2:
-        samples = samples.mean(axis=1, dtype=np.float64)
-    if kind.kind != "f":  # full scale is what the type can hold; unsigned ones have their middle at half of that
-        half = 2.0 ** (8 * kind.itemsize - 1)
-        samples = (samples.astype(np.float64) - (half if kind.kind == "u" else 0.0)) / half
-    with np.errstate(over="ignore"):  # what is too large for float32 becomes infinite, and is refused as that
+    with np.errstate(over="ignore", invalid="ignore"):  # what is too large for float32 becomes infinite, and is refused as that
+        if samples.ndim == 2:
+            samples = samples.mean(axis=1, dtype=np.float64)
+        if kind.kind != "f":  # full scale is what the type can hold; unsigned ones have their middle at half of that
+            half = 2.0 ** (8 * kind.itemsize - 1)
+            samples = (samples.astype(np.float64) - (half if kind.kind == "u" else 0.0)) / half
         sound = np.ascontiguousarray(samples, dtype=np.float32)
     limit = core.LARGEST_SAMPLE
     if len(sound) > 0 and not (sound.min() >= -limit and sound.max() <= limit):  # nor is it with one that is not a number
