@@ -17,17 +17,34 @@ namespace {
 
 constexpr double kRounding = 1e-9;  // [s] that instants may be off
 
-constexpr std::int64_t kPartSeconds = 600;  // that a recording is analysed in
+constexpr std::size_t kPiece = 4096;  // [samples] that are asked for at a time
 
-// One block of the stream: zeros, the recording, zeros without end. `first` is the block's first sample,
-// counted from the recording's start.
-void fillBlock(const Recording& recording, std::int64_t first, std::vector<float>& block) {
-    const std::int64_t size = static_cast<std::int64_t>(block.size());
-    const std::int64_t from = std::clamp<std::int64_t>(first, 0, recording.length());
-    const std::int64_t to = std::clamp<std::int64_t>(first + size, 0, recording.length());
-    std::fill(block.begin(), block.end(), 0.0f);
-    if (from < to)
-        std::copy(recording.samples.begin() + from, recording.samples.begin() + to, block.begin() + (from - first));
+constexpr std::int64_t kPartSeconds = 120;  // that a recording is analysed in
+
+// A recording that is there already.
+class MemoryStream : public SoundStream {
+public:
+    explicit MemoryStream(const Recording& recording) : m_recording(recording) {}
+
+    int rate() const override { return m_recording.rate; }
+
+    bool read(std::vector<float>& samples, std::size_t most) override {
+        const auto from = m_recording.samples.begin() + m_at;
+        const std::int64_t count = std::min(m_recording.length() - m_at, static_cast<std::int64_t>(most));
+        samples.insert(samples.end(), from, from + count);
+        m_at += count;
+        return count > 0;
+    }
+
+private:
+    const Recording& m_recording;
+    std::int64_t m_at = 0;
+};
+
+// Reads until there are `length` samples, or all.
+void fill(SoundStream& sound, std::vector<float>& samples, std::size_t length) {
+    while (samples.size() < length && sound.read(samples, std::min(length - samples.size(), kPiece))) {
+    }
 }
 
 }  // namespace
@@ -36,34 +53,56 @@ RecordingTracker::RecordingTracker(std::string model, TrackMode mode, std::optio
     : m_model(std::move(model)), m_mode(mode), m_blockSize(blockSize) {}
 
 PitchTrack RecordingTracker::track(const Recording& recording, const std::string& path) {
-    if (m_blockSize) return trackBlocks(recording, path);
-    using KaTessel::Tracker;
-    if (recording.rate >= Tracker::kLowestRate && recording.rate <= Tracker::kHighestRate)
-        return trackAtItsRate(recording);
-    PitchTrack track = trackAtItsRate(convertRate(recording, KaTessel::facts::kRate, path));
-    // The converted sound may be longer by a part of a sample.
-    while (!track.empty() && track.back().time >= recording.seconds() - kRounding) track.pop_back();
-    return track;
-}
-
-PitchTrack RecordingTracker::trackAtItsRate(const Recording& recording) {
-    if (!m_tracker || m_tracker->rate() != recording.rate) m_tracker.emplace(recording.rate, m_model);
     PitchTrack track;
-    const auto add = [&](const KaTessel::Pitch& pitch) {
-        track.push_back({pitch.time, pitch.frequency, pitch.confidence});
-    };
-    if (m_mode == TrackMode::live) {
-        m_tracker->process(recording.samples, add);
-        m_tracker->finish(add);
-    } else {
-        analyseInParts(*m_tracker, recording.samples.data(), recording.length(), kPartSeconds, add);
-    }
+    this->track(recording, path, [&](const PitchRow& row) { track.push_back(row); });
     return track;
 }
 
-// Streams until a frame is about an instant past the end.
-PitchTrack RecordingTracker::trackBlocks(const Recording& recording, const std::string& path) const {
-    const int rate = recording.rate, size = *m_blockSize;
+void RecordingTracker::track(const Recording& recording, const std::string& path, const OnRow& onRow) {
+    MemoryStream sound(recording);
+    track(sound, path, onRow);
+}
+
+void RecordingTracker::track(SoundStream& sound, const std::string& path, const OnRow& onRow) {
+    using KaTessel::Tracker;
+    if (m_blockSize) return trackBlocks(sound, path, onRow);
+    if (sound.rate() < Tracker::kLowestRate || sound.rate() > Tracker::kHighestRate)
+        return trackConverted(sound, path, onRow);
+    if (!m_tracker || m_tracker->rate() != sound.rate()) m_tracker.emplace(sound.rate(), m_model);
+    m_mode == TrackMode::live ? trackLive(sound, onRow) : trackOffline(sound, onRow);
+}
+
+void RecordingTracker::trackConverted(SoundStream& sound, const std::string& path, const OnRow& onRow) {
+    Recording recording;
+    recording.rate = sound.rate();
+    while (sound.read(recording.samples, kPiece)) {
+    }
+    const double end = recording.seconds() - kRounding;
+    track(convertRate(recording, KaTessel::facts::kRate, path), path, [&](const PitchRow& row) {
+        if (row.time < end) onRow(row);  // the converted sound may be longer by a part of a sample
+    });
+}
+
+void RecordingTracker::trackLive(SoundStream& sound, const OnRow& onRow) {
+    const auto add = [&](const KaTessel::Pitch& pitch) { onRow({pitch.time, pitch.frequency, pitch.confidence}); };
+    m_tracker->reset();
+    std::vector<float> piece;
+    for (; sound.read(piece, kPiece); piece.clear()) m_tracker->process(piece, add);
+    m_tracker->finish(add);
+}
+
+void RecordingTracker::trackOffline(SoundStream& sound, const OnRow& onRow) {
+    analyseInParts(
+        *m_tracker, kPartSeconds,
+        [&](std::vector<float>& samples, std::size_t length) { fill(sound, samples, length); },
+        [&](const KaTessel::Pitch& pitch) {
+            onRow({pitch.time, pitch.frequency, pitch.confidence});
+        });
+}
+
+// Zeros, the sound, and zeros until a frame is about an instant past the end.
+void RecordingTracker::trackBlocks(SoundStream& sound, const std::string& path, const OnRow& onRow) const {
+    const int rate = sound.rate(), size = *m_blockSize;
     const int smallest = BlockStream::smallestBlock(rate), largest = BlockStream::largestBlock(rate);
     const std::string where = path + " at " + std::to_string(rate) + " Hz";
     if (largest < smallest) failUsage("wrong block size", where, "no block size at this rate", std::to_string(size));
@@ -75,18 +114,24 @@ PitchTrack RecordingTracker::trackBlocks(const Recording& recording, const std::
     const std::unique_ptr<void, void (*)(void*)> engine(KTessel_Create(), &KTessel_Destroy);
     if (KTessel_Configure(rate, 0, size, m_model.c_str(), engine.get()) != 0)
         fail("cannot load the model", m_model, "a weight file", "none");
-    std::vector<float> block(static_cast<std::size_t>(size));
-    PitchTrack track;
+    const auto length = static_cast<std::size_t>(size);
+    std::vector<float> waiting(static_cast<std::size_t>(stream.leadSamples()));  // for the next blocks
+    std::size_t received = 0;                                                    // [samples] of the sound
     for (std::int64_t passed = 0;; ++passed) {
-        fillBlock(recording, passed * size - stream.leadSamples(), block);
+        const std::size_t before = waiting.size();
+        fill(sound, waiting, length);
+        received += waiting.size() - before;
+        const bool hasEnded = waiting.size() < length;
+        waiting.resize(std::max(waiting.size(), length));
         PitchRow row;
-        KTessel_DoProcess(block.data(), size, &row.frequency, &row.confidence, 0, engine.get());
+        KTessel_DoProcess(waiting.data(), size, &row.frequency, &row.confidence, 0, engine.get());
+        waiting.erase(waiting.begin(), waiting.begin() + size);
         const std::int64_t frames = stream.framesAfter(passed + 1);
         if (frames == stream.framesAfter(passed)) continue;
         row.time = stream.instantOf(frames - 1);
         row.confidence = std::min(row.confidence, 1.0f);
-        if (row.time >= recording.seconds() - kRounding) return track;
-        if (row.time >= 0.0) track.push_back(row);
+        if (hasEnded && row.time >= static_cast<double>(received) / rate - kRounding) return;
+        if (row.time >= 0.0) onRow(row);
     }
 }
 

@@ -23,7 +23,7 @@ void append(const std::string& path, const char* header, const std::string& line
     std::ofstream file(path, std::ios::app);
     if (fresh) file << header << '\n';
     file << line << '\n';
-    if (!file.flush()) fail("cannot write", path, "room for a line", "none");
+    if (!file.flush()) fail(kCannotWrite, path, "room for a line", "none");
 }
 
 std::string duration(double seconds) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <deque>
 #include <exception>
-#include <filesystem>
 #include <mutex>
 #include <string>
 #include <system_error>
@@ -11,70 +10,15 @@
 #include <utility>
 
 #include "apps/batch/Progress.h"
+#include "apps/batch/TrackWorker.h"
 #include "katessel/Globals.h"
-#include "recordings/audio/AudioFile.h"
 #include "recordings/base/Errors.h"
-#include "recordings/base/OutputFile.h"
-#include "recordings/base/Text.h"
-#include "tracking/RecordingTracker.h"
 
 namespace katessel {
-
-namespace fs = std::filesystem;
 
 namespace {
 
 const std::string kWarning = "warning: ";
-
-// Folders of outputs come as they are needed.
-OutputFile openOutput(const std::string& path) {
-    const fs::path folder = fs::path(path).parent_path();
-    std::error_code error;
-    if (!folder.empty()) fs::create_directories(folder, error);
-    if (error) fail(kCannotWrite, path, "a folder for it", error.message());
-    return OutputFile(path);
-}
-
-// Tracks one recording after the other, each from reading to writing.
-class TrackWorker {
-public:
-    explicit TrackWorker(const TrackSettings& settings)
-        : m_settings(settings), m_tracker(settings.model.path, settings.mode, settings.blockSize) {}
-
-    // Writes the track of one recording. Returns how much sound that was [s], and in `damage` what it lacks.
-    double run(const TrackJob& job, std::string& damage) {
-        const TrackDocument document = track(job, damage);
-        const OutputFile output = job.output == kStandardStream ? OutputFile("") : openOutput(job.output);
-        output.write(m_settings.format->bytes(document));
-        return document.end - document.start;
-    }
-
-private:
-    TrackDocument track(const TrackJob& job, std::string& damage) {
-        const Excerpt& excerpt = m_settings.excerpt;
-        const Recording recording = readRecording(job.input, {m_settings.channel, excerpt.readFrom(), excerpt.readTo(),
-                                                              m_settings.raw, m_settings.allowDamaged});
-        damage = recording.damage;
-        TrackDocument document;
-        document.start = excerpt.start;
-        document.end = excerpt.end(excerpt.readFrom() + recording.seconds());
-        if (document.end <= document.start)
-            fail(kCannotRead, job.input, "sound at " + shortNumber(document.start) + " s", "its end before that");
-        document.rate = recording.rate;
-        document.track = m_tracker.track(recording, job.input);
-        applyVoicing(document.track, {m_settings.model.threshold, m_settings.voicing});
-        excerpt.cut(document.track);
-        applyRange(document.track, m_settings.lowest, m_settings.highest);
-        document.unit = m_settings.unit;
-        document.unvoiced = m_settings.unvoiced;
-        document.recording = job.input;
-        document.about = m_settings.about;
-        return document;
-    }
-
-    const TrackSettings& m_settings;
-    RecordingTracker m_tracker;
-};
 
 struct Outcome {
     bool isKnown = false;

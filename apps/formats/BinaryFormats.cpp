@@ -75,11 +75,12 @@ std::string chunk(const char* name, const std::string& content) {
 std::string npyBytes(const TrackDocument& document) {
     std::string values;
     std::size_t rows = 0;
-    forEachRow(document, [&](double time, double pitch, double confidence) {
+    for (const PitchRow& row : document.track) {
+        if (!isWanted(row, document)) continue;
         ++rows;
-        for (const double value : {time, pitch, confidence})
+        for (const double value : {row.time, pitchOf(row, document), static_cast<double>(row.confidence)})
             appendLittleEndian(values, std::bit_cast<std::uint32_t>(static_cast<float>(value)), 4);
-    });
+    }
     const std::string text = npyHeader(rows);
     std::string bytes("\x93NUMPY\x01\x00", 8);
     appendLittleEndian(bytes, static_cast<std::uint32_t>(text.size()), 2);

@@ -1,6 +1,7 @@
 // Tracks as text: columns, segments, points.
-#include <algorithm>
 #include <cmath>
+#include <optional>
+#include <utility>
 
 #include "apps/formats/TrackFormat.h"
 #include "recordings/base/Text.h"
@@ -9,15 +10,78 @@ namespace katessel {
 
 namespace {
 
-std::string columns(const TrackDocument& document, char separator) {
-    std::string text = "time";
-    for (const char* name : {pitchColumn(document.unit), "confidence"}) text.append(1, separator).append(name);
-    text += '\n';
-    forEachRow(document, [&](double time, double pitch, double confidence) {
-        text += csvLine(time, pitch, confidence, separator);
-    });
-    return text;
-}
+class ColumnWriter : public TrackWriter {
+public:
+    ColumnWriter(TrackHead head, char separator) : m_head(std::move(head)), m_separator(separator) {}
+
+    void add(const PitchRow& row, std::string& bytes) override {
+        begin(bytes);
+        if (isWanted(row, m_head)) appendCsvLine(bytes, row.time, pitchOf(row, m_head), row.confidence, m_separator);
+    }
+
+    void finish(double, std::string& bytes) override { begin(bytes); }
+
+private:
+    void begin(std::string& bytes) {
+        if (std::exchange(m_hasBegun, true)) return;
+        bytes += "time";
+        for (const char* name : {pitchColumn(m_head.unit), "confidence"}) bytes.append(1, m_separator).append(name);
+        bytes += '\n';
+    }
+
+    TrackHead m_head;
+    char m_separator;
+    bool m_hasBegun = false;
+};
+
+class F0Writer : public TrackWriter {
+public:
+    void add(const PitchRow& row, std::string& bytes) override {
+        const long frame = std::lround(row.time / kHopSeconds);
+        while (m_frames < frame) appendLine(-1.0f, bytes);
+        if (m_frames == frame) appendLine(row.frequency, bytes);
+    }
+
+    void finish(double, std::string&) override {}
+
+private:
+    void appendLine(float frequency, std::string& bytes) {
+        appendFixed(bytes, static_cast<double>(m_frames++) * kHopSeconds, 3);
+        bytes += ' ';
+        appendFixed(bytes, frequency, 3);
+        bytes += '\n';
+    }
+
+    long m_frames = 0;  // written
+};
+
+class SegmentWriter : public TrackWriter {
+public:
+    explicit SegmentWriter(const TrackHead& head) : m_begin(head.start) {}
+
+    void add(const PitchRow& row, std::string& bytes) override {
+        if (m_before && (m_before->frequency > 0.0f) != (row.frequency > 0.0f))
+            appendSegment(0.5 * (m_before->time + row.time), bytes);
+        m_before = row;
+    }
+
+    void finish(double end, std::string& bytes) override {
+        if (m_before) appendSegment(end, bytes);
+    }
+
+private:
+    // The one that the last row belongs to.
+    void appendSegment(double end, std::string& bytes) {
+        appendFixed(bytes, m_begin, 4);
+        bytes += '\t';
+        appendFixed(bytes, end, 4);
+        bytes += m_before->frequency > 0.0f ? "\tvoiced\n" : "\tunvoiced\n";
+        m_begin = end;
+    }
+
+    double m_begin;  // [s] of the segment
+    std::optional<PitchRow> m_before;
+};
 
 // One "name = value" line of a PitchTier.
 std::string entry(const char* name, double value, int decimals) {
@@ -26,41 +90,22 @@ std::string entry(const char* name, double value, int decimals) {
 
 }  // namespace
 
-std::string csvLine(double time, double pitch, double confidence, char separator) {
-    return fixedText(time, 3) + separator + fixedText(pitch, 3) + separator + fixedText(confidence, 6) + '\n';
+void appendCsvLine(std::string& text, double time, double pitch, double confidence, char separator) {
+    appendFixed(text, time, 3);
+    text += separator;
+    appendFixed(text, pitch, 3);
+    text += separator;
+    appendFixed(text, confidence, 6);
+    text += '\n';
 }
 
-std::string csvText(const TrackDocument& document) { return columns(document, ','); }
+std::unique_ptr<TrackWriter> csvWriter(TrackHead head) { return std::make_unique<ColumnWriter>(std::move(head), ','); }
 
-std::string tsvText(const TrackDocument& document) { return columns(document, '\t'); }
+std::unique_ptr<TrackWriter> tsvWriter(TrackHead head) { return std::make_unique<ColumnWriter>(std::move(head), '\t'); }
 
-std::string f0Text(const TrackDocument& document) {
-    std::vector<float> frequencies;
-    for (const PitchRow& row : document.track) {
-        const auto frame = static_cast<std::size_t>(std::lround(row.time / kHopSeconds));
-        frequencies.resize(std::max(frequencies.size(), frame + 1), -1.0f);
-        frequencies[frame] = row.frequency;
-    }
-    std::string text;
-    for (std::size_t f = 0; f < frequencies.size(); ++f)
-        text += fixedText(static_cast<double>(f) * kHopSeconds, 3) + ' ' + fixedText(frequencies[f], 3) + '\n';
-    return text;
-}
+std::unique_ptr<TrackWriter> f0Writer(TrackHead) { return std::make_unique<F0Writer>(); }
 
-std::string labText(const TrackDocument& document) {
-    const PitchTrack& track = document.track;
-    std::string text;
-    double begin = document.start;
-    for (std::size_t i = 0; i < track.size(); ++i) {
-        const bool voiced = track[i].frequency > 0.0f;
-        const bool isLast = i + 1 == track.size();
-        if (!isLast && (track[i + 1].frequency > 0.0f) == voiced) continue;
-        const double end = isLast ? document.end : 0.5 * (track[i].time + track[i + 1].time);
-        text += fixedText(begin, 4) + '\t' + fixedText(end, 4) + '\t' + (voiced ? "voiced" : "unvoiced") + '\n';
-        begin = end;
-    }
-    return text;
-}
+std::unique_ptr<TrackWriter> labWriter(TrackHead head) { return std::make_unique<SegmentWriter>(head); }
 
 std::string pitchTierText(const TrackDocument& document) {
     std::string points;

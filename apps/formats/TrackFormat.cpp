@@ -4,6 +4,7 @@
 #include <cctype>
 #include <filesystem>
 #include <limits>
+#include <utility>
 
 #include "recordings/base/Errors.h"
 
@@ -25,19 +26,41 @@ const TrackFormat* formatNamed(const std::string& extension) {
     return nullptr;
 }
 
+// Keeps the rows of a format that needs all of them.
+template <std::string (*kBytes)(const TrackDocument&)>
+class WholeTrackWriter : public TrackWriter {
+public:
+    explicit WholeTrackWriter(TrackHead head) : m_document{std::move(head), {}, 0.0} {}
+
+    void add(const PitchRow& row, std::string&) override { m_document.track.push_back(row); }
+
+    void finish(double end, std::string& bytes) override {
+        m_document.end = end;
+        bytes += kBytes(m_document);
+    }
+
+private:
+    TrackDocument m_document;
+};
+
+template <std::string (*kBytes)(const TrackDocument&)>
+std::unique_ptr<TrackWriter> wholeWriter(TrackHead head) {
+    return std::make_unique<WholeTrackWriter<kBytes>>(std::move(head));
+}
+
 }  // namespace
 
 const std::vector<TrackFormat>& trackFormats() {
-    // name, extension, hasRows, isBinary, bytes
+    // name, extension, hasRows, isBinary, writer
     static const std::vector<TrackFormat> formats = {
-        {"csv", ".csv", true, false, &csvText},
-        {"tsv", ".tsv", true, false, &tsvText},
-        {"json", ".json", true, false, &jsonText},
-        {"npy", ".npy", true, true, &npyBytes},
-        {"pitchtier", ".PitchTier", false, false, &pitchTierText},
-        {"lab", ".lab", false, false, &labText},
-        {"midi", ".mid", false, true, &midiBytes},
-        {"f0", ".f0", false, false, &f0Text},
+        {"csv", ".csv", true, false, &csvWriter},
+        {"tsv", ".tsv", true, false, &tsvWriter},
+        {"json", ".json", true, false, &wholeWriter<&jsonText>},
+        {"npy", ".npy", true, true, &wholeWriter<&npyBytes>},
+        {"pitchtier", ".PitchTier", false, false, &wholeWriter<&pitchTierText>},
+        {"lab", ".lab", false, false, &labWriter},
+        {"midi", ".mid", false, true, &wholeWriter<&midiBytes>},
+        {"f0", ".f0", false, false, &f0Writer},
     };
     return formats;
 }
@@ -68,10 +91,10 @@ const char* pitchColumn(PitchUnit unit) {
     }
 }
 
-double pitchOf(const PitchRow& row, const TrackDocument& document) {
+double pitchOf(const PitchRow& row, const TrackHead& head) {
     if (row.frequency <= 0.0f)
-        return document.unvoiced == UnvoicedRows::zero ? 0.0 : std::numeric_limits<double>::quiet_NaN();
-    switch (document.unit) {
+        return head.unvoiced == UnvoicedRows::zero ? 0.0 : std::numeric_limits<double>::quiet_NaN();
+    switch (head.unit) {
         case PitchUnit::cents: return centsAbove440(row.frequency);
         case PitchUnit::midi: return midiNote(row.frequency);
         default: return static_cast<double>(row.frequency);

@@ -2,6 +2,7 @@
 // TrackFormat.cpp.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,10 +13,9 @@ namespace katessel {
 enum class PitchUnit { hertz, cents, midi };  // cents above 440 Hz; MIDI note numbers with fractions
 enum class UnvoicedRows { zero, notANumber, drop };
 
-// A finished track with everything that a file about it may say.
-struct TrackDocument {
-    PitchTrack track;
-    double start = 0.0, end = 0.0;  // [s] of the part that was tracked
+// What a file may say about a track before its first row is known.
+struct TrackHead {
+    double start = 0.0;  // [s] of the part that is tracked
     PitchUnit unit = PitchUnit::hertz;
     UnvoicedRows unvoiced = UnvoicedRows::zero;
     std::string recording;  // its path
@@ -23,12 +23,30 @@ struct TrackDocument {
     std::string about;      // library, model and settings as a JSON object
 };
 
+// And all that it may say at the end.
+struct TrackDocument : TrackHead {
+    PitchTrack track;
+    double end = 0.0;  // [s] of the part that was tracked
+};
+
+// Makes the bytes of one track as its rows come.
+class TrackWriter {
+public:
+    virtual ~TrackWriter() = default;
+
+    // The next row. Appends what can be said now.
+    virtual void add(const PitchRow& row, std::string& bytes) = 0;
+
+    // All rows have come, up to `end` [s]. Appends the rest.
+    virtual void finish(double end, std::string& bytes) = 0;
+};
+
 struct TrackFormat {
     const char* name;
     const char* extension;
     bool hasRows;   // one entry a row: unit and unvoiced rows can be chosen
     bool isBinary;  // nothing for a terminal
-    std::string (*bytes)(const TrackDocument&);
+    std::unique_ptr<TrackWriter> (*writer)(TrackHead);
 };
 
 // All of them; the first is the default.
@@ -47,36 +65,36 @@ bool isNamedLikeTrack(const std::string& path);
 // Name of the column of pitches: frequency, cents or midi.
 const char* pitchColumn(PitchUnit unit);
 
-// The pitch of one row in the document's unit; what stands for it where the row is unvoiced.
-double pitchOf(const PitchRow& row, const TrackDocument& document);
-
-// Calls row(time, pitch, confidence) for every row to be written, with the pitch as the document wants it.
-template <typename Row>
-void forEachRow(const TrackDocument& document, Row row) {
-    for (const PitchRow& each : document.track) {
-        if (each.frequency <= 0.0f && document.unvoiced == UnvoicedRows::drop) continue;
-        row(each.time, pitchOf(each, document), static_cast<double>(each.confidence));
-    }
+// Whether the row is to be written.
+inline bool isWanted(const PitchRow& row, const TrackHead& head) {
+    return row.frequency > 0.0f || head.unvoiced != UnvoicedRows::drop;
 }
+
+// The pitch of one row in the wanted unit; what stands for it where the row is unvoiced.
+double pitchOf(const PitchRow& row, const TrackHead& head);
+
+// First the formats whose bytes come with their rows.
 
 // Text in columns, separated by commas or tabs: a header line and one line a row of time [s], pitch, confidence. A pitch
 // that is not a number is `nan`.
-std::string csvText(const TrackDocument& document);
-std::string tsvText(const TrackDocument& document);
+std::unique_ptr<TrackWriter> csvWriter(TrackHead head);
+std::unique_ptr<TrackWriter> tsvWriter(TrackHead head);
 
-// The line of one row in such a text.
-std::string csvLine(double time, double pitch, double confidence, char separator = ',');
-
-// A Praat PitchTier: a point in Hz for every voiced row.
-std::string pitchTierText(const TrackDocument& document);
+// Appends the line of one row in such a text.
+void appendCsvLine(std::string& text, double time, double pitch, double confidence, char separator = ',');
 
 // Lines of seconds and Hz for every 5 ms from instant 0 on, as .f0 files hold known pitch: 0 where there is none, -1 for
 // what was not tracked.
-std::string f0Text(const TrackDocument& document);
+std::unique_ptr<TrackWriter> f0Writer(TrackHead head);
 
 // Labelled segments, one a line: start [s], end [s] and `voiced` or `unvoiced`, separated by tabs. They cover the part
 // that was tracked; between two rows that differ they meet in the middle.
-std::string labText(const TrackDocument& document);
+std::unique_ptr<TrackWriter> labWriter(TrackHead head);
+
+// Then those that say first how much there is, so that all of it must be known: 16 bytes a row are kept.
+
+// A Praat PitchTier: a point in Hz for every voiced row.
+std::string pitchTierText(const TrackDocument& document);
 
 // One line of JSON: `recording`, `sample_rate`, `start`, `end`, what the document is about, and `track` with one array a
 // column. A pitch that is not a number is null.

@@ -42,12 +42,12 @@ LiveOutput::LiveOutput(const std::optional<std::string>& csv)
     : m_streams(csv && (*csv == "-" || csv->empty())),
       m_isTerminal(::isatty(STDOUT_FILENO) != 0),
       m_text("time,frequency,confidence\n") {
-    if (csv && !m_streams) m_file.emplace(*csv);
+    if (csv && !m_streams) m_file.emplace(OutputFile(*csv), Unfinished::kept);
 }
 
 void LiveOutput::add(const PitchRow& row) {
     m_time = row.time;
-    if (m_streams || m_file) m_text += csvLine(row.time, row.frequency, row.confidence);
+    if (m_streams || m_file) appendCsvLine(m_text, row.time, row.frequency, row.confidence);
     if (!m_streams && row.time >= m_nextShown) show(row);
 }
 

@@ -4,11 +4,13 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include <algorithm>
 #include <chrono>
 #include <katessel/Tracker.hpp>
 #include <katessel/Voicing.hpp>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tracking/AnalysisParts.h"
@@ -90,11 +92,17 @@ public:
     DecidedRows analyse(const Samples& recording) {
         return run([&](DecidedRows& rows, SignalCheck& signals) {
             Filter voicing(m_offlineRule);
-            analyseInParts(m_tracker, recording.data(), recording.size(), kPartSeconds,
-                           [&](const KaTessel::Pitch& row) {
-                               decide(voicing, row, rows);
-                               signals.poll();
-                           });
+            const float* const end = recording.data() + recording.size();
+            const float* next = recording.data();
+            const auto fill = [&](std::vector<float>& samples, std::size_t length) {
+                const std::ptrdiff_t wanted = static_cast<std::ptrdiff_t>(length - samples.size());
+                const float* const from = std::exchange(next, next + std::min(end - next, wanted));
+                samples.insert(samples.end(), from, next);
+            };
+            analyseInParts(m_tracker, kPartSeconds, fill, [&](const KaTessel::Pitch& row) {
+                decide(voicing, row, rows);
+                signals.poll();
+            });
             voicing.finish(rows);
         });
     }

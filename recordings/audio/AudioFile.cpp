@@ -15,84 +15,92 @@ namespace {
 constexpr int kChunk = 4096;            // [frames] per read
 constexpr float kLargestSample = 1e6f;  // far above any scale in use; powers of it still fit in a float
 
-// Downmix: of the samples of all channels at an instant, the chosen one or the average.
-class ChannelChoice {
-public:
-    ChannelChoice(const std::string& path, const std::optional<int>& channel, int channels)
-        : m_channels(channels), m_chosen(channel.value_or(0) - 1) {
-        if (m_chosen >= channels)
-            fail(kCannotRead, path, "channel " + std::to_string(*channel),
-                 std::to_string(channels) + (channels == 1 ? " channel" : " channels"));
-    }
-
-    float operator()(const float* frame) const {
-        if (m_chosen >= 0) return frame[m_chosen];
-        float sum = 0.0f;
-        for (int c = 0; c < m_channels; ++c) sum += frame[c];
-        return sum / static_cast<float>(m_channels);
-    }
-
-private:
-    int m_channels;
-    int m_chosen;  // from 0 on; -1: the average
-};
-
-void checkSample(float sample, const std::string& path, std::int64_t index, int rate) {
-    if (std::fabs(sample) <= kLargestSample) return;
-    fail(kCannotRead, path, "samples within +-" + shortNumber(kLargestSample),
-         shortNumber(sample) + " at " + shortNumber(static_cast<double>(index) / rate) + " s");
-}
-
-void noteDamage(const SoundSource& source, const SoundSelection& selection, const std::string& path,
-                Recording& recording) {
-    const std::optional<Damage> damage = source.damage();
-    if (!damage) return;
-    refuseDamage(*damage, path, selection.allowDamaged);
-    recording.damage = errorMessage(kDamaged, path, damage->expected, damage->found);
-}
-
 // The frame at an instant [s], which may be infinite.
 std::int64_t frameAt(double seconds, int rate) {
     return static_cast<std::int64_t>(std::min(std::round(seconds * rate), 1e18));
 }
 
-// Skips `frames` frames, or up to the end.
-void skip(SoundSource& source, std::int64_t frames, std::vector<float>& chunk) {
-    if (frames == 0 || source.seek(frames)) return;
+}  // namespace
+
+ChannelChoice::ChannelChoice(const std::string& path, const std::optional<int>& channel, int channels)
+    : m_channels(channels), m_chosen(channel.value_or(0) - 1) {
+    if (m_chosen >= channels)
+        fail(kCannotRead, path, "channel " + std::to_string(*channel),
+             std::to_string(channels) + (channels == 1 ? " channel" : " channels"));
+}
+
+RecordingStream::RecordingStream(const std::string& path, const SoundSelection& selection)
+    : m_path(path),
+      m_source(openSound(path, selection.raw, selection.allowDamaged)),
+      m_sampleOf(path, selection.channel, m_source->channels()),
+      m_allowDamaged(selection.allowDamaged),
+      m_from(frameAt(selection.from, rate())),
+      m_to(frameAt(selection.to, rate())),
+      m_at(m_from),
+      m_chunk(static_cast<std::size_t>(kChunk) * static_cast<std::size_t>(m_source->channels())) {
+    skip(m_from);
+}
+
+// The length in a header may be wrong, so the samples are counted as they come.
+std::int64_t RecordingStream::expectedLength() const { return std::min(m_source->expectedFrames(), m_to) - m_from; }
+
+// Up to the end where there are fewer.
+void RecordingStream::skip(std::int64_t frames) {
+    if (frames == 0 || m_source->seek(frames)) return;
     while (frames > 0) {
-        const int read = source.read(chunk.data(), static_cast<int>(std::min<std::int64_t>(frames, kChunk)));
+        const int read = m_source->read(m_chunk.data(), static_cast<int>(std::min<std::int64_t>(frames, kChunk)));
         if (read == 0) return;
         frames -= read;
     }
 }
 
-}  // namespace
+bool RecordingStream::read(std::vector<float>& samples, std::size_t most) {
+    const std::int64_t wanted = std::min({m_to - m_at, static_cast<std::int64_t>(most), std::int64_t{kChunk}});
+    const std::size_t before = samples.size();
+    samples.resize(before + static_cast<std::size_t>(wanted));
+    const int channels = m_source->channels();
+    float* const mono = samples.data() + before;
+    float* const all = channels == 1 ? mono : m_chunk.data();
+    const int frames = wanted > 0 ? m_source->read(all, static_cast<int>(wanted)) : 0;
+    if (channels > 1)
+        for (std::ptrdiff_t i = 0; i < frames; ++i) mono[i] = m_sampleOf(all + i * channels);
+    samples.resize(before + static_cast<std::size_t>(frames));
+    checkSamples(mono, frames);
+    m_at += frames;
+    if (frames == 0) finish();
+    return frames > 0;
+}
+
+void RecordingStream::checkSamples(const float* samples, int count) const {
+    const float* const bad =
+        std::find_if(samples, samples + count, [](float sample) { return !(std::fabs(sample) <= kLargestSample); });
+    if (bad == samples + count) return;
+    fail(kCannotRead, m_path, "samples within +-" + shortNumber(kLargestSample),
+         shortNumber(*bad) + " at " + shortNumber(static_cast<double>(m_at + (bad - samples)) / rate()) + " s");
+}
+
+void RecordingStream::finish() {
+    if (const std::optional<Damage> damage = m_source->damage()) {
+        refuseDamage(*damage, m_path, m_allowDamaged);
+        m_damage = errorMessage(kDamaged, m_path, damage->expected, damage->found);
+    }
+    if (m_at == 0) fail(kCannotRead, m_path, "at least 1 sample", "0 samples");
+}
 
 Recording readRecording(const std::string& path, const SoundSelection& selection) {
-    const std::unique_ptr<SoundSource> source = openSound(path, selection.raw, selection.allowDamaged);
-    const int channels = source->channels();
-    Recording recording;
-    const ChannelChoice sampleOf(path, selection.channel, channels);
-    recording.rate = source->rate();
-    const std::int64_t from = frameAt(selection.from, recording.rate), to = frameAt(selection.to, recording.rate);
+    RecordingStream stream(path, selection);
+    return readRecording(stream);
+}
 
-    // The length in a header may be wrong, so the samples are counted as they come. It serves to ask for the memory
-    // once, with some room for the silence that an analysis puts around them.
-    const std::int64_t expected = std::min(source->expectedFrames(), to) - from;
+Recording readRecording(RecordingStream& stream) {
+    Recording recording;
+    recording.rate = stream.rate();
+    // Asks for the memory once, with some room for the silence that an analysis puts around the sound.
+    const std::int64_t expected = stream.expectedLength();
     if (expected > 0) recording.samples.reserve(static_cast<std::size_t>(expected + recording.rate / 4));
-    std::vector<float> chunk(static_cast<std::size_t>(kChunk) * static_cast<std::size_t>(channels));
-    skip(*source, from, chunk);
-    for (std::int64_t at = from; at < to;) {
-        const int frames = source->read(chunk.data(), static_cast<int>(std::min<std::int64_t>(to - at, kChunk)));
-        if (frames == 0) break;
-        for (int i = 0; i < frames; ++i, ++at) {
-            const float sample = sampleOf(chunk.data() + static_cast<std::ptrdiff_t>(i) * channels);
-            checkSample(sample, path, at, recording.rate);
-            recording.samples.push_back(sample);
-        }
+    while (stream.read(recording.samples, kChunk)) {
     }
-    noteDamage(*source, selection, path, recording);
-    if (recording.samples.empty() && from == 0) fail(kCannotRead, path, "at least 1 sample", "0 samples");
+    recording.damage = stream.damage();
     return recording;
 }
 

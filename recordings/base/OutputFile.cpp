@@ -49,10 +49,6 @@ int closeWhole(int descriptor, int before) {
     return before != 0 ? before : syncError != 0 ? syncError : closeError;
 }
 
-int writeAndClose(int descriptor, const std::string& text) {
-    return closeWhole(descriptor, writeAll(descriptor, text));
-}
-
 // So that a name that was given does not go with the power.
 int synchroniseFolder(const fs::path& folder) {
     const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -126,25 +122,12 @@ OutputFile::OutputFile(const std::string& path) : m_path(path == "-" ? "" : path
 }
 
 void OutputFile::write(const std::string& text) const {
-    if (m_path.empty()) {
-        const int error = writeAll(STDOUT_FILENO, text);
-        if (error != 0) failWriting("standard output", "room for the result", std::strerror(error));
-    } else if (m_direct) {
-        const int descriptor = ::open(m_path.c_str(), O_WRONLY);
-        const int error = descriptor < 0 ? errno : writeAndClose(descriptor, text);
-        if (error != 0) failWriting(m_path.string(), "room for the result", std::strerror(error));
-    } else {
-        replaceWith(text);
-    }
+    GrowingFile file(*this, Unfinished::removed);
+    file.append(text);
+    file.finish();
 }
 
-void OutputFile::replaceWith(const std::string& text) const {
-    fs::path temporary;
-    const int descriptor = createTemporary(m_path, temporary);
-    if (descriptor < 0) failWriting(m_path.string(), "a new file in its folder", std::strerror(errno));
-    const int error = finishTemporary(temporary, m_path, writeAndClose(descriptor, text));
-    if (error != 0) failWriting(m_path.string(), "room for the result", std::strerror(error));
-}
+std::string OutputFile::name() const { return m_path.empty() ? "standard output" : m_path.string(); }
 
 bool OutputFile::isTerminal() const { return m_path.empty() && ::isatty(STDOUT_FILENO) != 0; }
 
@@ -154,29 +137,32 @@ void OutputFile::abandonAll() {
 }
 
 GrowingFile::~GrowingFile() {
-    if (m_descriptor >= 0) close();
+    if (m_descriptor >= 0) close(m_unfinished == Unfinished::kept ? 0 : ECANCELED);
 }
 
 void GrowingFile::append(const std::string& text) {
     if (m_descriptor < 0) open();
     const int error = writeAll(m_descriptor, text);
-    if (error != 0) failWriting(m_target.m_path.string(), "room for the result", std::strerror(error));
+    if (error != 0) failWriting(m_target.name(), "room for the result", std::strerror(error));
 }
 
 void GrowingFile::finish() {
     if (m_descriptor < 0) open();
-    const int error = close();
-    if (error != 0) failWriting(m_target.m_path.string(), "room for the result", std::strerror(error));
+    const int error = close(0);
+    if (error != 0) failWriting(m_target.name(), "room for the result", std::strerror(error));
 }
 
 void GrowingFile::open() {
-    m_descriptor = m_target.m_direct ? ::open(m_target.m_path.c_str(), O_WRONLY | O_CLOEXEC)
-                                     : createTemporary(m_target.m_path, m_temporary);
-    if (m_descriptor < 0) failWriting(m_target.m_path.string(), "a new file in its folder", std::strerror(errno));
+    m_descriptor = m_target.m_path.empty() ? STDOUT_FILENO
+                   : m_target.m_direct     ? ::open(m_target.m_path.c_str(), O_WRONLY | O_CLOEXEC)
+                                           : createTemporary(m_target.m_path, m_temporary);
+    if (m_descriptor < 0) failWriting(m_target.name(), "a new file in its folder", std::strerror(errno));
 }
 
-int GrowingFile::close() {
-    const int error = closeWhole(std::exchange(m_descriptor, -1), 0);
+int GrowingFile::close(int error) {
+    const int descriptor = std::exchange(m_descriptor, -1);
+    if (m_target.m_path.empty()) return error;
+    error = closeWhole(descriptor, error);
     return m_target.m_direct ? error : finishTemporary(m_temporary, m_target.m_path, error);
 }
 

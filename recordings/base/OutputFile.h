@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 
 namespace katessel {
 
@@ -23,18 +24,21 @@ public:
 
 private:
     friend class GrowingFile;
-    void replaceWith(const std::string& text) const;
+    std::string name() const;  // for messages
 
-    std::filesystem::path m_path;  // links followed, unless it is a device or a pipe
+    std::filesystem::path m_path;  // empty: standard output; links followed, unless it is a device or a pipe
     bool m_direct = false;
 };
 
-// A file that comes piece by piece over a long time. It grows under a temporary name in its folder, NAME.RANDOM.part, so
-// that whatever ends the process leaves what has come, and gets its own name when it is finished or destroyed.
+// What becomes of a file that is destroyed before it is finished: none of it may be seen, or what has come is worth its name.
+enum class Unfinished { removed, kept };
+
+// A result that comes piece by piece. As a file it grows under a temporary name in its folder, NAME.RANDOM.part, and gets its
+// own when it is finished.
 class GrowingFile {
 public:
-    // Fails at once when the path cannot be written; makes nothing yet.
-    explicit GrowingFile(const std::string& path) : m_target(path) {}
+    // Makes nothing yet.
+    GrowingFile(OutputFile target, Unfinished unfinished) : m_target(std::move(target)), m_unfinished(unfinished) {}
     GrowingFile(const GrowingFile&) = delete;
     GrowingFile& operator=(const GrowingFile&) = delete;
     ~GrowingFile();
@@ -46,9 +50,10 @@ public:
 
 private:
     void open();
-    int close();  // returns 0 or an error number
+    int close(int error);  // returns 0 or an error number, the given one first
 
     OutputFile m_target;
+    Unfinished m_unfinished;
     std::filesystem::path m_temporary;
     int m_descriptor = -1;  // -1: not open
 };

@@ -1,5 +1,6 @@
 #include "recordings/base/Text.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -8,23 +9,35 @@ namespace katessel {
 
 namespace {
 
-// Room for every double before its point: sign, digits, and what stands between it and the decimals.
-constexpr std::size_t kLongestWhole = std::numeric_limits<double>::max_exponent10 + 3;
+// Room for every double: sign, digits, point, and up to 17 decimals.
+constexpr std::size_t kLongestNumber = std::numeric_limits<double>::max_exponent10 + 20;
 
-std::string numberText(double value, std::chars_format format, int precision) {
-    std::string text(kLongestWhole + static_cast<std::size_t>(precision), '\0');
-    const std::to_chars_result end = std::to_chars(text.data(), text.data() + text.size(), value, format, precision);
-    text.resize(static_cast<std::size_t>(end.ptr - text.data()));
-    return text;
+void appendNumber(std::string& text, double value, std::chars_format format, int precision) {
+    std::array<char, kLongestNumber> digits;
+    const std::to_chars_result end = std::to_chars(digits.begin(), digits.end(), value, format, precision);
+    text.append(digits.begin(), end.ptr);
 }
 
 }  // namespace
 
-std::string fixedText(double value, int decimals) {
-    return std::isnan(value) ? "nan" : numberText(value, std::chars_format::fixed, decimals);
+void appendFixed(std::string& text, double value, int decimals) {
+    if (std::isnan(value))
+        text += "nan";
+    else
+        appendNumber(text, value, std::chars_format::fixed, decimals);
 }
 
-std::string shortNumber(double value) { return numberText(value, std::chars_format::general, 6); }
+std::string fixedText(double value, int decimals) {
+    std::string text;
+    appendFixed(text, value, decimals);
+    return text;
+}
+
+std::string shortNumber(double value) {
+    std::string text;
+    appendNumber(text, value, std::chars_format::general, 6);
+    return text;
+}
 
 std::string numberProblem(const std::string& text, double least, double most) {
     double value = 0.0;

@@ -9,6 +9,9 @@ namespace katessel {
 // With so many decimals, as "%.*f" has it; "nan" without a sign.
 std::string fixedText(double value, int decimals);
 
+// The same at the end of a text that grows, without one of its own.
+void appendFixed(std::string& text, double value, int decimals);
+
 // With the digits that it needs and no more than six, as "%g" has it: for messages and labels.
 std::string shortNumber(double value);
 

@@ -23,11 +23,8 @@ double Excerpt::end(double recordingEnd) const {
     return duration ? std::min(start + *duration, recordingEnd) : recordingEnd;
 }
 
-void Excerpt::cut(PitchTrack& track) const {
-    for (PitchRow& row : track) row.time += readFrom();
-    const double first = start - kRounding;
-    const double last = end(std::numeric_limits<double>::infinity()) - kRounding;
-    std::erase_if(track, [&](const PitchRow& row) { return row.time < first || row.time >= last; });
+bool Excerpt::holds(double time) const {
+    return time >= start - kRounding && time < end(std::numeric_limits<double>::infinity()) - kRounding;
 }
 
 }  // namespace katessel

@@ -20,8 +20,8 @@ struct Excerpt {
     // The end of what is tracked [s], where the recording ends at `recordingEnd` [s].
     double end(double recordingEnd) const;
 
-    // Takes a track of what was read; gives its rows the times of the recording, and removes those outside.
-    void cut(PitchTrack& track) const;
+    // Whether a row at `time` [s] of the recording belongs to it.
+    bool holds(double time) const;
 };
 
 }  // namespace katessel

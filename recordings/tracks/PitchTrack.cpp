@@ -21,11 +21,6 @@ void applyVoicing(PitchTrack& track, VoicingRule rule) {
         if (!voiced[i]) track[i].frequency = 0.0f;
 }
 
-void applyRange(PitchTrack& track, double lowest, double highest) {
-    for (PitchRow& row : track)
-        if (row.frequency < lowest || row.frequency > highest) row.frequency = 0.0f;
-}
-
 double centsAbove440(float frequency) {
     if (frequency <= 0.0f) return std::numeric_limits<double>::quiet_NaN();
     return 1200.0 * std::log2(frequency / 440.0);

@@ -27,9 +27,6 @@ std::vector<bool> voicedRows(const PitchTrack& track, VoicingRule rule);
 // Marks all others as unvoiced.
 void applyVoicing(PitchTrack& track, VoicingRule rule);
 
-// Marks rows with a frequency below `lowest` or above `highest` [Hz] as unvoiced.
-void applyRange(PitchTrack& track, double lowest, double highest);
-
 // Pitch of `frequency` [Hz] in cents above 440 Hz; not a number for 0 Hz.
 double centsAbove440(float frequency);
 

@@ -9,7 +9,6 @@
 #include <optional>
 #include <sstream>
 
-#include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
 #include "recordings/base/Text.h"
 
@@ -43,7 +42,8 @@ TEST(GrowingFile, GrowsAndGetsItsName) {
     const fs::path name = folder / "track.csv";
     const auto files = [&] { return std::distance(fs::directory_iterator(folder), fs::directory_iterator()); };
     std::ofstream(name) << "old";
-    std::optional<GrowingFile> file(name.string());
+    std::optional<GrowingFile> file;
+    file.emplace(OutputFile(name.string()), Unfinished::kept);
     EXPECT_EQ(files(), 1);
     file->append("one\n");
     fs::path growing;
@@ -56,12 +56,14 @@ TEST(GrowingFile, GrowsAndGetsItsName) {
     file->finish();
     EXPECT_EQ(contentOf(name), "one\ntwo\n");
     EXPECT_EQ(files(), 1);
-    // Whoever ends early, by an exception, leaves what has come.
-    file.emplace(name.string());
-    file->append("three\n");
-    file.reset();
-    EXPECT_EQ(contentOf(name), "three\n");
-    EXPECT_THROW(GrowingFile((folder / "none" / "track.csv").string()), ToolError);
+    // Whoever ends early, by an exception, leaves what has come, or what was there before.
+    for (const auto& [unfinished, left] : {std::pair{Unfinished::kept, "three\n"}, {Unfinished::removed, "three\n"}}) {
+        file.emplace(OutputFile(name.string()), unfinished);
+        file->append(unfinished == Unfinished::kept ? "three\n" : "four\n");
+        file.reset();
+        EXPECT_EQ(contentOf(name), left);
+        EXPECT_EQ(files(), 1);
+    }
     fs::remove_all(folder);
 }
 

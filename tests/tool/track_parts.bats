@@ -82,6 +82,25 @@ open("list.wav", "wb").write(b"RIFF" + (len(data) - 8).to_bytes(4, "little") + d
   [[ $stderr == "katessel: cannot read the recording: -: expected a known audio format, found "* ]]
 }
 
+@test "rows come with the sound, and what is wrong behind them is an error" {
+  mkfifo pipe
+  "$KATESSEL_TOOL" track --raw f32:24000 --mode live - < pipe > rows.csv 3>&- &
+  exec 4> pipe
+  samples glide24000.wav >&4
+  for ((tries = 0; tries < 100 && $(wc -l < rows.csv) < 600; ++tries)); do sleep 0.05; done
+  exec 4>&-
+  [ "$tries" -lt 100 ]
+  wait $!
+  katessel track glide24000.wav --mode live | cmp - rows.csv
+  # Half a sample more, after rows that are out: the status says it, and a file does not appear.
+  { samples glide24000.wav; printf xx; } > cut.raw
+  run --separate-stderr "$KATESSEL_TOOL" track --raw f32:24000 --mode live cut.raw
+  [ "$status" -eq 1 ]
+  [ "${#lines[@]}" -gt 500 ]
+  [[ $stderr == *"cut.raw: expected whole frames of 4 bytes, found one of 2 at the end" ]]
+  fails_with 1 "found one of 2 at the end" track --raw f32:24000 --mode live cut.raw -o cut.csv
+}
+
 @test "--raw: floats and integers, several channels, from a pipe and from a file" {
   katessel track tone.wav > expected.csv
   samples tone.wav | katessel track --raw f32:24000 - | cmp - expected.csv
