@@ -1,71 +1,46 @@
-// katessel: pitch tracks of recordings, and what a frame costs.
-#include <CLI/CLI.hpp>
-#include <cstdio>
-#include <exception>
-#include <string>
+// katessel: the tool. Commands whose libraries would slow down the start of all others are programs of their own, which it
+// becomes when they are asked for; here they have their names.
+#include <unistd.h>
 
-#include "tracking/FileHash.h"
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "apps/Program.h"
 #include "apps/commands/Commands.h"
-#include "katessel/InstructionSet.h"
-#include "katessel/KTessel.h"
 #include "recordings/base/Errors.h"
-#include "recordings/base/ProcessStart.h"
-#include "tracking/Model.h"
 
 namespace katessel {
 namespace {
 
-constexpr char kAbout[] =
-    "Estimates the pitch of one voice or instrument every 5 ms.\n"
-    "\n"
-    "The environment variable KATESSEL_ISA names the vector instructions to compute\n"
-    "with (scalar, sse2, avx2 or avx512); without it the best available are used.\n"
-    "KATESSEL_MODEL names the weight file to use where no --model does.\n"
-    "Exit status: 0 success, 1 failure, 2 wrong usage.";
+struct OtherProgram {
+    const char* command;
+    const char* summary;
+};
 
-// "none" where a default model is missing: --version must work there, too.
-std::string defaultModelHash(TrackMode mode) {
-    try {
-        return fileSha256(modelPath("", mode));
-    } catch (const ToolError&) {
-        return "none";
-    }
-}
-
-std::string defaultModelHashes() {
-    const std::string offline = defaultModelHash(TrackMode::offline), live = defaultModelHash(TrackMode::live);
-    return "model " + offline + (live == offline ? "" : ", live model " + live);
-}
-
-// Runs the chosen command, or prints help or the version where they were asked for.
-void parse(CLI::App& app, int argc, char** argv) {
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() != 0) throw ToolError(std::string("wrong usage: ") + error.what(), kStatusUsage);
-        app.exit(error);
-    }
-}
-
-void run(int argc, char** argv) {
-    CLI::App app(kAbout, "katessel");
-    app.set_version_flag("--version", [] {
-        applyInstructionChoice();
-        return std::string(KTessel_GetVersion()) + ", " + defaultModelHashes() + ", " + KaTessel::instructionSet();
-    });
-    app.require_subcommand(1);
-    addTrackCommand(app);
-    addEvalCommand(app);
-    addBenchCommand(app);
+constexpr OtherProgram kOthers[] = {
 #ifdef KATESSEL_HAS_CAIRO
-    addPlotCommand(app);
+    {"plot", kPlotSummary},
 #endif
-    addModelCommand(app);
-    addSynthCommand(app);
 #ifdef KATESSEL_HAS_JACK
-    addLiveCommand(app);
+    {"live", kLiveSummary},
 #endif
-    parse(app, argc, argv);
+};
+
+// Becomes the program of the command, with the same arguments; returns where that fails.
+void become(const OtherProgram& other, char** argv) {
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    const std::string path = self.parent_path() / KATESSEL_PROGRAMS / (std::string("katessel-") + other.command);
+    ::execv(path.c_str(), argv);
+    printError(errorMessage("cannot run", path, "the program of this command", std::strerror(errno)));
+}
+
+void addOthers(CLI::App& app) {
+    for (const OtherProgram& other : kOthers) app.add_subcommand(other.command, other.summary);
 }
 
 }  // namespace
@@ -73,17 +48,13 @@ void run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     using namespace katessel;
-    startSafely();
-    try {
-        run(argc, argv);
-        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-            fail(kCannotWrite, "standard output", "room for the result", "none");
-        return 0;
-    } catch (const ToolError& error) {
-        printError(error.what());
-        return error.status();
-    } catch (const std::exception& error) {
-        printError(error.what());
+    const std::string command = argc > 1 ? argv[1] : "";
+    for (const OtherProgram& other : kOthers) {
+        if (command != other.command) continue;
+        become(other, argv);
         return kStatusFailure;
     }
+    return runProgram(
+        argc, argv,
+        {&addTrackCommand, &addEvalCommand, &addBenchCommand, &addModelCommand, &addSynthCommand, &addOthers});
 }

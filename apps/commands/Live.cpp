@@ -146,7 +146,7 @@ void runLive(const LiveOptions& options) {
 void addLiveCommand(CLI::App& app) {
     const auto owned = std::make_shared<LiveOptions>();
     LiveOptions& options = *owned;
-    CLI::App* command = app.add_subcommand("live", "Show the pitch of the microphone or of another JACK port");
+    CLI::App* command = app.add_subcommand("live", kLiveSummary);
     command->footer(kAboutLive);
     command->add_option("--port", options.port, "Port to listen to (default: the first with sound from outside)");
     command->add_flag("--list", options.list, "Only name the ports that can be listened to");

@@ -162,7 +162,7 @@ void runPlot(const PlotOptions& options) {
 void addPlotCommand(CLI::App& app) {
     const auto owned = std::make_shared<PlotOptions>();
     PlotOptions& options = *owned;
-    CLI::App* command = app.add_subcommand("plot", "Draw a recording's spectrogram and pitch");
+    CLI::App* command = app.add_subcommand("plot", kPlotSummary);
     command->footer(kAboutPlot);
     command->add_option("FILE", options.recording, "Recording, in any format that libsndfile reads")->required();
     command->add_option("-o,--output", options.output, "The picture: a name that ends with .png or .svg")->required();

@@ -17,7 +17,7 @@ echo "-- nothing of the place where it was built"
 if grep -rlF -e "$source" -e "$build" "$root"; then exit 1; fi
 
 echo "-- hardened"
-mapfile -t binaries < <(find "$root" -type f \( -name '*.so*' -o -path '*/bin/*' \))
+mapfile -t binaries < <(find "$root" -type f \( -name '*.so*' -o -path '*/bin/*' -o -path '*/libexec/*' \))
 for binary in "${binaries[@]}"; do
     readelf -dlW --dyn-syms "$binary" >"$scratch/marks"
     marks=('file type is DYN' BIND_NOW GNU_RELRO __stack_chk_fail)
@@ -58,4 +58,9 @@ if [ -x "$root/bin/katessel" ]; then
     echo "-- installed tool with its own model"
     cd "$scratch"
     "$root/bin/katessel" track "$source/examples/audio/speech_nathalie.ogg" | head -n 3
+    # Pictures and JACK are programs of their own, which do not slow down the start of the others.
+    if readelf -d "$root/bin/katessel" | grep -E 'NEEDED.*(cairo|jack)'; then exit 1; fi
+    for program in "$root"/libexec/katessel/katessel-*; do
+        [ ! -e "$program" ] || "$root/bin/katessel" "${program##*-}" --help >/dev/null
+    done
 fi

@@ -1,0 +1,80 @@
+#include "apps/Program.h"
+
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "apps/commands/Commands.h"
+#include "katessel/InstructionSet.h"
+#include "katessel/KTessel.h"
+#include "recordings/base/Errors.h"
+#include "recordings/base/ProcessStart.h"
+#include "tracking/FileHash.h"
+#include "tracking/Model.h"
+
+namespace katessel {
+
+namespace {
+
+constexpr char kAbout[] =
+    "Estimates the pitch of one voice or instrument every 5 ms.\n"
+    "\n"
+    "The environment variable KATESSEL_ISA names the vector instructions to compute\n"
+    "with (scalar, sse2, avx2 or avx512); without it the best available are used.\n"
+    "KATESSEL_MODEL names the weight file to use where no --model does.\n"
+    "Exit status: 0 success, 1 failure, 2 wrong usage.";
+
+// "none" where a default model is missing: --version must work there, too.
+std::string defaultModelHash(TrackMode mode) {
+    try {
+        return fileSha256(modelPath("", mode));
+    } catch (const ToolError&) {
+        return "none";
+    }
+}
+
+std::string defaultModelHashes() {
+    const std::string offline = defaultModelHash(TrackMode::offline), live = defaultModelHash(TrackMode::live);
+    return "model " + offline + (live == offline ? "" : ", live model " + live);
+}
+
+// Runs the chosen command, or prints help or the version where they were asked for.
+void parse(CLI::App& app, int argc, char** argv) {
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() != 0) throw ToolError(std::string("wrong usage: ") + error.what(), kStatusUsage);
+        app.exit(error);
+    }
+}
+
+void run(int argc, char** argv, const std::vector<void (*)(CLI::App&)>& commands) {
+    CLI::App app(kAbout, "katessel");
+    app.set_version_flag("--version", [] {
+        applyInstructionChoice();
+        return std::string(KTessel_GetVersion()) + ", " + defaultModelHashes() + ", " + KaTessel::instructionSet();
+    });
+    app.require_subcommand(1);
+    for (const auto& add : commands) add(app);
+    parse(app, argc, argv);
+}
+
+}  // namespace
+
+int runProgram(int argc, char** argv, const std::vector<void (*)(CLI::App&)>& commands) {
+    startSafely();
+    try {
+        run(argc, argv, commands);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+            fail(kCannotWrite, "standard output", "room for the result", "none");
+        return 0;
+    } catch (const ToolError& error) {
+        printError(error.what());
+        return error.status();
+    } catch (const std::exception& error) {
+        printError(error.what());
+        return kStatusFailure;
+    }
+}
+
+}  // namespace katessel
