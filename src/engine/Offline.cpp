@@ -1,7 +1,8 @@
 // Whole recordings: the batch form of the network, one value per 5 ms.
 //
-// The signal is taken in segments, so that memory does not grow with its length: each segment of frames is analysed
-// with the network's context on both sides and gives the values that the whole sequence at once would.
+// The signal is taken in segments, so that memory does not grow with its length: each segment of frames goes through the
+// network with its context on both sides and gives the values that the whole sequence at once would. Features are computed
+// once; those at the end of a segment are carried over to the next.
 #include <math.h>
 
 #include <algorithm>
@@ -17,8 +18,9 @@
 namespace KaTessel {
 namespace {
 
-// 128 with the context: whole tiles of the matrix products, whole batches of features, and no more than the cache holds.
-constexpr int kSegmentFrames = 120;
+// New ones in a segment: whole batches of features, whole tiles of the matrix products with the 8 that are carried over, and
+// no more than the cache holds.
+constexpr int kSegmentFrames = 240;
 
 // The two heads over blocks of frames.
 class SequenceHeads {
@@ -55,25 +57,38 @@ int wholeHops(long samples) {
 
 }  // namespace
 
+// Kept from one recording to the next: of a short one, it costs a tenth of the time to ask for the memory.
+struct OfflineForm {
+    explicit OfflineForm(const EngineModel& model)
+        : network(model.network),
+          heads(model),
+          batch(model),
+          samples(static_cast<std::size_t>((batch.framesAtOnce() - 1) * facts::kHop + facts::kAnalysisLength)) {}
+
+    SequenceNetwork network;
+    SequenceHeads heads;
+    FeatureBatch batch;
+    FrameBlock features, skip, outputs;
+    std::vector<float> samples;  // of one batch: a copy that the cache holds, as its frames are read side by side
+};
+
 int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, float* outConfidence, int centsMode) {
     const FlushDenormals flush;
     SignalReader signal(input, numSamples, sampleRate == internalRate ? 1.0f : rateRatio, resampler);
     const int frames = wholeHops(signal.length());
-    const EngineModel& model = *Prepared::of(*this).model;
-    SequenceNetwork network(model.network);
-    SequenceHeads heads(model);
-    const int context = network.context();
+    Prepared& prepared = Prepared::of(*this);
+    if (prepared.offline == nullptr) prepared.offline = std::make_shared<OfflineForm>(*prepared.model);
+    auto& [network, heads, batch, features, skip, outputs, samples] = *prepared.offline;
+    const int context = network.context(), atOnce = batch.framesAtOnce();
     const int half = (facts::kAnalysisLength - 1) / 2;
-
-    FeatureBatch batch(model);
-    const int atOnce = batch.framesAtOnce();
-    FrameBlock features, skip, outputs;
-    std::vector<float> samples(static_cast<std::size_t>((atOnce - 1) * facts::kHop + facts::kAnalysisLength));
-    for (int first = 0; first < frames; first += kSegmentFrames) {
-        const int last = std::min(first + kSegmentFrames, frames);
-        const int begin = std::max(first - context, 0), end = std::min(last + context, frames);
+    for (int first = 0, begin = 0, end = 0; first < frames;) {
+        const int carried = std::max(first - context, 0), known = end;
+        std::copy(features.frame(carried - begin), features.frame(known - begin), features.frame(0));
+        begin = carried;
+        end = frames - known < kSegmentFrames * 3 / 2 ? frames : known + kSegmentFrames;  // no short one at the end
+        const int last = end < frames ? end - context : frames;
         features.resize(end - begin, numBands, network.padding());
-        for (int f = begin; f < end; f += atOnce) {
+        for (int f = known; f < end; f += atOnce) {
             // Frames are centred on sample f * kHop; what lies outside the signal reads as 0.
             signal.read(static_cast<long>(f) * facts::kHop - half, static_cast<int>(samples.size()), samples.data());
             batch.process(samples.data(), facts::kHop, std::min(atOnce, end - f), features.frame(f - begin));
@@ -85,6 +100,7 @@ int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, 
             outF0[f] = offlinePitch(offlineOctaves(y[0]), centsMode);
             outConfidence[f] = confidenceOf(y[1]);
         }
+        first = last;
     }
     return frames;
 }

@@ -5,7 +5,7 @@
 namespace KaTessel {
 namespace {
 
-constexpr int kPieceOutputs = 16384;     // [samples at 24 kHz] converted at a time
+constexpr int kPieceOutputs = 4096;      // [samples at 24 kHz] converted at a time, so few that the cache keeps them
 constexpr long kHistory = 32;            // zeros that the converter starts from
 constexpr double kFirstPosition = 16.0;  // of the first output, from the start of those zeros
 
@@ -44,10 +44,14 @@ void SignalReader::convertUntil(long end) {
         const int count = static_cast<int>(std::min<long>(kPieceOutputs, left));
         m_converted.resize(have + static_cast<std::size_t>(count));
         const long reach = static_cast<long>(m_position + count * static_cast<double>(m_ratio)) + m_filter.taps + 1;
-        m_piece.resize(static_cast<std::size_t>(reach));
-        copyOrZero(m_input, m_numSamples, m_consumed, reach, m_piece.data());
-        m_position = m_filter.interp.render1(m_piece.data(), m_position, static_cast<double>(m_ratio),
-                                             m_converted.data() + have, count);
+        const float* host = m_input + std::max(m_consumed, 0L);
+        if (m_consumed < 0 || m_consumed + reach > m_numSamples) {
+            m_piece.resize(static_cast<std::size_t>(reach));
+            copyOrZero(m_input, m_numSamples, m_consumed, reach, m_piece.data());
+            host = m_piece.data();
+        }
+        m_position =
+            m_filter.interp.render1(host, m_position, static_cast<double>(m_ratio), m_converted.data() + have, count);
         const long whole = static_cast<long>(m_position);
         m_consumed += whole;
         m_position -= static_cast<double>(whole);

@@ -37,7 +37,7 @@ private:
     long m_start = 0;
     long m_consumed = 0;         // host samples that the next conversion starts behind
     double m_position = 0.0;     // of the next output, from m_consumed on
-    std::vector<float> m_piece;  // host samples of one conversion
+    std::vector<float> m_piece;  // host samples of a conversion at an end of the signal, with the zeros beside it
 };
 
 }  // namespace KaTessel
