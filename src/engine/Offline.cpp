@@ -22,6 +22,19 @@ namespace {
 // no more than the cache holds.
 constexpr int kSegmentFrames = 240;
 
+// Octaves to the value that the caller asked for.
+float offlinePitch(float octaves, int centsMode) {
+    if (centsMode != 0) return octaves * facts::kCentsPerOctave;
+    return octaves < facts::kOfflineUnvoiced ? 0.0f : facts::kReferenceHz * expf(octaves * 0.6931472f);
+}
+
+// In float and double on purpose: for signals of hours the result is that of a length rounded to float.
+int wholeHops(long samples) {
+    return static_cast<int>(static_cast<double>(static_cast<float>(samples)) * facts::kFramesPerSecond / facts::kRate);
+}
+
+}  // namespace
+
 // The two heads over blocks of frames.
 class SequenceHeads {
 public:
@@ -43,19 +56,6 @@ private:
     PackedLayer m_second;
     FrameBlock m_hidden;
 };
-
-// Octaves to the value that the caller asked for.
-float offlinePitch(float octaves, int centsMode) {
-    if (centsMode != 0) return octaves * facts::kCentsPerOctave;
-    return octaves < facts::kOfflineUnvoiced ? 0.0f : facts::kReferenceHz * expf(octaves * 0.6931472f);
-}
-
-// In float and double on purpose: for signals of hours the result is that of a length rounded to float.
-int wholeHops(long samples) {
-    return static_cast<int>(static_cast<double>(static_cast<float>(samples)) * facts::kFramesPerSecond / facts::kRate);
-}
-
-}  // namespace
 
 // Kept from one recording to the next: of a short one, it costs a tenth of the time to ask for the memory.
 struct OfflineForm {

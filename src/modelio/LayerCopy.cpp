@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "base/Messages.h"
+#include "kernels/Kernels.h"
 
 namespace KaTessel {
 namespace {
@@ -37,13 +38,22 @@ void releaseBias(float*& bias, bool wasMalloced) {
 
 // Stored [.., A, B] to delivered [.., B, A].
 void copyTransposed(const T_FileTensor& tensor, float* to) {
-    constexpr int kColumns = 16;
     const auto [A, B] = lastTwo(tensor);
+    const kernels::Kernels& vec = *kernels::active;
+    // In tiles, of as many rows as a vector has lanes; what is no whole tile one by one.
+    constexpr int kColumns = kernels::kMaxLanes;
+    alignas(64) float turned[kColumns * kernels::kMaxLanes];
+    const int lanes = vec.lanes, rows = A - A % lanes, columns = B - B % kColumns;
     const float* from = tensor.values;
-    for (int done = 0; done < tensor.count; done += A * B, from += A * B, to += A * B)
-        for (int first = 0; first < B; first += kColumns)  // as many rows of the result as the cache holds lines of
-            for (int a = 0; a < A; ++a)
-                for (int b = first; b < std::min(first + kColumns, B); ++b) to[b * A + a] = from[a * B + b];
+    for (int done = 0; done < tensor.count; done += A * B, from += A * B, to += A * B) {
+        for (int first = 0; first < columns; first += kColumns)
+            for (int a = 0; a < rows; a += lanes) {
+                vec.placeLanes(turned, from + a * B + first, B, 1.0f, kColumns);
+                for (int b = 0; b < kColumns; ++b) std::copy_n(turned + b * lanes, lanes, to + (first + b) * A + a);
+            }
+        for (int a = 0; a < A; ++a)
+            for (int b = a < rows ? columns : 0; b < B; ++b) to[b * A + a] = from[a * B + b];
+    }
 }
 
 // Gives every output's weights the norm that its gain says. The outputs of a kernel with several taps are

@@ -1,6 +1,7 @@
 #include "nn/PackedLayer.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace KaTessel {
 
@@ -18,13 +19,12 @@ PackedLayer::PackedLayer(const kernels::Kernels& vec, int kernel, int nIn, const
 
 template <class Visit>
 bool PackedLayer::forEachRun(const std::vector<LayerPart>& parts, Visit visit) const {
-    constexpr int kMostOutputs = 16;  // whose rows the cache holds side by side
     const int block = m_vec.blockVectors * m_vec.lanes, whole = wholeVectors();
     int output = 0;
     for (const LayerPart& part : parts)
         for (int o = 0; o < part.nOut;) {
             const int first = output - output % block, width = std::min(whole - first, block);
-            const int run = std::min({part.nOut - o, first + width - output, kMostOutputs});
+            const int run = std::min({part.nOut - o, first + width - output, m_vec.lanes - output % m_vec.lanes});
             for (int k = 0; k < m_kernel; ++k) {
                 const long at = static_cast<long>(first) * m_kernel * m_nIn + static_cast<long>(k) * m_nIn * width;
                 const float* from = part.W + (static_cast<long>(k) * part.nOut + o) * m_nIn;
@@ -44,12 +44,24 @@ std::vector<float> PackedLayer::biases(const std::vector<LayerPart>& parts) {
 }
 
 bool PackedLayer::holds(const std::vector<LayerPart>& parts) const {
-    return biases(parts) == m_bias && forEachRun(parts, [this](long at, int width, const float* from, int outputs) {
-               bool same = true;
-               for (int i = 0; i < m_nIn && same; ++i, at += width)
-                   for (int o = 0; o < outputs; ++o) same &= m_packed.data()[at + o] == from[o * m_nIn + i];
-               return same;
-           });
+    if (biases(parts) != m_bias) return false;
+    return forEachRun(parts, [this](long at, int width, const float* from, int outputs) {
+        // In tiles, of as many outputs as a vector has lanes; what is no whole tile one by one.
+        constexpr int kInputs = kernels::kMaxLanes;
+        alignas(64) float turned[kInputs * kernels::kMaxLanes];
+        const int whole = outputs == m_vec.lanes ? m_nIn - m_nIn % kInputs : 0;
+        const std::size_t bytes = static_cast<std::size_t>(outputs) * sizeof(float);
+        for (int first = 0; first < whole; first += kInputs) {
+            m_vec.placeLanes(turned, from + first, m_nIn, 1.0f, kInputs);
+            for (int i = 0; i < kInputs; ++i)
+                if (std::memcmp(m_packed.data() + at + (first + i) * width, turned + i * outputs, bytes) != 0)
+                    return false;
+        }
+        bool same = true;
+        for (int i = whole; i < m_nIn; ++i)
+            for (int o = 0; o < outputs; ++o) same &= m_packed.data()[at + i * width + o] == from[o * m_nIn + i];
+        return same;
+    });
 }
 
 void PackedLayer::apply(float* out, const float* const* in, bool accumulate) const {
