@@ -25,17 +25,17 @@ def find(folder, truth=False):
     return found
 
 
-def read(path):
-    """The recording at 24 kHz, its channels averaged."""
+def read(path, wanted=RATE):
+    """The recording at 24 kHz or another rate, its channels averaged."""
     samples, rate = soundfile.read(path, always_2d=True)
     samples = samples.mean(axis=1)
-    return samples if rate == RATE else signal.resample_poly(samples, RATE, rate)
+    return samples if rate == wanted else signal.resample_poly(samples, wanted, rate)
 
 
-def write(path, samples, subtype="PCM_16"):
+def write(path, samples, subtype="PCM_16", rate=RATE):
     """As 16 bits a sample, made quieter where it would be clipped."""
     path.parent.mkdir(parents=True, exist_ok=True)
-    soundfile.write(path, samples * min(1.0, 0.99 / max(np.abs(samples).max(), 1e-9)), RATE, subtype)
+    soundfile.write(path, samples * min(1.0, 0.99 / max(np.abs(samples).max(), 1e-9)), rate, subtype)
 
 
 def read_truth(path):
