@@ -34,7 +34,7 @@ def random_array(chance):
     steps = tuple(slice(None if step > 0 else size * 2 - 1, size * step if step > 0 else None, step) if size else slice(0, 0)
                   for size, step in ((size, chance.choice((1, 2, -1, -2))) for size in shape))
     x = x[steps]
-    return np.ma.MaskedArray(x) if chance.random() < 0.03 else x.tolist() if chance.random() < 0.05 else x
+    return np.ma.MaskedArray(x) if chance.random() < 0.03 else np.asarray(x).tolist() if chance.random() < 0.05 else x
 
 
 def expected_sample(frame, kind):

@@ -85,7 +85,7 @@ void addOutputOptions(CLI::App& command, TrackOptions& options) {
         .add_option(
             "--format", options.format,
             "What to write (default: csv, or what the extension of -o says): rows as csv, tsv, json or npy; "
-            "voiced rows as a Praat pitchtier; voiced and unvoiced segments as lab; notes as midi; known pitch as f0")
+            "a Praat pitchtier, textgrid or pitch; voiced and unvoiced segments as lab; notes as midi; known pitch as f0")
         ->check(CLI::IsMember(formatNames()));
     CLI::Option* unit =
         command.add_option("--unit", options.unit, "Pitch in hz (default), cents above 440 Hz or midi note numbers")

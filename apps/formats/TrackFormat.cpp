@@ -58,6 +58,8 @@ const std::vector<TrackFormat>& trackFormats() {
         {"json", ".json", true, false, &wholeWriter<&jsonText>},
         {"npy", ".npy", true, true, &wholeWriter<&npyBytes>},
         {"pitchtier", ".PitchTier", false, false, &wholeWriter<&pitchTierText>},
+        {"textgrid", ".TextGrid", false, false, &wholeWriter<&textGridText>},
+        {"pitch", ".Pitch", false, false, &wholeWriter<&praatPitchText>},
         {"lab", ".lab", false, false, &labWriter},
         {"midi", ".mid", false, true, &wholeWriter<&midiBytes>},
         {"f0", ".f0", false, false, &f0Writer},

@@ -96,6 +96,12 @@ std::unique_ptr<TrackWriter> labWriter(TrackHead head);
 // A Praat PitchTier: a point in Hz for every voiced row.
 std::string pitchTierText(const TrackDocument& document);
 
+// A Praat TextGrid: the names of the notes of Notes.h in one tier, `voiced` in the other, and empty intervals between.
+std::string textGridText(const TrackDocument& document);
+
+// A Praat Pitch: one candidate for every row, 0 Hz where unvoiced, the confidence as its strength.
+std::string praatPitchText(const TrackDocument& document);
+
 // One line of JSON: `recording`, `sample_rate`, `start`, `end`, what the document is about, and `track` with one array a
 // column. A pitch that is not a number is null.
 std::string jsonText(const TrackDocument& document);

@@ -1,7 +1,9 @@
-"""Reads tracks that are no CSV: read_track.py FILE prints what a FILE.npy, .json, .PitchTier, .lab or .mid says.
+"""Reads tracks that are no CSV: read_track.py FILE prints what a FILE.npy, .json, .PitchTier, .TextGrid, .Pitch, .lab or .mid says.
 
 npy, json    time,pitch,confidence a line, as a CSV track has it, without the header
 PitchTier    start,end, then time,pitch a line
+TextGrid     tier,start,end,label a line
+Pitch        start,end, then time,pitch,confidence a line
 lab          start,end,label a line
 mid          start,end,note a line, and the end of the track
 """
@@ -48,6 +50,39 @@ def pitch_tier(path):
     return ["%.3f,%.3f" % pair for pair in [(float(values[0][2]), float(values[1][2]))] + pairs]
 
 
+def praat(path, kind):
+    """The values of a Praat text file by their names, in order; brackets hold the count that they say."""
+    with open(path) as f:
+        lines = f.read().splitlines()
+    assert lines[:3] == ['File type = "ooTextFile"', 'Object class = "%s"' % kind, ""], lines[:3]
+    return [(m[1], m[2].strip('"')) for m in (re.fullmatch(r" *(.*?) = (.*)", line) for line in lines[3:]) if m]
+
+
+def text_grid(path):
+    values, rows, tier = praat(path, "TextGrid"), [], None
+    assert values[2] == ("size", "2")
+    for place, (name, value) in enumerate(values):
+        if name == "name":
+            tier, count, end = value, int(values[place + 3][1]), values[place + 1][1]
+        if name == "text":
+            (_, start), (_, stop) = values[place - 2 : place]
+            assert start == end, "intervals of %s that do not meet at %s" % (tier, end)
+            end = stop
+            rows.append("%s,%.3f,%.3f,%s" % (tier, float(start), float(stop), value))
+            count -= 1
+            assert count >= 0 and (count > 0 or stop == values[1][1])
+    return rows
+
+
+def pitch(path):
+    values = praat(path, "Pitch 1")
+    head = dict(values[:7])
+    frames = list(zip(*[[float(v) for n, v in values if n == name] for name in ("frequency", "strength")]))
+    assert len(frames) == int(head["nx"]) and set(v for n, v in values if n == "nCandidates") == {"1"}
+    times = [float(head["x1"]) + i * float(head["dx"]) for i in range(len(frames))]
+    return ["%.3f,%.3f" % (float(head["xmin"]), float(head["xmax"]))] + [row(t, *f) for t, f in zip(times, frames)]
+
+
 def lab(path):
     with open(path) as f:
         return f.read().replace("\t", ",").splitlines()
@@ -74,5 +109,5 @@ def midi(path):
 
 
 if __name__ == "__main__":
-    readers = {"npy": npy, "json": json_rows, "PitchTier": pitch_tier, "lab": lab, "mid": midi}
+    readers = {"npy": npy, "json": json_rows, "PitchTier": pitch_tier, "TextGrid": text_grid, "Pitch": pitch, "lab": lab, "mid": midi}
     print("\n".join(readers[sys.argv[1].rsplit(".", 1)[1]](sys.argv[1])))

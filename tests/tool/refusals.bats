@@ -103,7 +103,7 @@ TABLE
 2 | track good.wav -o good.wav --format csv | cannot write: good.wav: expected a file of its own, found one that is read
 1 | track good.wav both.wav -o list | cannot write: list: expected a folder, found a file
 2 | track good.wav both.wav -o - | wrong usage: -o -: expected one recording, found a run of several
-2 | track good.wav -o x.TextGrid | unknown kind of track: x.TextGrid: expected a name that ends with one of .txt, .csv, .tsv, .json, .npy, .PitchTier, .lab, .mid, .f0, or --format, found .TextGrid
+2 | track good.wav -o x.xyz | unknown kind of track: x.xyz: expected a name that ends with one of .txt, .csv, .tsv, .json, .npy, .PitchTier, .TextGrid, .Pitch, .lab, .mid, .f0, or --format, found .xyz
 2 | track good.wav both.wav -o tracks.CSV | wrong usage: -o tracks.CSV: expected a folder for the tracks of several recordings, found the name of one track
 1 | track good.wav -o track.csv | cannot write: track.csv: expected no such file yet, or --skip-existing or --force, found one
 1 | track --files-from fifo | cannot read the list: fifo: expected a text file, found a pipe

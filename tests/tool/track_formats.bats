@@ -56,6 +56,19 @@ PY
   katessel track $'a"b\\c\xff.wav' --format json | "$PYTHON" -c 'import json, sys; json.load(sys.stdin)'
 }
 
+@test "TextGrid and Pitch hold notes, voicing and rows for Praat" {
+  katessel track melody.wav -o track.TextGrid
+  katessel track melody.wav -o track.mid
+  katessel track melody.wav -o track.lab
+  read_track track.TextGrid > tiers
+  diff <(awk -F, '$1 == "notes" && $4 != "" { print $2 "," $3 }' tiers) <(read_track track.mid | sed '$d; s/,[0-9]*$//')
+  [ "$(awk -F, '$1 == "notes" && $4 != "" { printf $4 " " }' tiers)" = "A3 E4 B3 " ]
+  near 0.0006 <(awk -F, '$1 == "voicing" { print $2 "," $3 "," ($4 == "" ? "unvoiced" : $4) }' tiers) <(read_track track.lab)
+  katessel track note.wav --start 0.1 --duration 0.4 -o track.Pitch
+  katessel track note.wav --start 0.1 --duration 0.4 -o track.csv
+  near 1e-5 <(read_track track.Pitch) <(echo 0.100,0.500; rows_of track.csv)
+}
+
 @test "pitchtier has a point for every voiced row" {
   katessel track note.wav --start 0.1 --duration 0.4 --format pitchtier > track.PitchTier
   [ "$(read_track track.PitchTier | head -n 1)" = 0.100,0.500 ]
