@@ -1,9 +1,11 @@
 #include "recordings/audio/AudioFile.h"
 
 #include <samplerate.h>
+#include <sys/mman.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "recordings/base/Errors.h"
 #include "recordings/base/Text.h"
@@ -14,6 +16,15 @@ namespace {
 
 constexpr int kChunk = 4096;            // [frames] per read
 constexpr float kLargestSample = 1e6f;  // far above any scale in use; powers of it still fit in a float
+
+// Large pages where the system has them: handing out small ones takes as long as the reading.
+void reserve(std::vector<float>& samples, std::size_t count) {
+    constexpr std::uintptr_t kPage = 2 << 20;  // [bytes]
+    samples.reserve(count);
+    const std::uintptr_t begin = (reinterpret_cast<std::uintptr_t>(samples.data()) + kPage - 1) / kPage * kPage;
+    const std::uintptr_t end = reinterpret_cast<std::uintptr_t>(samples.data() + count) / kPage * kPage;
+    if (begin < end) ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+}
 
 // The frame at an instant [s], which may be infinite.
 std::int64_t frameAt(double seconds, int rate) {
@@ -97,7 +108,7 @@ Recording readRecording(RecordingStream& stream) {
     recording.rate = stream.rate();
     // Asks for the memory once, with some room for the silence that an analysis puts around the sound.
     const std::int64_t expected = stream.expectedLength();
-    if (expected > 0) recording.samples.reserve(static_cast<std::size_t>(expected + recording.rate / 4));
+    if (expected > 0) reserve(recording.samples, static_cast<std::size_t>(expected + recording.rate / 4));
     while (stream.read(recording.samples, kChunk)) {
     }
     recording.damage = stream.damage();
