@@ -86,7 +86,7 @@ execute_process(COMMAND ${KATESSEL_PYTHON} -c
   "from sys import version_info as v; print(f'python3 (>= {v[0]}.{v[1]}~), python3 (<< {v[0]}.{v[1] + 1})')"
   OUTPUT_VARIABLE this_python OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 katessel_package(python python3-katessel python "pitch of a voice or an instrument: Python package"
-  DEPENDS "katessel-data, python3-numpy, ${this_python}" CONTROL ${packaging}/python/postinst ${packaging}/python/prerm BUILT_WITH pybind11-dev)
+  DEPENDS "katessel-data, python3-numpy, ${this_python}" CONTROL ${packaging}/python/postinst ${packaging}/python/prerm BUILT_WITH pybind11-dev nlohmann-json3-dev)
 set(CPACK_COMPONENTS_ALL model library development tool vamp python)
 
 include(CPack)

@@ -5,7 +5,6 @@
 #include <pybind11/pybind11.h>
 
 #include <algorithm>
-#include <chrono>
 #include <katessel/Tracker.hpp>
 #include <katessel/Voicing.hpp>
 #include <mutex>
@@ -13,28 +12,12 @@
 #include <utility>
 #include <vector>
 
+#include "bindings/python/SignalCheck.h"
 #include "tracking/AnalysisParts.h"
 
 namespace katessel::python {
 
 using Samples = pybind11::array_t<float, pybind11::array::c_style>;
-
-// Lets Python see to its signals during a long call that does not hold the interpreter.
-class SignalCheck {
-public:
-    // Called often; asks Python every 50 ms. Throws what a signal's handler raises, as Ctrl-C's does.
-    void poll() {
-        const auto now = Clock::now();
-        if (now - m_last < std::chrono::milliseconds(50)) return;
-        const pybind11::gil_scoped_acquire held;
-        if (PyErr_CheckSignals() != 0) throw pybind11::error_already_set();
-        m_last = Clock::now();
-    }
-
-private:
-    using Clock = std::chrono::steady_clock;
-    Clock::time_point m_last = Clock::now();
-};
 
 // Rows with the decision about each; the frequency is there whatever that is.
 struct DecidedRows {

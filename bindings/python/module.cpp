@@ -72,6 +72,7 @@ PYBIND11_MODULE(core, module) {
     // Nobody reads the sum of the steps' time: two clock readings a frame saved.
     KaTessel::performance_analysis_ = 0;
     module.attr("VERSION") = KATESSEL_VERSION;
+    module.attr("LIBRARY") = KTessel_GetVersion();
     module.attr("LOWEST_RATE") = static_cast<int>(KaTessel::Tracker::kLowestRate);
     module.attr("HIGHEST_RATE") = static_cast<int>(KaTessel::Tracker::kHighestRate);
     module.attr("LARGEST_SAMPLE") = static_cast<float>(KaTessel::Tracker::kLargestSample);

@@ -1,7 +1,8 @@
 """Sound and paths as callers have them, made into what the engine takes."""
+import importlib
 import operator
 import os
-from typing import Any, Union
+from typing import Any, Optional, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -18,6 +19,31 @@ def path_bytes(path: Path) -> bytes:
     if b"\0" in name:
         raise ValueError(f"bad path: expected no NUL byte, found one in {os.fspath(path)!r}")
     return name
+
+
+def files() -> Any:
+    """The module that reads and writes files, which a build without the libraries for them does not have."""
+    try:
+        from . import files as module
+    except ImportError as error:
+        raise ImportError(f"no files: katessel.files: expected the module with its libraries, found {error}") from error
+    return module
+
+
+def optional(name: str) -> Any:
+    """A module of a package that is not needed for anything else."""
+    try:
+        return importlib.import_module(name)
+    except ImportError as error:
+        raise ImportError(f"missing package: expected {name.split('.')[0]}, found {error}") from error
+
+
+def read(path: Path, channel: Optional[int] = None, allow_damaged: bool = False) -> Tuple[npt.NDArray[np.float32], int]:
+    """One channel of a sound file and its rate [Hz]; one that the engine does not take is converted to 24000."""
+    name = path_bytes(path)
+    os.stat(name)  # says that there is none as Python does
+    sound, rate = files().read_sound(name, channel, allow_damaged)
+    return sound, rate
 
 
 def mono(x: npt.ArrayLike) -> npt.NDArray[np.float32]:
