@@ -1,6 +1,8 @@
 #include "apps/batch/TrackSettings.h"
 
+#include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <vector>
@@ -15,7 +17,7 @@ namespace katessel {
 
 namespace {
 
-constexpr char kRawForm[] = "f32:RATE or s16:RATE, perhaps with :CHANNELS";
+constexpr char kRawForm[] = "f32:RATE, f64:RATE, s16:RATE, s24:RATE or s32:RATE, perhaps with :CHANNELS";
 constexpr int kMostRate = 1000000;  // [Hz]
 constexpr int kMostChannels = 1024;
 
@@ -47,11 +49,12 @@ int parseCount(std::string_view digits, int most, const std::string& whole) {
 // Reads "SAMPLE:RATE[:CHANNELS]".
 RawForm parseRawForm(const std::string& text) {
     const std::vector<std::string_view> given = splitAtColons(text);
-    const bool isFloat = given[0] == "f32";
-    if ((!isFloat && given[0] != "s16") || given.size() < 2 || given.size() > 3)
+    const auto kind = std::find_if(std::begin(kRawKinds), std::end(kRawKinds),
+                                   [&](const RawKind& each) { return each.name == given[0]; });
+    if (kind == std::end(kRawKinds) || given.size() < 2 || given.size() > 3)
         failUsage("wrong form of sound", "--raw", kRawForm, text);
     RawForm form;
-    form.sample = isFloat ? RawSample::float32 : RawSample::int16;
+    form.kind = *kind;
     form.rate = parseCount(given[1], kMostRate, text);
     if (given.size() == 3) form.channels = parseCount(given[2], kMostChannels, text);
     return form;

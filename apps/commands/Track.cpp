@@ -61,9 +61,10 @@ void addInputOptions(CLI::App& command, TrackOptions& options) {
     command.add_flag("-r,--recursive", options.inputs.recursive,
                      "Look for recordings in folders and their sub-folders");
     command.add_option("--shard", options.shard, "K/N: only every N-th recording by name, starting with the K-th");
-    command.add_option("--raw", options.raw,
-                       "The sound has no header but this form: f32:RATE or s16:RATE, little-endian, perhaps with "
-                       ":CHANNELS");
+    command.add_option(
+        "--raw", options.raw,
+        "The sound has no header but this form: KIND:RATE or KIND:RATE:CHANNELS, little-endian; kinds: f32, f64, "
+        "s16, s24, s32");
     command.add_flag("--allow-damaged", options.allowDamaged,
                      "Track what there is of a recording that is cut off, with a warning; one with a hole is refused "
                      "all the same");
@@ -82,10 +83,10 @@ void addOutputOptions(CLI::App& command, TrackOptions& options) {
                                          "Leave out what has a track already (an empty file is none)");
     command.add_flag("--force", options.force, "Replace tracks that are there already")->excludes(skip);
     command
-        .add_option(
-            "--format", options.format,
-            "What to write (default: csv, or what the extension of -o says): rows as csv, tsv, json or npy; "
-            "a Praat pitchtier, textgrid or pitch; voiced and unvoiced segments as lab; notes as midi; known pitch as f0")
+        .add_option("--format", options.format,
+                    "What to write (default: csv, or what the extension of -o says): rows as csv, tsv, json, jsonl or npy; "
+                    "a Praat pitchtier, textgrid or pitch; voiced and unvoiced segments as lab; notes as midi; known "
+                    "pitch as f0")
         ->check(CLI::IsMember(formatNames()));
     CLI::Option* unit =
         command.add_option("--unit", options.unit, "Pitch in hz (default), cents above 440 Hz or midi note numbers")

@@ -56,6 +56,7 @@ const std::vector<TrackFormat>& trackFormats() {
         {"csv", ".csv", true, false, &csvWriter},
         {"tsv", ".tsv", true, false, &tsvWriter},
         {"json", ".json", true, false, &wholeWriter<&jsonText>},
+        {"jsonl", ".jsonl", true, false, &jsonLinesWriter},
         {"npy", ".npy", true, true, &wholeWriter<&npyBytes>},
         {"pitchtier", ".PitchTier", false, false, &wholeWriter<&pitchTierText>},
         {"textgrid", ".TextGrid", false, false, &wholeWriter<&textGridText>},

@@ -83,6 +83,9 @@ std::unique_ptr<TrackWriter> tsvWriter(TrackHead head);
 // Appends the line of one row in such a text.
 void appendCsvLine(std::string& text, double time, double pitch, double confidence, char separator = ',');
 
+// One JSON object a line and row: time, pitch (null where it is not a number) and confidence.
+std::unique_ptr<TrackWriter> jsonLinesWriter(TrackHead head);
+
 // Lines of seconds and Hz for every 5 ms from instant 0 on, as .f0 files hold known pitch: 0 where there is none, -1 for
 // what was not tracked.
 std::unique_ptr<TrackWriter> f0Writer(TrackHead head);

@@ -4,9 +4,11 @@
 
 #include <bit>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <mutex>
 #include <system_error>
 #include <vector>
@@ -118,20 +120,27 @@ private:
     std::optional<Damage> m_damage;
 };
 
-std::uint32_t littleEndian(const unsigned char* bytes, int size) {
-    std::uint32_t value = 0;
+std::uint64_t littleEndian(const unsigned char* bytes, int size) {
+    std::uint64_t value = 0;
     for (int i = size; i-- > 0;) value = value << 8 | bytes[i];
     return value;
 }
 
-// Converts `count` samples from their bytes, integers to -1 .. 1.
-void decodeSamples(RawSample sample, const unsigned char* bytes, int count, float* samples) {
-    for (int i = 0; i < count; ++i) {
-        if (sample == RawSample::float32)
-            samples[i] = std::bit_cast<float>(littleEndian(bytes + 4 * i, 4));
-        else
-            samples[i] = static_cast<float>(static_cast<std::int16_t>(littleEndian(bytes + 2 * i, 2))) / 32768.0f;
+// One sample from its bytes; integers to -1 .. 1.
+float decodeSample(RawKind kind, const unsigned char* bytes) {
+    const std::uint64_t value = littleEndian(bytes, kind.bytes);
+    if (kind.sample == RawSample::float32) return std::bit_cast<float>(static_cast<std::uint32_t>(value));
+    if (kind.sample == RawSample::float64) {
+        const double sample = std::bit_cast<double>(value);
+        const bool tooLarge = std::abs(sample) > static_cast<double>(std::numeric_limits<float>::max());
+        return tooLarge ? std::numeric_limits<float>::infinity() : static_cast<float>(sample);
     }
+    const auto fullScale = static_cast<std::int32_t>(static_cast<std::uint32_t>(value) << (32 - 8 * kind.bytes));
+    return static_cast<float>(fullScale) / 2147483648.0f;
+}
+
+void decodeSamples(RawKind kind, const unsigned char* bytes, int count, float* samples) {
+    for (int i = 0; i < count; ++i, bytes += kind.bytes) samples[i] = decodeSample(kind, bytes);
 }
 
 class RawSource : public SoundSource {
@@ -151,7 +160,7 @@ public:
             fail(kCannotRead, m_path, "whole frames of " + std::to_string(frameBytes) + " bytes",
                  "one of " + std::to_string(count % frameBytes) + " at the end");
         const int read = static_cast<int>(count / frameBytes);
-        decodeSamples(m_form.sample, m_bytes.data(), read * m_channels, samples);
+        decodeSamples(m_form.kind, m_bytes.data(), read * m_channels, samples);
         return read;
     }
 

@@ -11,15 +11,26 @@
 namespace katessel {
 
 // Sound without a header: interleaved little-endian samples.
-enum class RawSample { float32, int16 };
+enum class RawSample { float32, float64, int16, int24, int32 };
+
+// By their names, as the command line has them.
+struct RawKind {
+    const char* name;
+    RawSample sample;
+    int bytes;
+};
+inline constexpr RawKind kRawKinds[] = {{"f32", RawSample::float32, 4},
+                                        {"f64", RawSample::float64, 8},
+                                        {"s16", RawSample::int16, 2},
+                                        {"s24", RawSample::int24, 3},
+                                        {"s32", RawSample::int32, 4}};
 
 struct RawForm {
-    RawSample sample = RawSample::float32;
+    RawKind kind = kRawKinds[0];
     int rate = 0;  // [Hz]
     int channels = 1;
 
-    int sampleBytes() const { return sample == RawSample::float32 ? 4 : 2; }
-    int frameBytes() const { return channels * sampleBytes(); }
+    int frameBytes() const { return channels * kind.bytes; }
 };
 
 constexpr char kCannotRead[] = "cannot read the recording";

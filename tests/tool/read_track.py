@@ -1,6 +1,7 @@
-"""Reads tracks that are no CSV: read_track.py FILE prints what a FILE.npy, .json, .PitchTier, .TextGrid, .Pitch, .lab or .mid says.
+"""Reads tracks that are no CSV: read_track.py FILE prints what a FILE.npy, .json, .jsonl, .PitchTier, .TextGrid, .Pitch, .lab or .mid says.
 
-npy, json    time,pitch,confidence a line, as a CSV track has it, without the header
+npy, json, jsonl
+             time,pitch,confidence a line, as a CSV track has it, without the header
 PitchTier    start,end, then time,pitch a line
 TextGrid     tier,start,end,label a line
 Pitch        start,end, then time,pitch,confidence a line
@@ -34,6 +35,13 @@ def json_rows(path):
         columns = list(json.load(f)["track"].values())
     assert len(columns) == 3 and len({len(c) for c in columns}) == 1
     return [row(*values) for values in zip(*columns)]
+
+
+def json_lines(path):
+    with open(path) as f:
+        rows = [json.loads(line) for line in f]
+    assert all(list(each)[::2] == ["time", "confidence"] and len(each) == 3 for each in rows)
+    return [row(*each.values()) for each in rows]
 
 
 def pitch_tier(path):
@@ -109,5 +117,5 @@ def midi(path):
 
 
 if __name__ == "__main__":
-    readers = {"npy": npy, "json": json_rows, "PitchTier": pitch_tier, "TextGrid": text_grid, "Pitch": pitch, "lab": lab, "mid": midi}
+    readers = {"npy": npy, "json": json_rows, "jsonl": json_lines, "PitchTier": pitch_tier, "TextGrid": text_grid, "Pitch": pitch, "lab": lab, "mid": midi}
     print("\n".join(readers[sys.argv[1].rsplit(".", 1)[1]](sys.argv[1])))

@@ -62,8 +62,8 @@ refuses() {
 1 | track nothing.raw --raw s16:48000 | nothing.raw: expected at least 1 sample, found 0 samples
 2 | track . -r --raw f32:48000 | wrong usage: --raw: expected recordings by name, found -r
 TABLE
-  for form in f32 f64:48000 f32:0 f32:48000:0 f32:48000:2:1 f32:48k f32: s16:-8000; do
-    fails_with 2 "wrong form of sound: --raw: expected f32:RATE or s16:RATE" track good.wav "--raw=$form"
+  for form in f32 f16:48000 f32:0 f32:48000:0 f32:48000:2:1 f32:48k f32: s16:-8000; do
+    fails_with 2 "wrong form of sound: --raw: expected f32:RATE, f64:RATE, s16:RATE, s24:RATE or s32:RATE" track good.wav "--raw=$form"
   done
 }
 
@@ -103,7 +103,7 @@ TABLE
 2 | track good.wav -o good.wav --format csv | cannot write: good.wav: expected a file of its own, found one that is read
 1 | track good.wav both.wav -o list | cannot write: list: expected a folder, found a file
 2 | track good.wav both.wav -o - | wrong usage: -o -: expected one recording, found a run of several
-2 | track good.wav -o x.xyz | unknown kind of track: x.xyz: expected a name that ends with one of .txt, .csv, .tsv, .json, .npy, .PitchTier, .TextGrid, .Pitch, .lab, .mid, .f0, or --format, found .xyz
+2 | track good.wav -o x.xyz | unknown kind of track: x.xyz: expected a name that ends with one of .txt, .csv, .tsv, .json, .jsonl, .npy, .PitchTier, .TextGrid, .Pitch, .lab, .mid, .f0, or --format, found .xyz
 2 | track good.wav both.wav -o tracks.CSV | wrong usage: -o tracks.CSV: expected a folder for the tracks of several recordings, found the name of one track
 1 | track good.wav -o track.csv | cannot write: track.csv: expected no such file yet, or --skip-existing or --force, found one
 1 | track --files-from fifo | cannot read the list: fifo: expected a text file, found a pipe

@@ -22,11 +22,11 @@ near() {
     if ($i + 0 == $i ? d * d > most * most : $i != $(i + NF / 2)) bad = 1 } } END { exit bad || NR == 0 }'
 }
 
-@test "tsv, json and npy hold the rows of csv" {
+@test "tsv, json, jsonl and npy hold the rows of csv" {
   grep -q ',0\.000,' note.csv && grep -q ',2[12][0-9]\.' note.csv
   katessel track note.wav --format csv | cmp - note.csv
   katessel track note.wav --format tsv | tr '\t' , | cmp - note.csv
-  for format in json npy; do
+  for format in json jsonl npy; do
     katessel track note.wav --format $format > track.$format
     read_track track.$format > rows
     near 0.0011 rows <(rows_of note.csv)

@@ -110,12 +110,18 @@ open("list.wav", "wb").write(b"RIFF" + (len(data) - 8).to_bytes(4, "little") + d
   katessel track both.raw --raw f32:48000:2 --channel 2 --start 0.1 --duration 0.2 | cmp - expected.csv
   katessel track glide24000.wav --start 3.2 > expected.csv
   samples glide24000.wav | katessel track --raw f32:24000 - --start 3.2 | cmp - expected.csv
-  # Integers are what a WAV of 16 bits holds, with its sign.
-  samples tone.wav | "$PYTHON" -c 'import array, sys, wave
-sound = array.array("h", [round(32768 * s) for s in array.array("f", sys.stdin.buffer.read())])
-with wave.open("tone16.wav", "wb") as out:
-    out.setparams((1, 2, 24000, 0, "NONE", ""))
-    out.writeframes(sound.tobytes())'
-  katessel track tone16.wav > expected.csv
-  tail -c +45 tone16.wav | katessel track --raw s16:24000 - | cmp - expected.csv
+  # The same samples of 16 bits in every kind.
+  samples tone.wav | "$PYTHON" -c 'import sys, numpy as np
+sound = np.round(32768 * np.frombuffer(sys.stdin.buffer.read(), "<f4")).astype("<i4")
+def bytes_of(scale):
+    return (sound * scale).astype("<i4").tobytes()
+kinds = {"f32": (sound / 32768).astype("<f4").tobytes(), "f64": (sound / 32768).astype("<f8").tobytes(),
+         "s16": sound.astype("<i2").tobytes(), "s32": bytes_of(65536), "s24": np.frombuffer(bytes_of(65536), "u1").reshape(-1, 4)[:, 1:].tobytes()}
+for kind, data in kinds.items():
+    open("tone." + kind, "wb").write(data)'
+  katessel track --raw f32:24000 tone.f32 > expected.csv
+  [ "$(cut -d, -f2 expected.csv | grep -c '[1-9]')" -gt 50 ]
+  for kind in f64 s16 s24 s32; do katessel track --raw $kind:24000 tone.$kind | cmp - expected.csv; done
+  printf '\0\0\0\0\0\0\360\177' > infinite.f64
+  fails_with 1 "infinite.f64" track --raw f64:24000 infinite.f64
 }
