@@ -83,10 +83,11 @@ void addOutputOptions(CLI::App& command, TrackOptions& options) {
                                          "Leave out what has a track already (an empty file is none)");
     command.add_flag("--force", options.force, "Replace tracks that are there already")->excludes(skip);
     command
-        .add_option("--format", options.format,
-                    "What to write (default: csv, or what the extension of -o says): rows as csv, tsv, json, jsonl or npy; "
-                    "a Praat pitchtier, textgrid or pitch; voiced and unvoiced segments as lab; notes as midi; known "
-                    "pitch as f0")
+        .add_option(
+            "--format", options.format,
+            "What to write (default: csv, or what the extension of -o says): rows as csv, tsv, json, jsonl or npy; "
+            "a Praat pitchtier, textgrid or pitch; voiced and unvoiced segments as lab; notes as midi; known "
+            "pitch as f0")
         ->check(CLI::IsMember(formatNames()));
     CLI::Option* unit =
         command.add_option("--unit", options.unit, "Pitch in hz (default), cents above 440 Hz or midi note numbers")
