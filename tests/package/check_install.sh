@@ -14,7 +14,9 @@ root=$scratch/root
 libdir=$(dirname "$(find "$root" -name libKaTesselLib.so.1 | head -n 1)")
 
 echo "-- nothing of the place where it was built"
-# Files by their folders, as the name of a short folder alone occurs in machine code.
+# Files by their folders, as the name of a short folder alone occurs in machine code. What is for debuggers only a build with
+# tests has, and clang names lambdas by their places there.
+find "$root" -type f \( -name '*.so*' -o -name '*.a' \) -exec strip --strip-debug {} +
 places=()
 for folder in "$source"/*/; do places+=(-e "$folder"); done
 for folder in "$build"/*/; do places+=(-e "$folder"); done
