@@ -34,7 +34,12 @@ void addPath(const std::string& path, const std::string& place, bool recursive, 
     const auto unreadable = [&](const fs::path& folder, const std::string& why) {
         inputs.push_back(broken(folder.string(), "a readable folder", why));
     };
-    searchSound(path, found, unreadable);
+    std::vector<std::string> passedOver;
+    searchSound(path, found, unreadable, [&](const fs::path& other) { passedOver.push_back(other.string()); });
+    if (!passedOver.empty())
+        printError(errorMessage(
+            "warning: passed over", path, "recordings that libsndfile reads",
+            std::to_string(passedOver.size()) + " for ffmpeg, which have to be named, the first " + passedOver[0]));
     if (inputs.size() == before) inputs.push_back(broken(path, "recordings in this folder", "none"));
 }
 

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cmath>
 #include <cstdio>
 
 #include "recordings/base/Text.h"
@@ -13,15 +12,6 @@ namespace {
 
 constexpr double kRedrawSeconds = 0.1;
 constexpr std::size_t kBarWidth = 20;
-
-// Below the hours and minutes: ":07".
-std::string sixtieths(long value) { return std::string(value < 10 ? ":0" : ":").append(std::to_string(value)); }
-
-std::string clockTime(double seconds) {
-    const long all = std::lround(seconds);
-    if (all < 3600) return std::to_string(all / 60) + sixtieths(all % 60);
-    return std::to_string(all / 3600) + sixtieths(all / 60 % 60) + sixtieths(all % 60);
-}
 
 }  // namespace
 

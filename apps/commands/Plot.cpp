@@ -164,7 +164,7 @@ void addPlotCommand(CLI::App& app) {
     PlotOptions& options = *owned;
     CLI::App* command = app.add_subcommand("plot", kPlotSummary);
     command->footer(kAboutPlot);
-    command->add_option("FILE", options.recording, "Recording, in any format that libsndfile reads")->required();
+    command->add_option("FILE", options.recording, "Recording, as for track")->required();
     command->add_option("-o,--output", options.output, "The picture: a name that ends with .png or .svg")->required();
     command->add_option("--start", options.start, "First instant that is shown [s]")
         ->check(numberBetween(0.0, kMostSeconds))

@@ -55,7 +55,8 @@ std::vector<std::string> formatNames() {
 
 void addInputOptions(CLI::App& command, TrackOptions& options) {
     command.add_option("FILE", options.inputs.paths,
-                       "Recordings, in any format that libsndfile reads, or folders of them; -: standard input");
+                       "Recordings, in any format that libsndfile reads, or that ffmpeg does where it is installed, or folders of "
+                       "them; -: standard input");
     command.add_option("--files-from", options.inputs.listFile,
                        "Read more FILEs from this file, one a line; -: from standard input");
     command.add_flag("-r,--recursive", options.inputs.recursive,

@@ -1,10 +1,12 @@
 #include "recordings/audio/SoundFolder.h"
 
 #include <algorithm>
-#include <cctype>
 #include <set>
 #include <system_error>
 #include <vector>
+
+#include "recordings/audio/FfmpegSource.h"
+#include "recordings/base/Text.h"
 
 namespace katessel {
 
@@ -19,13 +21,12 @@ const std::set<std::string> kExtensions = {".aif",  ".aifc", ".aiff", ".au",  ".
 }  // namespace
 
 bool isNamedLikeSound(const std::string& path) {
-    std::string extension = std::filesystem::path(path).extension().string();
-    for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return kExtensions.count(extension) != 0;
+    return kExtensions.count(lowerCase(std::filesystem::path(path).extension().string())) != 0;
 }
 
 void searchSound(const fs::path& folder, const std::function<void(const fs::path&)>& found,
-                 const std::function<void(const fs::path&, const std::string&)>& unreadable) {
+                 const std::function<void(const fs::path&, const std::string&)>& unreadable,
+                 const std::function<void(const fs::path&)>& passedOver) {
     std::error_code error;
     std::vector<fs::directory_entry> entries;
     const fs::directory_iterator end;
@@ -37,9 +38,11 @@ void searchSound(const fs::path& folder, const std::function<void(const fs::path
         const fs::path& path = entry.path();
         if (path.filename().native().front() == '.') continue;
         if (fs::is_directory(entry.symlink_status(error)))
-            searchSound(path, found, unreadable);
+            searchSound(path, found, unreadable, passedOver);
         else if (isNamedLikeSound(path.string()) && !entry.is_directory(error))
             found(path);
+        else if (passedOver && isForFfmpeg(path.string()) && !entry.is_directory(error))
+            passedOver(path);
     }
 }
 

@@ -13,6 +13,7 @@
 #include <system_error>
 #include <vector>
 
+#include "recordings/audio/FfmpegSource.h"
 #include "recordings/audio/MemoryFile.h"
 #include "recordings/base/Errors.h"
 #include "recordings/base/TextFile.h"
@@ -175,6 +176,10 @@ private:
 
 std::unique_ptr<SoundSource> openSound(const std::string& path, const std::optional<RawForm>& raw, bool allowDamaged) {
     if (raw) return std::make_unique<RawSource>(path, *raw);
+    if (path != kStandardStream && isForFfmpeg(path)) {
+        openFile(path);  // says clearly what ffmpeg would not
+        return std::make_unique<FfmpegSource>(path);
+    }
     return std::make_unique<SoundFileSource>(path, allowDamaged);
 }
 

@@ -62,8 +62,8 @@ protected:
     int m_channels = 0;
 };
 
-// Opens a file, or standard input for "-". Without a raw form the sound must be in a format that libsndfile reads. Fails
-// when it is damaged, unless that is allowed and nothing is missing before its end.
+// Opens a file, or standard input for "-". Without a raw form the sound must be in a format that libsndfile reads, or be
+// named like one that ffmpeg does. Fails when it is damaged, unless that is allowed and nothing is missing before its end.
 std::unique_ptr<SoundSource> openSound(const std::string& path, const std::optional<RawForm>& raw, bool allowDamaged);
 
 // The same for what is found later.

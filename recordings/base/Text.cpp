@@ -18,6 +18,9 @@ void appendNumber(std::string& text, double value, std::chars_format format, int
     text.append(digits.begin(), end.ptr);
 }
 
+// Below the hours and minutes: ":07".
+std::string sixtieths(long value) { return std::string(value < 10 ? ":0" : ":").append(std::to_string(value)); }
+
 }  // namespace
 
 void appendFixed(std::string& text, double value, int decimals) {
@@ -39,12 +42,24 @@ std::string shortNumber(double value) {
     return text;
 }
 
+std::string clockTime(double seconds) {
+    const long all = std::lround(seconds);
+    if (all < 3600) return std::to_string(all / 60) + sixtieths(all % 60);
+    return std::to_string(all / 3600) + sixtieths(all / 60 % 60) + sixtieths(all % 60);
+}
+
 std::string numberProblem(const std::string& text, double least, double most) {
     double value = 0.0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     // A comparison with what is no number fails.
     if (error == std::errc() && end == text.data() + text.size() && value >= least && value <= most) return "";
     return "expected a number from " + shortNumber(least) + " to " + shortNumber(most) + ", found " + text;
+}
+
+std::string lowerCase(std::string text) {
+    for (char& c : text)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return text;
 }
 
 std::string leftAligned(std::string text, std::size_t width) {
