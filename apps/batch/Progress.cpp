@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <cstdio>
 
 #include "recordings/base/Text.h"
@@ -15,35 +18,39 @@ constexpr std::size_t kBarWidth = 20;
 
 }  // namespace
 
-std::string progressLine(std::size_t done, std::size_t total, double soundSeconds, double elapsed) {
-    const std::size_t filled = kBarWidth * done / total;
-    const double left = elapsed * static_cast<double>(total - done) / static_cast<double>(done);
-    std::string line = "[";
-    line.append(filled, '#').append(kBarWidth - filled, '-').append("] ").append(std::to_string(done)).append(" of ");
-    line.append(std::to_string(total)).append(" recordings, ");
-    line.append(fixedText(elapsed > 0.0 ? soundSeconds / elapsed : 0.0, 0)).append(" x real time, ");
-    return line.append(clockTime(left)).append(" left");
+std::string progressLine(double share, const std::string& what, double seconds, double elapsed) {
+    std::string line;
+    if (share >= 0.0) {
+        const auto filled = static_cast<std::size_t>(std::min(share, 1.0) * kBarWidth);
+        line.append("[").append(filled, '#').append(kBarWidth - filled, '-').append("] ");
+    }
+    line.append(what).append(", ").append(fixedText(elapsed > 0.0 ? seconds / elapsed : 0.0, 0)).append(" x real time");
+    if (share > 0.0) line.append(", ").append(clockTime(elapsed * std::max(1.0 - share, 0.0) / share)).append(" left");
+    return line;
 }
 
-Progress::Progress(std::size_t recordings, bool wanted)
-    : m_total(recordings), m_visible(wanted && ::isatty(STDERR_FILENO) != 0) {}
+Progress::Progress(bool wanted, double patience)
+    : m_visible(wanted && ::isatty(STDERR_FILENO) != 0), m_patience(patience) {}
 
-void Progress::advance(double seconds) {
-    ++m_done;
-    m_seconds += seconds;
-    if (m_visible && elapsed() - m_drawn >= kRedrawSeconds) draw();
+bool Progress::isDue() const {
+    if (!m_visible) return false;
+    const double now = elapsed();
+    return now >= m_patience && std::fabs(now - m_drawn) >= kRedrawSeconds;
+}
+
+void Progress::restart() { m_start = std::chrono::steady_clock::now(); }
+
+void Progress::advance(double share, const std::string& what, double seconds) {
+    if (!isDue()) return;
+    m_drawn = elapsed();
+    std::fprintf(stderr, "\r%s\033[K", progressLine(share, what, seconds, m_drawn).c_str());
+    std::fflush(stderr);
 }
 
 void Progress::erase() {
     if (!m_visible || m_drawn < 0.0) return;
     std::fputs("\r\033[K", stderr);
     m_drawn = -1.0;
-}
-
-void Progress::draw() {
-    m_drawn = elapsed();
-    std::fprintf(stderr, "\r%s\033[K", progressLine(m_done, m_total, m_seconds, m_drawn).c_str());
-    std::fflush(stderr);
 }
 
 double Progress::elapsed() const {

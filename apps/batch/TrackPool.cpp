@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "apps/batch/Progress.h"
+#include "apps/batch/RecordingProgress.h"
 #include "apps/batch/TrackWorker.h"
 #include "katessel/Globals.h"
 #include "recordings/base/Errors.h"
@@ -30,7 +31,11 @@ struct Outcome {
 class TrackPool {
 public:
     TrackPool(const std::vector<TrackJob>& jobs, const TrackSettings& settings, bool showProgress)
-        : m_jobs(jobs), m_settings(settings), m_outcomes(jobs.size()), m_progress(toDo(jobs), showProgress) {}
+        : m_jobs(jobs),
+          m_settings(settings),
+          m_outcomes(jobs.size()),
+          m_toDo(toDo(jobs)),
+          m_progress(showProgress, 0.0) {}
 
     std::size_t run(int threads) {
         std::deque<TrackWorker> workers;
@@ -85,7 +90,7 @@ private:
     void finish(std::size_t job, Outcome outcome) {
         const std::lock_guard lock(m_lock);
         m_outcomes[job] = std::move(outcome);
-        if (isToDo(m_jobs[job])) m_progress.advance(m_outcomes[job].seconds);
+        if (isToDo(m_jobs[job])) showProgress(m_outcomes[job].seconds);
         for (; m_reported < m_next && m_outcomes[m_reported].isKnown; ++m_reported) {
             const auto& [isKnown, problem, damage, seconds] = m_outcomes[m_reported];
             if (problem.empty() && damage.empty()) continue;
@@ -99,19 +104,32 @@ private:
         }
     }
 
+    // One more is done, of so many seconds; 0 for one that could not be tracked.
+    void showProgress(double seconds) {
+        ++m_done;
+        m_seconds += seconds;
+        m_progress.advance(static_cast<double>(m_done) / static_cast<double>(m_toDo),
+                           std::to_string(m_done) + " of " + std::to_string(m_toDo) + " recordings", m_seconds);
+    }
+
     const std::vector<TrackJob>& m_jobs;
     const TrackSettings& m_settings;
     std::mutex m_lock;  // of all that follows
     std::vector<Outcome> m_outcomes;
+    std::size_t m_toDo, m_done = 0;
+    double m_seconds = 0.0;  // of sound that is done
     Progress m_progress;
     std::size_t m_next = 0, m_reported = 0, m_failures = 0;
 };
 
 }  // namespace
 
-void runJob(const TrackJob& job, const TrackSettings& settings) {
+void runJob(const TrackJob& job, const TrackSettings& settings, bool showProgress) {
     std::string damage;
-    TrackWorker(settings).run(job, damage);
+    {
+        RecordingProgress progress(showProgress);
+        TrackWorker(settings).run(job, damage, &progress);
+    }
     if (!damage.empty()) printError(kWarning + damage);
 }
 

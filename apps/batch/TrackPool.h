@@ -10,7 +10,7 @@
 namespace katessel {
 
 // Writes the track of one recording.
-void runJob(const TrackJob& job, const TrackSettings& settings);
+void runJob(const TrackJob& job, const TrackSettings& settings, bool showProgress);
 
 // Carries out the jobs on up to `threads` threads with an engine each. What goes wrong with a recording is printed, in the
 // order of the jobs, and the others go on. Returns how many have no track.

@@ -76,18 +76,29 @@ private:
 
 }  // namespace
 
-double TrackWorker::run(const TrackJob& job, std::string& damage) {
+double TrackWorker::run(const TrackJob& job, std::string& damage, RecordingProgress* progress) {
     const Excerpt& excerpt = m_settings.excerpt;
     RecordingStream sound(
         job.input, {m_settings.channel, excerpt.readFrom(), excerpt.readTo(), m_settings.raw, m_settings.allowDamaged});
     TrackOutput output(job, m_settings, sound.rate());
-    const auto onRow = [&](const PitchRow& row) { output.add(row); };
+    const auto watch = [progress](const char* stage, double seconds) {
+        return progress != nullptr ? progress->watch(stage, seconds) : OnProgress();
+    };
+    OnProgress onProgress;
+    const auto onRow = [&](const PitchRow& row) {
+        output.add(row);
+        if (onProgress) onProgress(row.time);
+    };
     // Raw or live, the sound may still be coming. A file is read first: what is wrong with it may show at its end, and rows on
     // standard output cannot be taken back.
-    if (m_settings.raw || m_settings.mode == TrackMode::live)
+    if (m_settings.raw || m_settings.mode == TrackMode::live) {
+        onProgress = watch("tracking", sound.expectedSeconds());
         m_tracker.track(sound, job.input, onRow);
-    else
-        m_tracker.track(readRecording(sound), job.input, onRow);
+    } else {
+        const Recording recording = readRecording(sound, watch("reading", sound.expectedSeconds()));
+        onProgress = watch("tracking", recording.seconds());
+        m_tracker.track(recording, job.input, onRow);
+    }
     damage = sound.damage();
     const double end = excerpt.end(excerpt.readFrom() + sound.seconds());
     if (end <= excerpt.start)

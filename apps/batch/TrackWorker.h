@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "apps/batch/RecordingProgress.h"
 #include "apps/batch/TrackPlan.h"
 #include "apps/batch/TrackSettings.h"
 #include "tracking/RecordingTracker.h"
@@ -16,8 +17,8 @@ public:
         : m_settings(settings), m_tracker(settings.model.path, settings.mode, settings.blockSize) {}
 
     // Writes the track of one recording while it is computed: a file that appears when it is whole, or rows on standard
-    // output. Returns how much sound that was [s], and in `damage` what it lacks.
-    double run(const TrackJob& job, std::string& damage);
+    // output. Returns how much sound that was [s], and in `damage` what it lacks. `progress` is shown if there is one.
+    double run(const TrackJob& job, std::string& damage, RecordingProgress* progress = nullptr);
 
 private:
     const TrackSettings& m_settings;

@@ -32,6 +32,10 @@ CLI::Validator numberBetween(double least, double most) {
     return CLI::Validator([=](std::string& text) { return numberProblem(text, least, most); }, "");
 }
 
+void addQuietOption(CLI::App& command, bool& quiet) {
+    command.add_flag("-q,--quiet", quiet, "No progress on the terminal");
+}
+
 void addThresholdOption(CLI::App& command, std::optional<double>& threshold, const std::string& meaning) {
     command.add_option("--threshold", threshold, "Confidence from which on " + meaning)->check(numberBetween(0.0, 1e6));
 }

@@ -35,7 +35,8 @@ CLI::Validator numberBetween(double least, double most);
 
 constexpr double kMostSeconds = 1e9, kMostHertz = 1e6;  // of any option
 
-// Options that several commands share: --threshold; --model; --mode, as a whole or as a host streams it; and --voicing.
+// Options that several commands share: --quiet; --threshold; --model; --mode, as a whole or as a host streams it; and --voicing.
+void addQuietOption(CLI::App& command, bool& quiet);
 void addThresholdOption(CLI::App& command, std::optional<double>& threshold,
                         const std::string& meaning = "a frame counts as voiced (default: as for track)");
 void addModelOption(CLI::App& command, std::string& model);

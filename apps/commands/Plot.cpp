@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "apps/batch/RecordingProgress.h"
 #include "apps/commands/Commands.h"
 #include "apps/picture/PlotPicture.h"
 #include "recordings/audio/AudioFile.h"
@@ -49,6 +50,7 @@ struct PlotOptions {
     double range = 70.0;                    // [dB]
     std::string size = "1200x700";          // [pixels]
     std::string title;                      // empty: the recording's name
+    bool quiet = false;
 };
 
 constexpr int kLeastWidth = 320, kLeastHeight = 240, kMostPixels = 20000;
@@ -140,21 +142,23 @@ void runPlot(const PlotOptions& options) {
     PlotContent content;
     for (const std::string& overlay : options.overlays) content.overlays.push_back(readOverlay(overlay));
 
-    Recording recording = readRecording(options.recording);
+    RecordingProgress progress(!options.quiet);
+    Recording recording = readRecording(options.recording, progress);
     std::tie(content.start, content.duration) = partOf(options, recording);
     const double offset = cutAround(recording, content.start, content.duration);
     content.title = options.title.empty() ? fs::path(options.recording).filename().string() : options.title;
     content.range = options.range;
     content.threshold = model ? model->threshold : options.threshold;
     if (model) {
-        content.pitch = {"pitch", RecordingTracker(model->path, options.mode).track(recording, options.recording)};
+        content.pitch = {"pitch", trackRecording(*model, options.mode, recording, options.recording, progress)};
         for (PitchRow& row : content.pitch.track) row.time += offset;
     } else {
         content.pitch = {"pitch", readTrackOrReference(options.track)};
     }
     const Voicing usual = model ? usualVoicing(options.mode) : Voicing::frame;
     if (content.threshold) applyVoicing(content.pitch.track, {*content.threshold, options.voicing.value_or(usual)});
-    output.write(drawPlot(content, recording, offset, scale, format, size.width, size.height));
+    output.write(drawPlot(content, recording, offset, scale, format, size.width, size.height,
+                          progress.watch("drawing", content.duration)));
 }
 
 }  // namespace
@@ -192,6 +196,7 @@ void addPlotCommand(CLI::App& app) {
         ->capture_default_str();
     command->add_option("--size", options.size, "WIDTHxHEIGHT [pixels]")->capture_default_str();
     command->add_option("--title", options.title, "Title (default: the recording's name)");
+    addQuietOption(*command, options.quiet);
     whenChosen(*command, [owned] { runPlot(*owned); });
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "apps/batch/RecordingProgress.h"
 #include "apps/commands/Commands.h"
 #include "recordings/audio/AudioFile.h"
 #include "recordings/audio/SoundWriter.h"
@@ -41,6 +42,7 @@ struct SynthOptions {
     std::optional<double> threshold;  // none: the model's own; of a given track, 0
     TrackMode mode = TrackMode::offline;
     std::optional<Voicing> voicing;  // none: the mode's usual one; of a given track, frame
+    bool quiet = false;
 };
 
 constexpr int kUsualRate = 48000;           // [Hz]
@@ -134,11 +136,12 @@ void runSynth(const SynthOptions& options) {
     checkOutput(options, model);
     if (fromTrack) track = givenTrack(options);
 
+    RecordingProgress progress(!options.quiet);
     std::optional<Recording> recording;  // the one that is heard
-    if (!options.mix.empty()) recording = readRecording(options.mix);
+    if (!options.mix.empty()) recording = readRecording(options.mix, progress);
     if (!fromTrack) {
-        Recording tracked = readRecording(options.input);
-        track = RecordingTracker(model.path, options.mode).track(tracked, options.input);
+        Recording tracked = readRecording(options.input, progress);
+        track = trackRecording(model, options.mode, tracked, options.input, progress);
         applyVoicing(track, {model.threshold, options.voicing.value_or(usualVoicing(options.mode))});
         if (!recording) recording = std::move(tracked);
     }
@@ -148,7 +151,8 @@ void runSynth(const SynthOptions& options) {
         recording ? recording->samples.size() : static_cast<std::size_t>(std::llround(end * rate));
     if (count == 0) fail("cannot make the track audible", options.input, "at least one row", "none");
     const std::vector<float> levels = recording ? levelsOf(*recording, track) : levelsOfConfidence(track);
-    std::vector<float> tone = followPitch(track, levels, options.waveform, rate, count);
+    std::vector<float> tone = followPitch(track, levels, options.waveform, rate, count,
+                                          progress.watch("making the tone", static_cast<double>(count) / rate));
     const OutputFile output(options.output);
     output.write(soundBytes(channelsOf(options, std::move(tone), recording), rate, options.output));
 }
@@ -176,6 +180,7 @@ void addSynthCommand(CLI::App& app) {
     addModeOption(
         *command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
     addVoicingOption(*command, options.voicing);
+    addQuietOption(*command, options.quiet);
     whenChosen(*command, [owned] { runSynth(*owned); });
 }
 

@@ -168,12 +168,13 @@ std::vector<TrackJob> planRun(const TrackOptions& options, const TrackSettings& 
     return options.shard ? shardOf(jobs, shard) : jobs;
 }
 
-void trackSingle(const TrackJob& job, const TrackSettings& settings) {
+void trackSingle(const TrackJob& job, const TrackOptions& options, const TrackSettings& settings) {
     if (job.isDone) return;
-    if (settings.format->isBinary && OutputFile(job.output).isTerminal())
+    const bool onTerminal = job.output == kStandardStream && OutputFile(job.output).isTerminal();
+    if (settings.format->isBinary && onTerminal)
         failUsage(kCannotWrite, "standard output", std::string("a file or a pipe for ") + settings.format->name,
                   "a terminal");
-    runJob(job, settings);
+    runJob(job, settings, !options.quiet && !onTerminal);  // rows on the terminal show how far it is
 }
 
 void trackMany(const std::vector<TrackJob>& jobs, const TrackOptions& options, const TrackSettings& settings) {
@@ -201,7 +202,7 @@ void runTrack(const TrackOptions& options) {
     std::vector<TrackJob> jobs = planRun(options, settings);
     const std::string inTheWay = checkExisting(jobs, existingTracks(options));
     if (isSingle(options))
-        trackSingle(jobs[0], settings);
+        trackSingle(jobs[0], options, settings);
     else
         trackMany(jobs, options, settings);
     if (!inTheWay.empty()) throw ToolError(inTheWay, kStatusFailure);
@@ -219,7 +220,7 @@ void addTrackCommand(CLI::App& app) {
     addAnalysisOptions(*command, options);
     command->add_option("-j,--jobs", options.threads, "Recordings at a time (default: one for each processor)")
         ->check(CLI::Range(1, 1024));
-    command->add_flag("-q,--quiet", options.quiet, "No progress on the terminal");
+    addQuietOption(*command, options.quiet);
     whenChosen(*command, [owned] { runTrack(*owned); });
 }
 

@@ -36,8 +36,8 @@ public:
         m_confidence = {kLeft, kTop + spectrum + kGap, m_spectrum.width, inside - spectrum};
     }
 
-    std::string draw(const Recording& recording, double offset) {
-        drawSpectrogram(recording, offset);
+    std::string draw(const Recording& recording, double offset, const OnProgress& onProgress) {
+        drawSpectrogram(recording, offset, onProgress);
         drawFrequencyAxis();
         drawTracks();
         drawConfidence();
@@ -58,10 +58,10 @@ private:
         return m_confidence.bottom() - std::clamp(confidence / kConfidenceTop, -1.0, 2.0) * m_confidence.height;
     }
 
-    void drawSpectrogram(const Recording& recording, double offset) {
+    void drawSpectrogram(const Recording& recording, double offset, const OnProgress& onProgress) {
         const int columns = static_cast<int>(m_spectrum.width), rows = static_cast<int>(m_spectrum.height);
-        const Spectrogram levels =
-            makeSpectrogram(recording, m_content.start - offset, m_content.duration, m_scale, columns, rows);
+        const Spectrogram levels = makeSpectrogram(recording, m_content.start - offset, m_content.duration, m_scale,
+                                                   columns, rows, onProgress);
         const double loudest = *std::max_element(levels.levels.begin(), levels.levels.end());
         const double top = loudest > -120.0 ? std::ceil(loudest / 5.0) * 5.0 : 0.0;
         const ColourScale colours(top - m_content.range, top);
@@ -194,8 +194,8 @@ private:
 }  // namespace
 
 std::string drawPlot(const PlotContent& content, const Recording& recording, double offset, const FrequencyScale& scale,
-                     PictureFormat format, int width, int height) {
-    return PlotPicture(content, scale, format, width, height).draw(recording, offset);
+                     PictureFormat format, int width, int height, const OnProgress& onProgress) {
+    return PlotPicture(content, scale, format, width, height).draw(recording, offset, onProgress);
 }
 
 }  // namespace katessel

@@ -8,6 +8,7 @@
 #include "apps/picture/Canvas.h"
 #include "apps/picture/Scales.h"
 #include "recordings/audio/AudioFile.h"
+#include "recordings/base/OnProgress.h"
 #include "recordings/tracks/PitchTrack.h"
 
 namespace katessel {
@@ -26,8 +27,9 @@ struct PlotContent {
     std::vector<NamedTrack> overlays;    // pitch alone
 };
 
-// `recording` begins `offset` seconds after the instant 0 of the content. Returns the bytes of the file.
+// `recording` begins `offset` seconds after the instant 0 of the content; `onProgress` counts from the start of what is shown.
+// Returns the bytes of the file.
 std::string drawPlot(const PlotContent& content, const Recording& recording, double offset, const FrequencyScale& scale,
-                     PictureFormat format, int width, int height);
+                     PictureFormat format, int width, int height, const OnProgress& onProgress);
 
 }  // namespace katessel

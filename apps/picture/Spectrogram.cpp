@@ -76,7 +76,7 @@ float loudest(const std::vector<float>& levels, double low, double high) {
 }  // namespace
 
 Spectrogram makeSpectrogram(const Recording& recording, double start, double duration, const FrequencyScale& scale,
-                            int columns, int rows) {
+                            int columns, int rows, const OnProgress& onProgress) {
     Analyser analyser(recording);
     Spectrogram picture{columns, rows, {}};
     picture.levels.resize(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
@@ -93,6 +93,7 @@ Spectrogram makeSpectrogram(const Recording& recording, double start, double dur
             picture.levels[i * static_cast<std::size_t>(columns) + static_cast<std::size_t>(c)] =
                 loudest(levels, edges[i + 1], edges[i]);
         }
+        onProgress(width * (c + 1));
     }
     return picture;
 }

@@ -5,6 +5,7 @@
 
 #include "apps/picture/Scales.h"
 #include "recordings/audio/AudioFile.h"
+#include "recordings/base/OnProgress.h"
 
 namespace katessel {
 
@@ -23,6 +24,6 @@ constexpr float kSilentLevel = -200.0f;  // [dB] nothing is below, and what lies
 // The part from `start` [s] on, `duration` long, one value per pixel. A pixel that is longer than 10 ms or higher than a
 // bin shows the loudest of what it covers.
 Spectrogram makeSpectrogram(const Recording& recording, double start, double duration, const FrequencyScale& scale,
-                            int columns, int rows);
+                            int columns, int rows, const OnProgress& onProgress);
 
 }  // namespace katessel

@@ -103,14 +103,14 @@ Recording readRecording(const std::string& path, const SoundSelection& selection
     return readRecording(stream);
 }
 
-Recording readRecording(RecordingStream& stream) {
+Recording readRecording(RecordingStream& stream, const OnProgress& onProgress) {
     Recording recording;
     recording.rate = stream.rate();
     // Asks for the memory once, with some room for the silence that an analysis puts around the sound.
     const std::int64_t expected = stream.expectedLength();
     if (expected > 0) reserve(recording.samples, static_cast<std::size_t>(expected + recording.rate / 4));
-    while (stream.read(recording.samples, kChunk)) {
-    }
+    while (stream.read(recording.samples, kChunk))
+        if (onProgress) onProgress(recording.seconds());
     recording.damage = stream.damage();
     return recording;
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "recordings/audio/SoundSource.h"
+#include "recordings/base/OnProgress.h"
 
 namespace katessel {
 
@@ -72,6 +73,7 @@ public:
 
     // How many samples there seem to be; 0 or less: unknown.
     std::int64_t expectedLength() const;
+    double expectedSeconds() const { return static_cast<double>(expectedLength()) / rate(); }
 
     // At the end: how much was read [s], and what it lacks, as a whole message; empty: nothing known.
     double seconds() const { return static_cast<double>(m_at - m_from) / rate(); }
@@ -92,7 +94,7 @@ private:
 };
 
 // All of it at once.
-Recording readRecording(RecordingStream& stream);
+Recording readRecording(RecordingStream& stream, const OnProgress& onProgress = {});
 Recording readRecording(const std::string& path, const SoundSelection& selection = {});
 
 // The same sound at `rate` [Hz], aligned in time with the original: for rates that the engine cannot stream without

@@ -12,6 +12,7 @@ constexpr double kFadeSeconds = 0.01;
 constexpr double kLongestGap = 0.03;      // [s] between rows that belong together
 constexpr int kHarmonics = 8;             // falling by 6 dB per octave
 constexpr double kHighestPartial = 0.45;  // [of the rate] what lies above is left out
+constexpr std::size_t kSamplesPerReport = 1 << 14;
 constexpr double kTurn = 2.0 * std::numbers::pi;
 
 // Frequency and level at one instant.
@@ -90,11 +91,15 @@ private:
 }  // namespace
 
 std::vector<float> followPitch(const PitchTrack& track, const std::vector<float>& levels, Waveform waveform, int rate,
-                               std::size_t count) {
+                               std::size_t count, const OnProgress& onProgress) {
     Contour contour(track, levels);
     Oscillator oscillator(waveform, rate);
     std::vector<float> sound(count);
-    for (std::size_t i = 0; i < count; ++i) sound[i] = oscillator.next(contour.at(static_cast<double>(i) / rate));
+    for (std::size_t i = 0; i < count; ++i) {
+        const double time = static_cast<double>(i) / rate;
+        sound[i] = oscillator.next(contour.at(time));
+        if (i % kSamplesPerReport == 0) onProgress(time);
+    }
     return sound;
 }
 

@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "recordings/base/OnProgress.h"
 #include "recordings/tracks/PitchTrack.h"
 
 namespace katessel {
@@ -13,6 +14,6 @@ enum class Waveform { sine, harmonics };
 // Between two voiced rows pitch and level glide; where a voiced stretch begins and ends the tone is faded over 10 ms.
 // Rows more than 30 ms apart are not connected.
 std::vector<float> followPitch(const PitchTrack& track, const std::vector<float>& levels, Waveform waveform, int rate,
-                               std::size_t count);
+                               std::size_t count, const OnProgress& onProgress);
 
 }  // namespace katessel

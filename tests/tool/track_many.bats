@@ -247,3 +247,23 @@ setup() { enter_folder "$BATS_FILE_TMPDIR"/*.wav; }
   [ "$status" -eq 0 ]
   [ -z "$output" ]
 }
+
+@test "progress through one long recording, not where rows go to the terminal" {
+  head -c $((16000 * 60 * ${KATESSEL_SLOWED:-10})) /dev/zero > silence.raw
+  track='"$KATESSEL_TOOL" track silence.raw --raw s16:8000 --mode live'
+  run script -qec "$track -o a.csv" /dev/null
+  [ "$status" -eq 0 ]
+  [[ $output =~ $'\r'"tracking "[0-9]+:[0-9][0-9]", "[0-9]+" x real time"$'\e[K' ]]
+  [[ $output == *$'\r\e[K' ]]  # it is taken away
+  run script -qec "$track -q -o b.csv" /dev/null
+  [ -z "$output" ]
+  run script -qec "$track --duration 60" /dev/null
+  [[ $output != *"real time"* ]]
+  run --separate-stderr bash -c "$track -o c.csv"
+  [ -z "$output$stderr" ]
+  # A quarter of an hour of tone, mostly silent.
+  awk 'BEGIN { for (i = 0; i < 900; ++i) printf "%d 200\n", i }' > slow.csv
+  run script -qec '"$KATESSEL_TOOL" synth slow.csv -o a.wav' /dev/null
+  [ "$status" -eq 0 ]
+  [[ $output =~ $'\r'"["#*-*"] making the tone "[0-9]+:[0-9][0-9]" of 14:59, "[0-9]+" x real time, "[0-9]+:[0-9][0-9]" left" ]]
+}
