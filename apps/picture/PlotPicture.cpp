@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 
+#include "apps/picture/Envelope.h"
 #include "apps/picture/Spectrogram.h"
 #include "recordings/base/Text.h"
 
@@ -23,6 +25,12 @@ constexpr double kTick = 5.0;                                                   
 constexpr double kConfidenceTop = 1.1;                                                   // a little above certainty
 constexpr double kLongestGap = 0.03;   // [s] between two rows that a line connects
 constexpr double kLargestStep = 1.25;  // ratio of two such rows; a jump of the estimate is not a glide
+
+// Towards the paper, for what a line lies on.
+Colour paleOf(const Colour& colour) {
+    const auto pale = [](double part) { return 1.0 - 0.35 * (1.0 - part); };
+    return {pale(colour.red), pale(colour.green), pale(colour.blue)};
+}
 
 const Colour& overlayColour(std::size_t index) { return kOverlays[index % kOverlays.size()]; }
 
@@ -100,14 +108,14 @@ private:
     bool isShown(double time) const { return time >= m_content.start && time <= m_content.start + m_content.duration; }
 
     // The voiced stretches of a track, as they lie in the picture.
-    std::vector<std::vector<Point>> stretches(const PitchTrack& track) const {
+    std::vector<std::vector<Point>> stretches(const PitchTrack& track, double longestGap = kLongestGap) const {
         std::vector<std::vector<Point>> all;
         const PitchRow* before = nullptr;
         for (const PitchRow& row : track) {
             const bool voiced = row.frequency > 0.0f && isShown(row.time);
             if (voiced) {
                 const double step = before != nullptr ? row.frequency / before->frequency : 0.0;
-                if (before == nullptr || row.time - before->time > kLongestGap || step > kLargestStep ||
+                if (before == nullptr || row.time - before->time > longestGap || step > kLargestStep ||
                     step < 1.0 / kLargestStep)
                     all.emplace_back();
                 all.back().push_back({xOf(row.time), yOf(row.frequency)});
@@ -117,8 +125,8 @@ private:
         return all;
     }
 
-    void drawTrack(const PitchTrack& track, const Colour& colour, double width) {
-        for (const std::vector<Point>& stretch : stretches(track)) {
+    void drawLines(const std::vector<std::vector<Point>>& stretches, const Colour& colour, double width) {
+        for (const std::vector<Point>& stretch : stretches) {
             if (stretch.size() == 1)
                 m_canvas.dot(stretch.front(), 0.6 * width, colour);
             else
@@ -126,8 +134,41 @@ private:
         }
     }
 
+    void drawTrack(const PitchTrack& track, const Colour& colour, double width) {
+        drawLines(stretches(track), colour, width);
+    }
+
+    int columns() const { return static_cast<int>(m_spectrum.width); }
+    bool hasManyRows() const { return m_content.duration / kHopSeconds > kManyRows * columns(); }
+
+    // What lies between the tenths as a band, and the middle to be a line.
+    PitchTrack drawBand(const PitchTrack& track, const std::function<double(const PitchRow&)>& valueOf,
+                        const Colour& colour, const std::function<double(double)>& yOfValue) {
+        PitchTrack middle;
+        for (const ColumnSpan& span : columnSpans(track, valueOf, m_content.start, m_content.duration, columns())) {
+            const double x = xOf(span.time);
+            m_canvas.line({{x, yOfValue(span.low) + 0.5}, {x, yOfValue(span.high) - 0.5}}, paleOf(colour), 1.2);
+            middle.push_back({span.time, static_cast<float>(span.middle), 1.0f});
+        }
+        return middle;
+    }
+
+    void drawEnvelope(const PitchTrack& track, const Colour& colour) {
+        const auto pitchOf = [](const PitchRow& row) {
+            return row.frequency > 0.0f ? static_cast<double>(row.frequency) : std::nan("");
+        };
+        const PitchTrack middle = drawBand(track, pitchOf, colour, [this](double frequency) { return yOf(frequency); });
+        drawLines(stretches(middle, 1.5 * m_content.duration / columns()), colour, 1.5);
+    }
+
     void drawTracks() {
         m_canvas.clipTo(m_spectrum);
+        if (hasManyRows()) {
+            for (std::size_t i = 0; i < m_content.overlays.size(); ++i)
+                drawEnvelope(m_content.overlays[i].track, overlayColour(i));
+            drawEnvelope(m_content.pitch.track, kPitch);
+            return m_canvas.unclip();
+        }
         // The overlays broad, so that both are seen where they agree; all of them set off from the levels.
         for (const NamedTrack& overlay : m_content.overlays) drawTrack(overlay.track, kPaper, 7.0);
         drawTrack(m_content.pitch.track, kPaper, 4.0);
@@ -146,10 +187,17 @@ private:
         }
         m_canvas.textUpwards("confidence", {20.0, m_confidence.top + 0.5 * m_confidence.height}, kInk);
         m_canvas.clipTo(m_confidence);
+        const auto confidenceOf = [](const PitchRow& row) { return static_cast<double>(row.confidence); };
         std::vector<Point> points;
-        for (const PitchRow& row : m_content.pitch.track)
-            if (isShown(row.time) && !std::isnan(row.confidence))
-                points.push_back({xOf(row.time), yOfConfidence(row.confidence)});
+        if (hasManyRows()) {
+            const auto y = [this](double confidence) { return yOfConfidence(confidence); };
+            for (const PitchRow& row : drawBand(m_content.pitch.track, confidenceOf, kPitch, y))
+                points.push_back({xOf(row.time), yOfConfidence(row.frequency)});
+        } else {
+            for (const PitchRow& row : m_content.pitch.track)
+                if (isShown(row.time) && !std::isnan(row.confidence))
+                    points.push_back({xOf(row.time), yOfConfidence(row.confidence)});
+        }
         m_canvas.line(points, kPitch, 1.5);
         if (m_content.threshold) {
             const double y = yOfConfidence(*m_content.threshold);
@@ -161,13 +209,14 @@ private:
 
     void drawTimeAxis() {
         const int most = std::max(static_cast<int>(m_spectrum.width / 80.0), 2);
-        for (const double time : evenTicks(m_content.start, m_content.start + m_content.duration, most)) {
+        const TimeScale scale(m_content.start, m_content.start + m_content.duration, most);
+        for (const double time : scale.ticks()) {
             const double x = xOf(time), y = m_confidence.bottom();
             m_canvas.line({{x, y}, {x, y + kTick}}, kInk, 1.0);
-            m_canvas.text(shortNumber(time), {x, y + kTick + 5.0}, {0.5, 0.0}, kInk);
+            m_canvas.text(scale.label(time), {x, y + kTick + 5.0}, {0.5, 0.0}, kInk);
         }
-        m_canvas.text("time [s]", {m_spectrum.left + 0.5 * m_spectrum.width, m_confidence.bottom() + 38.0}, {0.5, 0.5},
-                      kInk);
+        m_canvas.text(scale.title(), {m_spectrum.left + 0.5 * m_spectrum.width, m_confidence.bottom() + 38.0},
+                      {0.5, 0.5}, kInk);
     }
 
     // Title on the left, from the right the names of the lines.

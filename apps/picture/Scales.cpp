@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "recordings/base/Text.h"
+
 namespace katessel {
 
 namespace {
@@ -19,6 +21,17 @@ double roundStep(double least) {
     return 10.0 * decade;
 }
 
+// [s] each a part of the next, or of one that is not far.
+constexpr std::array<double, 13> kClockSteps = {1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600};
+
+std::vector<double> multiples(double step, double from, double to) {
+    const double slack = 1e-6 * step;
+    std::vector<double> all;
+    for (double k = std::ceil((from - slack) / step); k * step <= to + slack; k += 1.0)
+        all.push_back(k * step + 0.0);  // no -0
+    return all;
+}
+
 struct Stop {
     double red, green, blue;
 };
@@ -30,12 +43,7 @@ constexpr std::array<Stop, 5> kStops = {
 }  // namespace
 
 std::vector<double> evenTicks(double from, double to, int most) {
-    const double step = roundStep((to - from) / most);
-    const double slack = 1e-6 * step;
-    std::vector<double> ticks;
-    for (double k = std::ceil((from - slack) / step); k * step <= to + slack; k += 1.0)
-        ticks.push_back(k * step + 0.0);  // no -0
-    return ticks;
+    return multiples(roundStep((to - from) / most), from, to);
 }
 
 FrequencyScale::FrequencyScale(double bottom, double top, bool logarithmic)
@@ -59,6 +67,24 @@ std::vector<double> FrequencyScale::ticks() const {
             if (factor * decade >= m_bottom * (1.0 - 1e-9) && factor * decade <= m_top * (1.0 + 1e-9))
                 ticks.push_back(factor * decade);
     return ticks;
+}
+
+std::vector<double> TimeScale::ticks() const {
+    const double least = (m_to - m_from) / m_most;
+    if (!isClock() || least <= 0.5) return evenTicks(m_from, m_to, m_most);
+    const auto step =
+        std::find_if(kClockSteps.begin(), kClockSteps.end() - 1, [&](double each) { return each >= least; });
+    return multiples(*step * std::max(std::ceil(least / *step), 1.0), m_from, m_to);
+}
+
+std::string TimeScale::label(double time) const {
+    if (!isClock()) return shortNumber(time);
+    const double whole = std::floor(time + 1e-6), rest = time - whole;
+    return clockTime(whole) + (rest < 1e-6 ? "" : shortNumber(std::round(rest * 1e6) / 1e6).substr(1));
+}
+
+std::string TimeScale::title() const {
+    return !isClock() ? "time [s]" : m_to < 3600.0 ? "time [min:s]" : "time [h:min:s]";
 }
 
 std::uint32_t ColourScale::colourOf(double level) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace katessel {
@@ -23,6 +24,23 @@ private:
 
 // Multiples of 1, 2 or 5 times a power of ten from `from` to `to`, at most `most` of them.
 std::vector<double> evenTicks(double from, double to, int most);
+
+// A time axis: in seconds, or as a clock has it from two minutes on.
+class TimeScale {
+public:
+    // From and to an instant [s], with at most `most` labels.
+    TimeScale(double from, double to, int most) : m_from(from), m_to(to), m_most(most) {}
+
+    std::vector<double> ticks() const;  // [s]
+    std::string label(double time) const;
+    std::string title() const;
+
+private:
+    bool isClock() const { return m_to >= 120.0; }
+
+    double m_from, m_to;
+    int m_most;
+};
 
 // Levels as colours, light to dark.
 class ColourScale {

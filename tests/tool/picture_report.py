@@ -3,6 +3,7 @@
 size W H                             its size
 shades N                             the spectrogram has at least N colours
 line COLOUR AXES F BEGIN END         the line of that colour (red, green) runs at F Hz from BEGIN to END seconds
+bare AXES F G                        nothing is drawn between F and G Hz
 ridge AXES F                         the darkest row of the spectrogram within 10 % of F Hz is at F
 
 AXES is log|linear,BOTTOM,TOP,START,END [Hz, s]: what the edges of the spectrogram's frame stand for. The frame is
@@ -73,10 +74,17 @@ def judge(path, claim, arguments):
         count = len(np.unique(pixels.reshape(-1, 3), axis=0))
         return count >= int(arguments[0]), "%d colours" % count
     if claim == "line":
-        found = line(pixels, Axes(arguments[1], pixels), {"red": RED, "green": GREEN}[arguments[0]])
+        axes = Axes(arguments[1], pixels)
+        step = axes.times[1] - axes.times[0]
+        found = line(pixels, axes, {"red": RED, "green": GREEN}[arguments[0]])
         wanted = [float(a) for a in arguments[2:]]
-        good = abs(found[0] / wanted[0] - 1) < 0.015 and all(abs(f - w) < 0.012 for f, w in zip(found[1:], wanted[1:]))
+        good = abs(found[0] / wanted[0] - 1) < 0.015 and all(abs(f - w) < max(0.012, 2 * step) for f, w in zip(found[1:], wanted[1:]))
         return good, "%.2f Hz from %.3f to %.3f s" % found
+    if claim == "bare":
+        axes = Axes(arguments[0], pixels)
+        within = (axes.frequencies > float(arguments[1])) & (axes.frequencies < float(arguments[2]))
+        count = int((np.abs(pixels[within] - pixels[0, 0]).max(axis=2) > 30).sum())
+        return count == 0, "%d pixels unlike the one on top" % count
     if claim == "ridge":
         found = ridge(pixels, Axes(arguments[0], pixels), float(arguments[1]))
         return abs(found / float(arguments[1]) - 1) < 0.015, "%.2f Hz" % found

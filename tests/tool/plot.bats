@@ -55,6 +55,16 @@ write_track() {
   grep -q 'stroke:rgb(90%,25%,5%)' a.svg
 }
 
+@test "an hour can be read: the middle of many rows, not all of them" {
+  # At 200 Hz, one row in eleven at 400: a line through all rows would be a block up to there.
+  sound long.wav 1000 400 silence
+  awk 'BEGIN { print "time,frequency,confidence"
+    for (i = 0; i < 80000; ++i) printf "%.3f,%d,%s\n", i * 0.005, i % 11 ? 200 : 400, i % 11 ? 0.9 : 0.1 }' > track.csv
+  katessel plot long.wav -o a.png --track track.csv
+  picture a.png line red log,50,2000,0,400 200 0 400
+  picture a.png bare log,50,2000,0,400 250 500
+}
+
 @test "silence, sound shorter than a window, and very low rates are drawn" {
   sound silence.wav 48000 0.2 silence
   sound short.wav 48000 0.004 tone 200
