@@ -29,6 +29,9 @@ struct TrackOptions {
 
     std::optional<std::string> format, unit, unvoiced;  // by name
     bool cents = false;
+    bool loudness = false;
+    std::optional<double> tempo;  // [beats a minute]
+    bool pitchBend = false;
     bool quiet = false;
 };
 

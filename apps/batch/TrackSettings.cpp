@@ -62,10 +62,19 @@ RawForm parseRawForm(const std::string& text) {
 
 // How the rows look, as far as the format has any.
 void chooseRows(const TrackOptions& options, TrackSettings& settings) {
+    const std::string format = settings.format->name;
     const bool unitGiven = options.unit || options.cents;
-    if (!settings.format->hasRows && (unitGiven || options.unvoiced))
-        failUsage(kWrongUsage, unitGiven ? "--unit" : "--unvoiced", "a format with rows",
-                  std::string(settings.format->name));
+    if (!settings.format->hasRows && (unitGiven || options.unvoiced || options.loudness))
+        failUsage(kWrongUsage,
+                  unitGiven          ? "--unit"
+                  : options.unvoiced ? "--unvoiced"
+                                     : "--loudness",
+                  "a format with rows", format);
+    if (format != "midi" && (options.tempo || options.pitchBend))
+        failUsage(kWrongUsage, options.tempo ? "--tempo" : "--pitch-bend", "--format midi", format);
+    settings.loudness = options.loudness;
+    settings.tempo = options.tempo.value_or(settings.tempo);
+    settings.pitchBend = options.pitchBend;
     const std::string unit = options.cents ? "cents" : options.unit.value_or("hz");
     settings.unit = unit == "cents" ? PitchUnit::cents : unit == "midi" ? PitchUnit::midi : PitchUnit::hertz;
     const std::string unvoiced = options.unvoiced.value_or(settings.unit == PitchUnit::hertz ? "zero" : "nan");

@@ -27,7 +27,10 @@ struct TrackSettings {
     const TrackFormat* format = nullptr;
     PitchUnit unit = PitchUnit::hertz;
     UnvoicedRows unvoiced = UnvoicedRows::zero;
-    std::string about;  // library, model and settings as a JSON object, for formats that say so
+    bool loudness = false;   // as a column
+    double tempo = 120.0;    // [beats a minute] of MIDI files
+    bool pitchBend = false;  // in MIDI files
+    std::string about;       // library, model and settings as a JSON object, for formats that say so
 };
 
 // All but what depends on the model. `defaultFormat` is for a command line that names none. What contradicts itself is

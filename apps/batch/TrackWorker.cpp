@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "recordings/audio/AudioFile.h"
+#include "recordings/audio/Loudness.h"
 #include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
 #include "recordings/base/Text.h"
@@ -35,11 +36,17 @@ public:
         : m_path(job.output),
           m_settings(settings),
           m_voicing({settings.model.threshold, settings.voicing}),
-          m_writer(settings.format->writer(
-              {settings.excerpt.start, settings.unit, settings.unvoiced, job.input, rate, settings.about})) {}
+          m_writer(settings.format->writer({settings.excerpt.start, settings.unit, settings.unvoiced, job.input, rate,
+                                            settings.about, settings.loudness, settings.tempo, settings.pitchBend})) {
+        if (settings.loudness || settings.format->needsLoudness) m_meter.emplace(rate);
+    }
+
+    // What wants to see the sound before its rows come; null: nobody.
+    LoudnessMeter* meter() { return m_meter ? &*m_meter : nullptr; }
 
     // `row` counts from where the recording is read.
     void add(PitchRow row) {
+        if (m_meter) row.loudness = m_meter->at(row.time);
         row.time += m_settings.excerpt.readFrom();
         m_voicing.add(row, row.confidence, [this](const PitchRow& each, bool voiced) { write(each, voiced); });
     }
@@ -68,6 +75,7 @@ private:
     std::string m_path;
     const TrackSettings& m_settings;
     KaTessel::VoicingFilter<PitchRow> m_voicing;
+    std::optional<LoudnessMeter> m_meter;
     std::unique_ptr<TrackWriter> m_writer;
     std::string m_bytes;  // not handed over yet
     std::int64_t m_rows = 0;
@@ -93,10 +101,16 @@ double TrackWorker::run(const TrackJob& job, std::string& damage, RecordingProgr
     // standard output cannot be taken back.
     if (m_settings.raw || m_settings.mode == TrackMode::live) {
         onProgress = watch("tracking", sound.expectedSeconds());
-        m_tracker.track(sound, job.input, onRow);
+        if (output.meter() != nullptr) {
+            MeteredStream metered(sound, *output.meter());
+            m_tracker.track(metered, job.input, onRow);
+        } else {
+            m_tracker.track(sound, job.input, onRow);
+        }
     } else {
         const Recording recording = readRecording(sound, watch("reading", sound.expectedSeconds()));
         onProgress = watch("tracking", recording.seconds());
+        if (output.meter() != nullptr) output.meter()->add(recording.samples.data(), recording.samples.size());
         m_tracker.track(recording, job.input, onRow);
     }
     damage = sound.damage();

@@ -47,10 +47,15 @@ constexpr char kAboutTrack[] =
 
 CLI::Validator fromOne() { return CLI::Range(1, std::numeric_limits<int>::max()).description("POSITIVE"); }
 
-std::vector<std::string> formatNames() {
-    std::vector<std::string> names;
-    for (const TrackFormat& format : trackFormats()) names.push_back(format.name);
-    return names;
+// Turns whatever a format is called into its name.
+CLI::Validator formatName() {
+    const auto find = [](std::string& text) -> std::string {
+        const TrackFormat* format = findTrackFormat(text);
+        if (format == nullptr) return "expected one of " + trackFormatNames() + ", found " + text;
+        text = format->name;
+        return "";
+    };
+    return CLI::Validator(find, "{" + trackFormatNames() + "}");
 }
 
 void addInputOptions(CLI::App& command, TrackOptions& options) {
@@ -89,7 +94,7 @@ void addOutputOptions(CLI::App& command, TrackOptions& options) {
             "What to write (default: csv, or what the extension of -o says): rows as csv, tsv, json, jsonl or npy; "
             "a Praat pitchtier, textgrid or pitch; voiced and unvoiced segments as lab; notes as midi; known "
             "pitch as f0")
-        ->check(CLI::IsMember(formatNames()));
+        ->transform(formatName());
     CLI::Option* unit =
         command.add_option("--unit", options.unit, "Pitch in hz (default), cents above 440 Hz or midi note numbers")
             ->check(CLI::IsMember(std::vector<std::string>{"hz", "cents", "midi"}));
@@ -98,6 +103,12 @@ void addOutputOptions(CLI::App& command, TrackOptions& options) {
         .add_option("--unvoiced", options.unvoiced,
                     "Pitch of rows that are not voiced: zero (default in Hz) or nan; or drop them")
         ->check(CLI::IsMember(std::vector<std::string>{"zero", "nan", "drop"}));
+    command.add_flag("--loudness", options.loudness,
+                     "A column more in formats with rows: the root mean square of the 40 ms around the instant [dB of "
+                     "full scale]");
+    command.add_option("--tempo", options.tempo, "Beats a minute of a midi file (default: 120)")
+        ->check(numberBetween(4.0, 1000.0));
+    command.add_flag("--pitch-bend", options.pitchBend, "Bend the notes of a midi file as the pitch moves");
 }
 
 void addAnalysisOptions(CLI::App& command, TrackOptions& options) {

@@ -54,6 +54,11 @@ std::string jsonText(const TrackDocument& document) {
     text += ',';
     appendColumn(text, "confidence", document,
                  [](const PitchRow& row) { return rounded(static_cast<double>(row.confidence), 1e6); });
+    if (document.loudness) {
+        text += ',';
+        appendColumn(text, "loudness", document,
+                     [](const PitchRow& row) { return rounded(static_cast<double>(row.loudness), 1e2); });
+    }
     return text + "}}\n";
 }
 

@@ -25,6 +25,10 @@ public:
             appendFixed(bytes, pitch, 3);
         bytes += ",\"confidence\":";
         appendFixed(bytes, row.confidence, 6);
+        if (m_head.loudness) {
+            bytes += ",\"loudness\":";
+            appendFixed(bytes, row.loudness, 2);
+        }
         bytes += "}\n";
     }
 

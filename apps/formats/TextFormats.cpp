@@ -16,7 +16,12 @@ public:
 
     void add(const PitchRow& row, std::string& bytes) override {
         begin(bytes);
-        if (isWanted(row, m_head)) appendCsvLine(bytes, row.time, pitchOf(row, m_head), row.confidence, m_separator);
+        if (!isWanted(row, m_head)) return;
+        appendCsvLine(bytes, row.time, pitchOf(row, m_head), row.confidence, m_separator);
+        if (!m_head.loudness) return;
+        bytes.back() = m_separator;  // instead of the line's end
+        appendFixed(bytes, row.loudness, 2);
+        bytes += '\n';
     }
 
     void finish(double, std::string& bytes) override { begin(bytes); }
@@ -26,6 +31,7 @@ private:
         if (std::exchange(m_hasBegun, true)) return;
         bytes += "time";
         for (const char* name : {pitchColumn(m_head.unit), "confidence"}) bytes.append(1, m_separator).append(name);
+        if (m_head.loudness) bytes.append(1, m_separator).append("loudness");
         bytes += '\n';
     }
 

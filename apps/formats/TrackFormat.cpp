@@ -1,30 +1,16 @@
 #include "apps/formats/TrackFormat.h"
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <limits>
 #include <utility>
 
 #include "recordings/base/Errors.h"
+#include "recordings/base/Text.h"
 
 namespace katessel {
 
 namespace {
-
-std::string lowerCase(std::string text) {
-    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
-
-// The one whose name or extension that is, in any case; null: none.
-const TrackFormat* formatNamed(const std::string& extension) {
-    const std::string wanted = lowerCase(extension);
-    if (wanted == ".txt") return &trackFormats().front();
-    for (const TrackFormat& format : trackFormats())
-        if (wanted == lowerCase(format.extension) || wanted == std::string(".") + format.name) return &format;
-    return nullptr;
-}
 
 // Keeps the rows of a format that needs all of them.
 template <std::string (*kBytes)(const TrackDocument&)>
@@ -51,39 +37,52 @@ std::unique_ptr<TrackWriter> wholeWriter(TrackHead head) {
 }  // namespace
 
 const std::vector<TrackFormat>& trackFormats() {
-    // name, extension, hasRows, isBinary, writer
+    // name, extension, synonyms, hasRows, isBinary, needsLoudness, writer
     static const std::vector<TrackFormat> formats = {
-        {"csv", ".csv", true, false, &csvWriter},
-        {"tsv", ".tsv", true, false, &tsvWriter},
-        {"json", ".json", true, false, &wholeWriter<&jsonText>},
-        {"jsonl", ".jsonl", true, false, &jsonLinesWriter},
-        {"npy", ".npy", true, true, &wholeWriter<&npyBytes>},
-        {"pitchtier", ".PitchTier", false, false, &wholeWriter<&pitchTierText>},
-        {"textgrid", ".TextGrid", false, false, &wholeWriter<&textGridText>},
-        {"pitch", ".Pitch", false, false, &wholeWriter<&praatPitchText>},
-        {"lab", ".lab", false, false, &labWriter},
-        {"midi", ".mid", false, true, &wholeWriter<&midiBytes>},
-        {"f0", ".f0", false, false, &f0Writer},
+        {"csv", ".csv", {"txt"}, true, false, false, &csvWriter},
+        {"tsv", ".tsv", {"tab"}, true, false, false, &tsvWriter},
+        {"json", ".json", {}, true, false, false, &wholeWriter<&jsonText>},
+        {"jsonl", ".jsonl", {"ndjson", "jsonlines"}, true, false, false, &jsonLinesWriter},
+        {"npy", ".npy", {"numpy"}, true, true, false, &wholeWriter<&npyBytes>},
+        {"pitchtier", ".PitchTier", {}, false, false, false, &wholeWriter<&pitchTierText>},
+        {"textgrid", ".TextGrid", {}, false, false, false, &wholeWriter<&textGridText>},
+        {"pitch", ".Pitch", {"praat"}, false, false, false, &wholeWriter<&praatPitchText>},
+        {"lab", ".lab", {"labels", "audacity"}, false, false, false, &labWriter},
+        {"midi", ".mid", {"smf"}, false, true, true, &wholeWriter<&midiBytes>},
+        {"f0", ".f0", {}, false, false, false, &f0Writer},
     };
     return formats;
 }
 
-const TrackFormat& trackFormat(const std::string& name) {
-    return *std::find_if(trackFormats().begin(), trackFormats().end(),
-                         [&](const TrackFormat& format) { return format.name == name; });
+const TrackFormat* findTrackFormat(const std::string& name) {
+    const std::string wanted = lowerCase(name.substr(name.starts_with(".") ? 1 : 0));
+    const auto isWanted = [&](const char* each) { return wanted == each; };
+    for (const TrackFormat& format : trackFormats())
+        if (isWanted(format.name) || wanted == lowerCase(format.extension + 1) ||
+            std::any_of(format.synonyms.begin(), format.synonyms.end(), isWanted))
+            return &format;
+    return nullptr;
+}
+
+const TrackFormat& trackFormat(const std::string& name) { return *findTrackFormat(name); }
+
+std::string trackFormatNames() {
+    std::string names;
+    for (const TrackFormat& format : trackFormats()) names.append(names.empty() ? "" : ",").append(format.name);
+    return names;
 }
 
 const TrackFormat& trackFormatOfFile(const std::string& path) {
     const std::string extension = std::filesystem::path(path).extension().string();
     if (extension.empty()) return trackFormats().front();
-    if (const TrackFormat* format = formatNamed(extension)) return *format;
+    if (const TrackFormat* format = findTrackFormat(extension)) return *format;
     std::string known = ".txt";
     for (const TrackFormat& format : trackFormats()) known.append(", ").append(format.extension);
     failUsage("unknown kind of track", path, "a name that ends with one of " + known + ", or --format", extension);
 }
 
 bool isNamedLikeTrack(const std::string& path) {
-    return formatNamed(std::filesystem::path(path).extension().string()) != nullptr;
+    return findTrackFormat(std::filesystem::path(path).extension().string()) != nullptr;
 }
 
 const char* pitchColumn(PitchUnit unit) {

@@ -18,9 +18,12 @@ struct TrackHead {
     double start = 0.0;  // [s] of the part that is tracked
     PitchUnit unit = PitchUnit::hertz;
     UnvoicedRows unvoiced = UnvoicedRows::zero;
-    std::string recording;  // its path
-    int rate = 0;           // [Hz] of the recording
-    std::string about;      // library, model and settings as a JSON object
+    std::string recording;   // its path
+    int rate = 0;            // [Hz] of the recording
+    std::string about;       // library, model and settings as a JSON object
+    bool loudness = false;   // a column of its own
+    double tempo = 120.0;    // [beats a minute] of a MIDI file
+    bool pitchBend = false;  // of a MIDI file: the pitch within notes
 };
 
 // And all that it may say at the end.
@@ -44,16 +47,24 @@ public:
 struct TrackFormat {
     const char* name;
     const char* extension;
-    bool hasRows;   // one entry a row: unit and unvoiced rows can be chosen
-    bool isBinary;  // nothing for a terminal
+    std::vector<const char*> synonyms;  // what else it is called, as a name or an extension
+    bool hasRows;                       // one entry a row: unit and unvoiced rows can be chosen
+    bool isBinary;                      // nothing for a terminal
+    bool needsLoudness;
     std::unique_ptr<TrackWriter> (*writer)(TrackHead);
 };
 
 // All of them; the first is the default.
 const std::vector<TrackFormat>& trackFormats();
 
+// The one of that name, extension or synonym, in any case; null: none.
+const TrackFormat* findTrackFormat(const std::string& name);
+
 // The one of that name, which must be one of them.
 const TrackFormat& trackFormat(const std::string& name);
+
+// Their names, separated by commas.
+std::string trackFormatNames();
 
 // The one that a file of this name says it is in, by its extension in any case; the default where it has none. Any other
 // extension is wrong usage.
@@ -94,7 +105,7 @@ std::unique_ptr<TrackWriter> f0Writer(TrackHead head);
 // that was tracked; between two rows that differ they meet in the middle.
 std::unique_ptr<TrackWriter> labWriter(TrackHead head);
 
-// Then those that say first how much there is, so that all of it must be known: 16 bytes a row are kept.
+// Then those that say first how much there is, so that all of it must be known: 24 bytes a row are kept.
 
 // A Praat PitchTier: a point in Hz for every voiced row.
 std::string pitchTierText(const TrackDocument& document);
@@ -109,11 +120,12 @@ std::string praatPitchText(const TrackDocument& document);
 // column. A pitch that is not a number is null.
 std::string jsonText(const TrackDocument& document);
 
-// A NumPy array, float32, rows x 3 in C order: time [s], pitch, confidence.
+// A NumPy array, float64, so that the times of hours stay apart; rows x 3 in C order: time [s], pitch,
+// confidence, and with loudness rows x 4.
 std::string npyBytes(const TrackDocument& document);
 
-// A standard MIDI file: format 0, one track, channel 1, a millisecond a tick. Its notes are those of Notes.h, all equally
-// loud, since a pitch track says nothing of loudness. It ends with the part that was tracked.
+// A standard MIDI file: format 0, one track, channel 1. Its notes are those of Notes.h; the loudest has velocity 112, the others
+// less as they are less loud, all of them 96 where that was not measured. It ends with the part that was tracked.
 std::string midiBytes(const TrackDocument& document);
 
 }  // namespace katessel

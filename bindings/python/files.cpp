@@ -79,24 +79,20 @@ Choice choose(const char* what, const std::string& name, const std::vector<std::
 }
 
 py::bytes trackBytes(const std::string& format, const Columns& columns, const Description& description) {
-    for (const TrackFormat& each : trackFormats()) {
-        if (each.name != format) continue;
-        const auto writer = each.writer(
-            {description.start,
-             choose<PitchUnit>("unit", description.unit,
-                               {{"hz", PitchUnit::hertz}, {"cents", PitchUnit::cents}, {"midi", PitchUnit::midi}}),
-             choose<UnvoicedRows>(
-                 "unvoiced", description.unvoiced,
-                 {{"zero", UnvoicedRows::zero}, {"nan", UnvoicedRows::notANumber}, {"drop", UnvoicedRows::drop}}),
-             description.recording, description.rate, description.about});
-        std::string bytes;
-        for (const PitchRow& row : rowsOf(columns)) writer->add(row, bytes);
-        writer->finish(description.end, bytes);
-        return bytes;
-    }
-    std::string known;
-    for (const TrackFormat& each : trackFormats()) known.append(known.empty() ? "" : ", ").append(each.name);
-    failUsage("bad format", "track", known, "'" + format + "'");
+    const TrackFormat* const found = findTrackFormat(format);
+    if (found == nullptr) failUsage("bad format", "track", trackFormatNames(), "'" + format + "'");
+    const auto writer = found->writer(
+        {description.start,
+         choose<PitchUnit>("unit", description.unit,
+                           {{"hz", PitchUnit::hertz}, {"cents", PitchUnit::cents}, {"midi", PitchUnit::midi}}),
+         choose<UnvoicedRows>(
+             "unvoiced", description.unvoiced,
+             {{"zero", UnvoicedRows::zero}, {"nan", UnvoicedRows::notANumber}, {"drop", UnvoicedRows::drop}}),
+         description.recording, description.rate, description.about});
+    std::string bytes;
+    for (const PitchRow& row : rowsOf(columns)) writer->add(row, bytes);
+    writer->finish(description.end, bytes);
+    return bytes;
 }
 
 py::tuple readTrackColumns(const std::string& path) {

@@ -1,6 +1,7 @@
 // A pitch track: what the analysis of one recording yields, however it was produced and wherever it goes.
 #pragma once
 
+#include <limits>
 #include <vector>
 
 #include "katessel/EngineFacts.hpp"
@@ -11,9 +12,10 @@ namespace katessel {
 using KaTessel::facts::kHopSeconds;  // from row to row, in tracks and in .f0 files
 
 struct PitchRow {
-    double time = 0.0;        // [s] in the recording
-    float frequency = 0.0f;   // [Hz]; 0: unvoiced, or none given
-    float confidence = 0.0f;  // 0 to 1 from our engine
+    double time = 0.0;                                         // [s] in the recording
+    float frequency = 0.0f;                                    // [Hz]; 0: unvoiced, or none given
+    float confidence = 0.0f;                                   // 0 to 1 from our engine
+    float loudness = std::numeric_limits<float>::quiet_NaN();  // [dB] as Loudness.h has it; not a number: not measured
 };
 
 using PitchTrack = std::vector<PitchRow>;

@@ -26,7 +26,7 @@ def npy(path):
     with open(path, "rb") as f:
         assert int.from_bytes(f.read(10)[8:], "little") % 64 == 54, "the values do not begin at a multiple of 64"
     values = np.load(path)
-    assert values.dtype == np.dtype("<f4") and values.flags.c_contiguous
+    assert values.dtype == np.dtype("<f8") and values.flags.c_contiguous
     return [row(*each) for each in values]
 
 
@@ -111,7 +111,7 @@ def midi(path):
             found.append("%.3f,%.3f,%d" % (sounding[0], seconds, message.note))
             sounding = None
         else:
-            assert message.type in ("set_tempo", "end_of_track"), message
+            assert message.type in ("set_tempo", "end_of_track", "control_change", "pitchwheel"), message
     assert sounding is None
     return found + ["%.3f" % seconds]
 

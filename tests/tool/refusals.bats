@@ -85,6 +85,9 @@ TABLE
 2 | track good.wav --cents --unvoiced zero | wrong usage: --unvoiced zero: expected --unit hz, found --unit cents, where 0 is a pitch
 2 | track good.wav --format lab --cents | wrong usage: --unit: expected a format with rows, found lab
 2 | track good.wav -o n.mid --unvoiced nan | wrong usage: --unvoiced: expected a format with rows, found midi
+2 | track good.wav --format lab --loudness | wrong usage: --loudness: expected a format with rows, found lab
+2 | track good.wav --tempo 90 | wrong usage: --tempo: expected --format midi, found csv
+2 | track good.wav --pitch-bend -o a.json | wrong usage: --pitch-bend: expected --format midi, found json
 2 | track good.wav --cents --unit hz | wrong usage: 
 2 | track good.wav both.wav --skip-existing --force | wrong usage: 
 TABLE

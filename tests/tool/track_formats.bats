@@ -100,6 +100,41 @@ PY
   [ "$(read_track silent.mid)" = 0.600 ]
 }
 
+@test "loudness: a column in every format with rows, and the velocity of notes" {
+  # Two notes, the second 12 dB below the first.
+  sound two.wav 44100 0.9 tone 220 1 0 0.25
+  katessel track two.wav --loudness > two.csv
+  "$PYTHON" - <<'PY'
+import csv, numpy as np, soundfile
+sound, rate = soundfile.read("two.wav")
+with open("two.csv") as f:
+    rows = [(float(r["time"]), float(r["loudness"])) for r in csv.DictReader(f)]
+assert len(rows) == 180
+for time, loudness in rows:
+    part = sound[int(np.ceil(max(time - 0.02, 0) * rate - 1e-6)):int(np.ceil((time + 0.02) * rate - 1e-6))]
+    assert abs(loudness - max(10 * np.log10(np.mean(part ** 2) + 1e-30), -120)) < 0.01, (time, loudness)
+PY
+  katessel track two.wav --loudness --mode live | cut -d, -f 1,4 | cmp - <(cut -d, -f 1,4 two.csv)
+  samples=$(katessel track two.wav --loudness --start 0.7 --format tsv | tail -n +2 | cut -f 4)
+  [ "$samples" = "$(awk -F, '$1 >= 0.7 && NR > 1 { print $4 }' two.csv)" ]
+  for format in json jsonl npy; do
+    katessel track two.wav --loudness --format $format > two.$format
+    "$PYTHON" - $format > loudness <<'PY'
+import json, numpy as np, sys
+with open("two." + sys.argv[1], "rb") as f:
+    values = {"json": lambda: json.load(f)["track"]["loudness"], "jsonl": lambda: [json.loads(line)["loudness"] for line in f],
+              "npy": lambda: np.load(f)[:, 3]}[sys.argv[1]]()
+print(*("%.2f" % v for v in values), sep="\n")
+PY
+    near 0.011 loudness <(tail -n +2 two.csv | cut -d, -f 4)
+  done
+  katessel track two.wav -o two.mid --tempo 97
+  [ "$("$PYTHON" -c 'import mido
+print(*(m.tempo if m.type == "set_tempo" else m.velocity for m in mido.MidiFile("two.mid") if m.type in ("note_on", "set_tempo")))')" = "618557 112 56" ]
+  read_track two.mid > notes
+  near 0.035 notes <(printf '%s\n' 0,0.3,57 0.6,0.9,57 0.9)
+}
+
 @test "--unit and --unvoiced" {
   katessel track note.wav --unit midi > midi.csv
   [ "$(head -n 1 midi.csv)" = time,midi,confidence ]
@@ -134,11 +169,12 @@ PY
   for name in track.tsv track.json track.PitchTier track.lab track.mid; do
     katessel track note.wav -o $name
     ! cmp -s $name note.csv
-    katessel track note.wav -o "$name.csv" --format "$(sed 's/.*\.//; s/mid/midi/; s/PitchTier/pitchtier/' <<< $name)"
+    katessel track note.wav -o "$name.csv" --format "${name##*.}"
     cmp $name $name.csv
   done
-  for name in track.txt track.CSV track; do
-    katessel track note.wav -o $name
+  for name in track.txt track.CSV track "x --format TXT"; do
+    katessel track note.wav -o $name --force
+    name=${name%% *}
     cmp $name note.csv
   done
   katessel track note.wav -o track.MIDI
