@@ -4,6 +4,7 @@
 #include <exception>
 #include <string>
 
+#include "apps/NearestWord.h"
 #include "apps/commands/Commands.h"
 #include "katessel/InstructionSet.h"
 #include "katessel/KTessel.h"
@@ -17,7 +18,8 @@ namespace katessel {
 namespace {
 
 constexpr char kAbout[] =
-    "Estimates the pitch of one voice or instrument every 5 ms.\n"
+    "Estimates the pitch of one voice or instrument every 5 ms. `katessel help COMMAND`\n"
+    "says what a command does and takes.\n"
     "\n"
     "The environment variable KATESSEL_ISA names the vector instructions to compute\n"
     "with (scalar, sse2, avx2 or avx512); without it the best available are used.\n"
@@ -38,11 +40,40 @@ std::string defaultModelHashes() {
     return "model " + offline + (live == offline ? "" : ", live model " + live);
 }
 
+// The deepest command that the command line names.
+const CLI::App& chosenCommand(const CLI::App& app) {
+    const std::vector<CLI::App*> below = app.get_subcommands();
+    return below.empty() ? app : chosenCommand(*below.front());
+}
+
+// Where the first word that the parser could not place is a misspelt command or option, or no such at all: says so.
+void checkWords(const CLI::App& app) {
+    const std::vector<std::string> words = app.remaining(true);
+    if (words.empty()) return;
+    const std::string& word = words.front();
+    const CLI::App& command = chosenCommand(app);
+    const bool isOption = word.starts_with("-");
+    std::vector<std::string> known;
+    for (const CLI::App* below : command.get_subcommands(nullptr))
+        if (!isOption) known.push_back(below->get_name());
+    for (const CLI::Option* option : command.get_options())
+        for (const std::string& name : option->get_lnames())
+            if (isOption) known.push_back("--" + name);
+    if (known.empty()) return;
+    const std::string nearest = nearestWord(word.substr(0, word.find('=')), known);
+    const std::string parent = &command == &app ? "" : " " + command.get_name();
+    failUsage(kWrongUsage, word,
+              (isOption ? "an option" : "a command") + (nearest.empty() ? "" : ", perhaps " + nearest) +
+                  " (`katessel help" + parent + "` lists them)",
+              "none of that name");
+}
+
 // Runs the chosen command, or prints help or the version where they were asked for.
 void parse(CLI::App& app, int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
+        checkWords(app);
         if (error.get_exit_code() != 0) throw ToolError(std::string("wrong usage: ") + error.what(), kStatusUsage);
         app.exit(error);
     }

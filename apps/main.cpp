@@ -48,13 +48,21 @@ void addOthers(CLI::App& app) {
 
 int main(int argc, char** argv) {
     using namespace katessel;
-    const std::string command = argc > 1 ? argv[1] : "";
+    std::vector<char*> arguments(argv, argv + argc);
+    // `katessel help COMMAND` is `katessel COMMAND --help`.
+    char help[] = "--help";
+    if (argc > 1 && std::strcmp(argv[1], "help") == 0) {
+        arguments.erase(arguments.begin() + 1);
+        arguments.push_back(help);
+    }
+    const std::string command = arguments.size() > 1 ? arguments[1] : "";
+    arguments.push_back(nullptr);
     for (const OtherProgram& other : kOthers) {
         if (command != other.command) continue;
-        become(other, argv);
+        become(other, arguments.data());
         return kStatusFailure;
     }
     return runProgram(
-        argc, argv,
+        argc, arguments.data(),
         {&addTrackCommand, &addEvalCommand, &addBenchCommand, &addModelCommand, &addSynthCommand, &addOthers});
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <string_view>
@@ -97,7 +98,8 @@ std::string describe(const TrackOptions& options, const TrackSettings& settings)
     nlohmann::ordered_json about, used;
     about["library"] = KTessel_GetVersion();
     about["instructions"] = KaTessel::instructionSet();
-    about["model"] = {{"file", settings.model.path}, {"sha256", fileSha256(settings.model.path)}};
+    const std::filesystem::path model = settings.model.path;
+    about["model"] = {{"file", model.filename().string()}, {"sha256", fileSha256(settings.model.path)}};
     used["mode"] = settings.mode == TrackMode::live ? "live" : "offline";
     used["threshold"] = settings.model.threshold;
     used["voicing"] = nameOf(settings.voicing);

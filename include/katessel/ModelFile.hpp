@@ -2,7 +2,9 @@
 #ifndef KATESSEL_MODELFILE_HPP
 #define KATESSEL_MODELFILE_HPP
 
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -29,7 +31,7 @@ inline std::vector<char> readModelFile(const std::string& path) {
     constexpr std::size_t kLongest = 64'000'000, kPiece = 1 << 20;  // [bytes]
     const char* const expected = "a layer weight file";
     std::ifstream in(path, std::ios::binary);
-    if (!in) throw ModelError(path, expected, "one that cannot be opened");
+    if (!in) throw ModelError(path, expected, std::string("one that cannot be opened: ").append(std::strerror(errno)));
     std::vector<char> bytes;
     for (std::size_t count = 0;;) {
         bytes.resize(count + kPiece);

@@ -1,6 +1,7 @@
 #include "modelio/BinaryReader.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -14,7 +15,7 @@ constexpr std::size_t kPiece = 1 << 16;            // [bytes]
 
 BinaryReader::BinaryReader(const std::string& path) : m_file(std::fopen(path.c_str(), "rb"), &std::fclose) {
     if (!m_file) {
-        fail("cannot be opened");
+        fail(std::string("cannot be opened: ") + std::strerror(errno));
         return;
     }
     if (std::fseek(m_file.get(), 0, SEEK_END) != 0) {

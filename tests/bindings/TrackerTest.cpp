@@ -239,7 +239,8 @@ TEST(Tracker, RefusesModelsBeforeTheEngineSeesThem) {
     const std::string broken = folder.file("broken.weights"), good = contentOf(kModel);
     const auto says = [&](const std::string& path) { return refusal([&] { Tracker(48000, path); }); };
     EXPECT_EQ(says("none.weights"),
-              "bad model: none.weights: expected a layer weight file, found one that cannot be opened");
+              "bad model: none.weights: expected a layer weight file, found one that cannot be opened: No such file or "
+              "directory");
     save(broken, good.substr(0, 300000));
     EXPECT_NE(says(broken).find("expected a layer weight file, found one that "), std::string::npos);
 

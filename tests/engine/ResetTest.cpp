@@ -144,7 +144,7 @@ TEST_F(Reset, TheFirstFaultIsToldInTheRoomThereIs) {
     EXPECT_EQ(std::string(small), "");
     char text[200];
     EXPECT_EQ(KTesselExt_CheckWeightFile(folder.file("none").c_str(), text, sizeof text), KTESSELEXT_BAD_MODEL);
-    EXPECT_STREQ(text, "expected a layer weight file, found one that cannot be opened");
+    EXPECT_STREQ(text, "expected a layer weight file, found one that cannot be opened: No such file or directory");
     EXPECT_EQ(KTesselExt_CheckWeightFile(folder.path().c_str(), text, sizeof text), KTESSELEXT_BAD_MODEL);
     EXPECT_EQ(KTesselExt_CheckWeightFile(nullptr, text, sizeof text), KTESSELEXT_BAD_ARGUMENT);
 }

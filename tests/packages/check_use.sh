@@ -27,7 +27,8 @@ export LD_LIBRARY_PATH=$libdir
 hash=$(sed -n 's/.*"sha256": "\(.*\)".*/\1/p' "$root/usr/share/katessel/default.json")
 [[ $("$root/usr/bin/katessel" --version) == *"$hash"* ]] || failed "--version"
 "$root/usr/bin/katessel" track --format json "$sound" -o "$scratch/track.json"
-grep -qF "$root/usr/share/katessel/default.weights" "$scratch/track.json" || failed "model of the tool"
+grep -qF "\"sha256\":\"$(sha256sum <"$root/usr/share/katessel/offline.weights" | cut -d" " -f1)\"" "$scratch/track.json" ||
+    failed "model of the tool"
 "$root/usr/bin/katessel" track "$sound" -o "$scratch/track.csv"
 
 echo "-- a program in C, by pkg-config"

@@ -11,6 +11,14 @@ setup() { enter_folder; }
   [[ $output == *", scalar" ]]
 }
 
+@test "help is the same by either name" {
+  for command in "" track "model verify" live; do
+    katessel help $command > help.txt || [ "$command" = live ]
+    katessel $command --help | cmp - help.txt
+  done
+  grep -q "^Usage: katessel live" help.txt || ! grep -q " live " <(katessel help)
+}
+
 @test "an instruction set that cannot be had is wrong usage" {
   sound good.wav 24000 0.1 tone 200
   for name in avx9000 SSE2 scalar,sse2; do

@@ -71,7 +71,14 @@ TABLE
   refuses <<'TABLE'
 2 | | wrong usage: 
 2 | track | wrong usage: 
-2 | track good.wav --no-such-option | wrong usage: 
+2 | trak good.wav | wrong usage: trak: expected a command, perhaps track (`katessel help` lists them), found none of that name
+2 | xyzzy | wrong usage: xyzzy: expected a command (`katessel help` lists them), found none of that name
+2 | help ogoom | wrong usage: ogoom: expected a command (`katessel help`
+2 | --hlep | wrong usage: --hlep: expected an option, perhaps --help (
+2 | model inpsect good.wav | wrong usage: inpsect: expected a command, perhaps inspect (`katessel help model` lists them)
+2 | track good.wav --modle=x | wrong usage: --modle=x: expected an option, perhaps --model (`katessel help track` lists them)
+2 | track good.wav --no-such-option | wrong usage: --no-such-option: expected an option (
+2 | track good.wav --format xyz | wrong usage: --format: expected one of csv,tsv,json,
 2 | track good.wav --threshold nan | wrong usage: --threshold: expected a number from 0 to 1e+06, found nan
 2 | eval --ref truth.f0 track.csv --threshold=-nan | --threshold: expected a number from 0 to 1e+06, found -nan
 2 | synth good.wav -o a.wav --threshold inf | --threshold: expected a number from 0 to 1e+06, found inf
@@ -146,7 +153,7 @@ TABLE
 1 | eval --ref gap.f0 track.csv | gap.f0: expected 0.01 s in line 3
 1 | eval --ref truth.f0 cents.csv | frequencies in Hz
 2 | bench --rate 0 | wrong usage: 
-1 | model inspect none.weights | bad model: none.weights: expected a layer weight file, found one that cannot be opened
+1 | model inspect none.weights | bad model: none.weights: expected a layer weight file, found one that cannot be opened: No such file or directory
 1 | model hash none.weights | cannot read the file: none.weights: expected a readable file, found No such file
 TABLE
 }

@@ -45,7 +45,7 @@ with open("track.json") as f:
     track = json.load(f)
 assert track["recording"] == "note.wav" and track["sample_rate"] == 24000
 assert (track["start"], track["end"]) == (0.1, 0.4)
-assert track["model"]["sha256"] == sys.argv[1]
+assert track["model"] == {"file": "live.weights", "sha256": sys.argv[1]}
 version = sys.argv[2].split(", ")
 assert (track["library"], track["instructions"]) == (version[0], version[-1]), version
 assert version[2] == "live model " + sys.argv[1], version
