@@ -11,6 +11,7 @@
 #include "recordings/base/OutputFile.h"
 #include "recordings/scoring/FolderScores.h"
 #include "recordings/tracks/Reference.h"
+#include "recordings/tracks/TrackReader.h"
 #include "tracking/Model.h"
 #include "tracking/RecordingTracker.h"
 
@@ -24,7 +25,7 @@ constexpr char kAboutEval[] =
     "Scores tracks against known pitch: `.f0` files of \"seconds Hz\" every 5 ms, 0 where\n"
     "there is none and -1 where nothing is scored. Given a folder, every recording in\n"
     "and below it that has such a file beside it is tracked; given an .f0 file and a\n"
-    "track (time, frequency and perhaps confidence), that track is scored.\n"
+    "track, in any format that track writes but lab and TextGrid, that one is scored.\n"
     "\n"
     "RPA: voiced frames within 50, 25 and 10 cents, whatever their confidence; RCA: the\n"
     "same in any octave. gross: of frames voiced in both, those more than 20 % off.\n"

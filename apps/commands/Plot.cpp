@@ -18,7 +18,7 @@
 #include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
 #include "recordings/base/Text.h"
-#include "recordings/tracks/Reference.h"
+#include "recordings/tracks/TrackReader.h"
 #include "tracking/Model.h"
 #include "tracking/RecordingTracker.h"
 
@@ -117,7 +117,7 @@ NamedTrack readOverlay(const std::string& text) {
     const std::size_t mark = text.find('=');
     if (mark == std::string::npos || mark == 0 || mark + 1 == text.size())
         failUsage("wrong overlay", "--overlay", "NAME=FILE", text);
-    return {text.substr(0, mark), readTrackOrReference(text.substr(mark + 1))};
+    return {text.substr(0, mark), readTrack(text.substr(mark + 1))};
 }
 
 void checkOutput(const PlotOptions& options, const std::optional<Model>& model) {
@@ -154,7 +154,7 @@ void runPlot(const PlotOptions& options) {
         content.pitch = {"pitch", trackRecording(*model, options.mode, recording, options.recording, progress)};
         for (PitchRow& row : content.pitch.track) row.time += offset;
     } else {
-        content.pitch = {"pitch", readTrackOrReference(options.track)};
+        content.pitch = {"pitch", readTrack(options.track)};
     }
     const Voicing usual = model ? usualVoicing(options.mode) : Voicing::frame;
     if (content.threshold) applyVoicing(content.pitch.track, {*content.threshold, options.voicing.value_or(usual)});

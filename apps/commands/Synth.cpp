@@ -1,11 +1,9 @@
 // `katessel synth`: a pitch track made audible.
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <memory>
 #include <numeric>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 
@@ -17,7 +15,7 @@
 #include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
 #include "recordings/base/Text.h"
-#include "recordings/tracks/Reference.h"
+#include "recordings/tracks/TrackReader.h"
 #include "tracking/Model.h"
 #include "tracking/RecordingTracker.h"
 
@@ -26,10 +24,11 @@ namespace katessel {
 namespace {
 
 constexpr char kAboutSynth[] =
-    "Writes a tone that follows the pitch. FILE is a track (.csv, .tsv, .txt), an .f0\n"
-    "file, or else a recording, which is tracked first. The tone is as loud as the\n"
-    "recording; without one, its level follows the confidence. What would be clipped is\n"
-    "made quieter as a whole. 24 bits a sample.";
+    "Writes a tone that follows the pitch. FILE is a track by its extension (.csv, .tsv,\n"
+    ".txt, .f0, .json, .jsonl, .npy, .mid, .PitchTier, .Pitch), or else a recording,\n"
+    "which is tracked first. The tone is as loud as the recording; without one, its level\n"
+    "follows the confidence. What would be clipped is made quieter as a whole. 24 bits a\n"
+    "sample.";
 
 struct SynthOptions {
     std::string input;    // a track, an .f0 file or a recording, by its name
@@ -50,11 +49,6 @@ constexpr double kLevelSeconds = 0.03;      // of sound around a row whose level
 constexpr double kFullLevel = 0.15;         // root mean square at confidence 1, without a recording
 constexpr double kLongest = 12.0 * 3600.0;  // [s] of a track; more is a wrong time
 constexpr double kTail = 0.02;              // [s] after the last row of a track: it fades
-
-bool isTrackName(const std::string& path) {
-    const std::set<std::string> kinds = {".csv", ".tsv", ".txt", ".f0"};
-    return kinds.count(std::filesystem::path(path).extension().string()) != 0;
-}
 
 // The root mean square around each row.
 std::vector<float> levelsOf(const Recording& recording, const PitchTrack& track) {
@@ -81,7 +75,7 @@ std::vector<float> levelsOfConfidence(const PitchTrack& track) {
 }
 
 PitchTrack givenTrack(const SynthOptions& options) {
-    PitchTrack track = readTrackOrReference(options.input);
+    PitchTrack track = readTrack(options.input);
     const double end = track.empty() ? 0.0 : track.back().time;
     if (!(end >= 0.0 && end <= kLongest))
         fail("cannot make the track audible", options.input, "times from 0 to " + shortNumber(kLongest) + " s",
@@ -128,7 +122,7 @@ void checkOutput(const SynthOptions& options, const Model& model) {
 }
 
 void runSynth(const SynthOptions& options) {
-    const bool fromTrack = isTrackName(options.input);
+    const bool fromTrack = isNamedLikePitch(options.input);
     checkOptions(options, fromTrack);
     Model model;
     PitchTrack track;

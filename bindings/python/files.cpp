@@ -18,7 +18,7 @@
 #include "recordings/base/Errors.h"
 #include "recordings/base/OutputFile.h"
 #include "recordings/tracks/Notes.h"
-#include "recordings/tracks/Reference.h"
+#include "recordings/tracks/TrackReader.h"
 
 namespace py = pybind11;
 
@@ -98,7 +98,7 @@ py::bytes trackBytes(const std::string& format, const Columns& columns, const De
 py::tuple readTrackColumns(const std::string& path) {
     std::vector<double> times;
     std::vector<float> frequencies, confidences;
-    for (const PitchRow& row : readTrackOrReference(path)) {
+    for (const PitchRow& row : readTrack(path)) {
         times.push_back(row.time);
         frequencies.push_back(row.frequency);
         confidences.push_back(row.confidence);

@@ -1,6 +1,7 @@
 #include "recordings/base/TextFile.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -40,6 +41,21 @@ void forEachLine(const std::string& path, const char* what,
     std::ifstream file(path);
     if (!file) fail(what, path, "a text file", std::strerror(errno));
     readLines(file, path, what, onLine);
+}
+
+std::string readFile(const std::string& path, const char* what, const std::string& kind) {
+    constexpr std::uintmax_t kMost = 4'000'000'000;
+    const std::string odd = oddKind(path);
+    if (!odd.empty()) fail(what, path, kind, odd);
+    std::ifstream file(path, std::ios::binary);
+    std::error_code error;
+    const std::uintmax_t size = fs::file_size(path, error);
+    if (!file || error) fail(what, path, kind, file ? error.message() : std::strerror(errno));
+    if (size > kMost) fail(what, path, kind, "one of more than 4 GB");
+    std::string bytes(size, '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(size));
+    if (file.gcount() != static_cast<std::streamsize>(size)) fail(what, path, kind + " up to its end", "a part of it");
+    return bytes;
 }
 
 std::string oddKind(const std::string& path) {

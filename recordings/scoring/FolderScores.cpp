@@ -7,6 +7,7 @@
 #include "recordings/audio/SoundFolder.h"
 #include "recordings/base/Errors.h"
 #include "recordings/tracks/Reference.h"
+#include "recordings/tracks/TrackReader.h"
 
 namespace katessel {
 
@@ -33,9 +34,12 @@ std::map<std::string, std::vector<fs::path>> findRecordings(const fs::path& root
 }
 
 fs::path trackOf(const std::string& tracks, const std::string& folder, const fs::path& recording) {
-    fs::path track = fs::path(tracks) / recording.lexically_relative(folder);
-    fs::path ours = track;
-    return fs::is_regular_file(ours.replace_extension(".f0.csv")) ? ours : track.replace_extension(".csv");
+    const fs::path place = fs::path(tracks) / recording.lexically_relative(folder);
+    for (const char* extension : kReadableTracks) {
+        fs::path track = place;
+        if (fs::is_regular_file(track.replace_extension(std::string(".f0") + extension))) return track;
+    }
+    return fs::path(place).replace_extension(".csv");
 }
 
 Scores scoreRecording(const fs::path& path, VoicingRule rule, const TrackOf& trackOf) {

@@ -23,8 +23,8 @@ using OnProblem = std::function<void(const std::string& message)>;
 std::vector<ScoredGroup> scoreFolder(const std::string& folder, VoicingRule rule, const TrackOf& trackOf,
                                      const OnProblem& onProblem);
 
-// Tracks that somebody made: below `tracks`, with the recording's path below `folder` and the extension .csv, or .f0.csv
-// as `katessel track` names it.
+// Tracks that somebody made: below `tracks`, with the recording's path below `folder` and the extension .csv, or .f0 and that of
+// any track that can be read, as `katessel track` names it.
 TrackOf tracksBelow(const std::string& tracks, const std::string& folder);
 
 // What may be read for such figures: the recordings of a folder, what stands beside them, and, unless `tracks` is empty,

@@ -3,21 +3,16 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <sstream>
 
 #include "recordings/base/Errors.h"
 #include "recordings/base/Text.h"
 #include "recordings/base/TextFile.h"
+#include "recordings/tracks/TrackRows.h"
 
 namespace katessel {
 
 namespace {
-
-constexpr char kCannotReadPitch[] = "cannot read the pitch";
-
-constexpr double kFarthest = 1e9;  // [s]
-constexpr double kHighest = 1e6;   // [Hz]
 
 // The numbers of a line, whatever separates them. Returns false when something on it is no number.
 bool numbersOf(std::string line, std::vector<double>& numbers) {
@@ -71,37 +66,16 @@ std::vector<float> readReference(const std::string& path) {
     return frequencies;
 }
 
-PitchTrack readTrack(const std::string& path) {
-    PitchTrack track;
+PitchTrack trackFromText(const std::string& path) {
+    TrackRows rows(path);
     forEachRow(path, 2, true, [&](const std::vector<double>& numbers, std::size_t line) {
-        PitchRow row;
-        row.time = numbers[0];
-        if (!(std::fabs(row.time) <= kFarthest))
-            fail(kCannotReadPitch, path,
-                 "times within +-" + shortNumber(kFarthest) + " s, in line " + std::to_string(line),
-                 shortNumber(row.time) + " s");
-        if (numbers[1] > kHighest)
-            fail(kCannotReadPitch, path,
-                 "frequencies up to " + shortNumber(kHighest) + " Hz, in line " + std::to_string(line),
-                 shortNumber(numbers[1]) + " Hz");
-        if (!track.empty() && !(row.time >= track.back().time))
-            fail(kCannotReadPitch, path, "times that rise, in line " + std::to_string(line),
-                 shortNumber(row.time) + " s");
-        row.frequency = numbers[1] > 0.0 ? static_cast<float>(numbers[1]) : 0.0f;
-        row.confidence = numbers.size() > 2 ? static_cast<float>(numbers[2]) : row.frequency > 0.0f ? 1.0f : 0.0f;
-        track.push_back(row);
+        const std::string place = "line " + std::to_string(line);
+        if (numbers.size() > 2)
+            rows.add(place, numbers[0], numbers[1], numbers[2]);
+        else
+            rows.add(place, numbers[0], numbers[1]);
     });
-    return track;
-}
-
-PitchTrack readTrackOrReference(const std::string& path) {
-    if (std::filesystem::path(path).extension() != ".f0") return readTrack(path);
-    PitchTrack track;
-    for (const float frequency : readReference(path)) {
-        const double time = static_cast<double>(track.size()) * kHopSeconds;
-        track.push_back({time, std::max(frequency, 0.0f), frequency > 0.0f ? 1.0f : 0.0f});
-    }
-    return track;
+    return rows.take();
 }
 
 PitchTrack onGrid(const PitchTrack& track, std::size_t frames, double tolerance) {

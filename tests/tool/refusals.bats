@@ -24,10 +24,16 @@ setup_file() {
   sed '1s/frequency/cents/' track.csv > cents.csv
   printf 'time,frequency\n0,200\n1e9,200\n' > long.csv
   printf 'time,frequency\n' > rowless.csv
+  echo '{"track":{"time":[0]}}' > bad.json
+  echo '{"time":"a","frequency":1}' > bad.jsonl
+  printf "\x93NUMPY\1\0\x76\0%-117s\n" "{'descr': '<f8', 'fortran_order': False, 'shape': (1000000, 3), }" > bad.npy
+  katessel track good.wav --format midi | head -c 40 > bad.mid
+  cp bad.npy bad.Pitch
+  printf 'File type = "ooTextFile"\nObject class = "PitchTier"\nnumber = 2\nvalue = 200\nnumber = 1\nvalue = 200\n' > fall.PitchTier
 }
 
 setup() {
-  enter_folder "$BATS_FILE_TMPDIR"/*.{wav,raw,f0,csv} "$BATS_FILE_TMPDIR/list"
+  enter_folder "$BATS_FILE_TMPDIR"/*.{wav,raw,f0,csv,json,jsonl,npy,mid,Pitch,PitchTier} "$BATS_FILE_TMPDIR/list"
   mkdir folder
   mkfifo fifo
   printf 'time,frequency\ninf,200\n' > far.csv
@@ -152,6 +158,13 @@ TABLE
 1 | eval --ref bad.f0 track.csv | bad.f0: expected 2 numbers in line 3
 1 | eval --ref gap.f0 track.csv | gap.f0: expected 0.01 s in line 3
 1 | eval --ref truth.f0 cents.csv | frequencies in Hz
+1 | eval --ref truth.f0 bad.json | cannot read the pitch: bad.json: expected JSON whose track has time and frequency [Hz], found none
+1 | eval --ref truth.f0 bad.jsonl | cannot read the pitch: bad.jsonl: expected a number in line 1, found "a"
+1 | eval --ref truth.f0 bad.npy | cannot read the pitch: bad.npy: expected the bytes of 1000000 rows
+1 | eval --ref truth.f0 bad.mid | cannot read the pitch: bad.mid: expected a whole MIDI file, found its end within 
+1 | eval --ref truth.f0 bad.Pitch | cannot read the pitch: bad.Pitch: expected a text file of Praat
+1 | eval --ref truth.f0 fall.PitchTier | fall.PitchTier: expected times that rise, in line 6
+1 | synth none.mid -o a.wav | cannot read the pitch: none.mid: expected a track, found No such file
 2 | bench --rate 0 | wrong usage: 
 1 | model inspect none.weights | bad model: none.weights: expected a layer weight file, found one that cannot be opened: No such file or directory
 1 | model hash none.weights | cannot read the file: none.weights: expected a readable file, found No such file

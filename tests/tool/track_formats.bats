@@ -192,6 +192,37 @@ print(*(m.tempo if m.type == "set_tempo" else m.velocity for m in mido.MidiFile(
   cmp note.f0.PitchTier track.PitchTier
 }
 
+@test "eval and synth read what track writes" {
+  katessel track melody.wav -o truth.f0
+  katessel track melody.wav -o track.csv
+  katessel synth track.csv -o csv.wav
+  for kind in csv tsv json jsonl npy Pitch PitchTier f0; do
+    katessel track melody.wav -o track.$kind --force
+    katessel eval --ref truth.f0 track.$kind --csv figures.csv > table.txt
+    awk -F, 'NR == 1 { for (i = 1; i <= NF; ++i) column[$i] = i }
+      END { exit !($column["f1"] == 1 && $column["overall_accuracy"] == 1) }' figures.csv
+    katessel synth track.$kind -o $kind.wav
+    case $kind in json | jsonl) cmp csv.wav $kind.wav ;; esac
+    # Those of many recordings, too.
+    mkdir corpus tracks
+    cp melody.wav truth.f0 corpus
+    mv corpus/truth.f0 corpus/melody.f0
+    cp track.$kind tracks/melody.f0.$kind
+    katessel eval --ref corpus --tracks tracks --csv more.csv > table.txt
+    cmp <(cut -d, -f 3- figures.csv) <(head -n 2 more.csv | cut -d, -f 3-)
+    rm -r corpus tracks
+  done
+  # Notes are in tune, and the bends within them lead back to the track.
+  katessel track melody.wav -o bent.mid --pitch-bend --tempo 97
+  katessel track melody.wav -o plain.mid
+  for case in "plain 0 0.5" "bent 0.99 1"; do
+    set -- $case
+    katessel eval --ref truth.f0 $1.mid --csv figures.csv > table.txt
+    awk -F, -v least=$2 -v most=$3 'NR == 1 { for (i = 1; i <= NF; ++i) column[$i] = i }
+      END { r = $column["raw_pitch_accuracy_10"]; exit !(r >= least && r <= most && $column["f1"] > 0.95) }' figures.csv
+  done
+}
+
 @test "nothing binary on a terminal" {
   run script -qec '"$KATESSEL_TOOL" track note.wav --format midi' /dev/null
   [ "$status" -eq 2 ]

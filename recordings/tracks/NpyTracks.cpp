@@ -1,0 +1,70 @@
+// Tracks from NumPy arrays.
+#include <algorithm>
+#include <bit>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <regex>
+
+#include "recordings/base/Errors.h"
+#include "recordings/tracks/TrackRows.h"
+
+namespace katessel {
+
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "the bytes of the file are taken as they are");
+
+constexpr std::size_t kPrefix = 8;  // magic text and version
+
+// The value at a place, which is a float's or a double's.
+double valueAt(const std::string& bytes, std::size_t place, std::size_t size) {
+    if (size == sizeof(double)) {
+        double value = 0.0;
+        std::memcpy(&value, bytes.data() + place, sizeof value);
+        return value;
+    }
+    float value = 0.0f;
+    std::memcpy(&value, bytes.data() + place, sizeof value);
+    return static_cast<double>(value);
+}
+
+std::size_t countOf(const std::string& digits) {
+    std::size_t count = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), count);
+    return count;
+}
+
+}  // namespace
+
+PitchTrack trackFromNpy(const std::string& bytes, const std::string& path) {
+    const char* const expected = "a NumPy array of float32 or float64, rows of time, frequency and perhaps confidence";
+    if (bytes.size() < kPrefix + 4 || !bytes.starts_with("\x93NUMPY")) fail(kCannotReadPitch, path, expected, "no array");
+    // Its length has two bytes in version 1, and four since.
+    const std::size_t lengthBytes = bytes[6] == 1 ? 2 : 4;
+    std::size_t begin = 0;
+    std::memcpy(&begin, bytes.data() + kPrefix, lengthBytes);
+    begin += kPrefix + lengthBytes;
+    const std::string header = bytes.substr(kPrefix + lengthBytes, std::min<std::size_t>(begin, 1024));
+    static const std::regex form(
+        R"(\{'descr': '<f([48])', 'fortran_order': False, 'shape': \((\d{1,15}), (\d{1,15})\), \})");
+    std::smatch found;
+    if (!std::regex_search(header, found, form)) fail(kCannotReadPitch, path, expected, header.substr(0, header.find('\n')));
+    const std::size_t size = found[1] == "8" ? 8 : 4, count = countOf(found[2]), columns = countOf(found[3]);
+    if (columns < 2) fail(kCannotReadPitch, path, expected, std::to_string(columns) + " columns");
+    if (bytes.size() < begin || count > bytes.size() || columns > bytes.size() || bytes.size() - begin != count * columns * size)
+        fail(kCannotReadPitch, path, "the bytes of " + std::to_string(count) + " rows", std::to_string(bytes.size()));
+    TrackRows rows(path);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t at = begin + i * columns * size;
+        const std::string place = "row " + std::to_string(i + 1);
+        const double time = valueAt(bytes, at, size), frequency = valueAt(bytes, at + size, size);
+        if (columns > 2)
+            rows.add(place, time, frequency, valueAt(bytes, at + 2 * size, size));
+        else
+            rows.add(place, time, frequency);
+    }
+    return rows.take();
+}
+
+}  // namespace katessel
