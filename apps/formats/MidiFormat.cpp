@@ -17,7 +17,7 @@ constexpr double kMinute = 60e6;  // [us]
 constexpr int kNoteOn = 0x90, kNoteOff = 0x80, kControl = 0xb0, kBend = 0xe0;
 constexpr int kUsualVelocity = 96;     // of notes whose loudness nobody measured
 constexpr double kHighVelocity = 112;  // of the loudest note
-constexpr double kBendRange = 2.0;     // [semitones] on either side, what instruments have unless they are told otherwise
+constexpr double kBendRange = 2.0;  // [semitones] on either side, what instruments have unless they are told otherwise
 constexpr int kBendCentre = 8192;
 
 // The lowest `size` bytes of `value`, the highest first.
@@ -76,7 +76,8 @@ double loudnessOf(std::span<const PitchRow> rows) {
 // For 12 dB less about half of it, as General MIDI has it.
 int velocityOf(double loudness, double loudest) {
     if (std::isnan(loudness)) return kUsualVelocity;
-    return static_cast<int>(std::clamp(std::round(kHighVelocity * std::pow(10.0, (loudness - loudest) / 40.0)), 1.0, 127.0));
+    return static_cast<int>(
+        std::clamp(std::round(kHighVelocity * std::pow(10.0, (loudness - loudest) / 40.0)), 1.0, 127.0));
 }
 
 int bendOf(float frequency, int note) {

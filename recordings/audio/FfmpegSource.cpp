@@ -16,16 +16,18 @@ namespace katessel {
 
 namespace {
 
-const std::set<std::string> kExtensions = {".3gp", ".aac", ".ac3", ".amr",  ".ape", ".avi", ".flv",  ".m4a", ".m4b", ".m4v", ".mka",
-                                           ".mkv", ".mov", ".mp4", ".mpeg", ".mpg", ".ogv", ".webm", ".wma", ".wmv", ".wv"};
+const std::set<std::string> kExtensions = {".3gp",  ".aac", ".ac3", ".amr",  ".ape", ".avi", ".flv",
+                                           ".m4a",  ".m4b", ".m4v", ".mka",  ".mkv", ".mov", ".mp4",
+                                           ".mpeg", ".mpg", ".ogv", ".webm", ".wma", ".wmv", ".wv"};
 
 constexpr char kExpected[] = "sound that ffmpeg decodes to its end";
 
 // As an AU file of 32-bit floats: the simplest header that says rate and channels, and no length that a pipe cannot know.
 // Of local files only, whatever a file names inside.
 std::vector<std::string> commandFor(const std::string& path) {
-    return {"ffmpeg", "-nostdin", "-v",  "error", "-xerror", "-threads",      "1",    "-protocol_whitelist", "file",
-            "-i",     "file:" + path, "-map", "0:a:0", "-map_metadata", "-1", "-c:a", "pcm_f32be", "-f", "au", "pipe:1"};
+    return {"ffmpeg",    "-nostdin", "-v",           "error", "-xerror", "-threads",      "1",  "-protocol_whitelist",
+            "file",      "-i",       "file:" + path, "-map",  "0:a:0",   "-map_metadata", "-1", "-c:a",
+            "pcm_f32be", "-f",       "au",           "pipe:1"};
 }
 
 // "[aac @ 0x55d0c8] channel element 0.0 is not allocated": without the part that changes from run to run.

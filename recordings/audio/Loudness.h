@@ -32,9 +32,9 @@ private:
         int count = 0;
     };
 
-    int m_rate;               // [Hz]
-    std::int64_t m_came = 0;  // samples
-    std::int64_t m_first = 0; // number of the first cell held
+    int m_rate;                // [Hz]
+    std::int64_t m_came = 0;   // samples
+    std::int64_t m_first = 0;  // number of the first cell held
     std::deque<Cell> m_cells;
 };
 

@@ -71,7 +71,8 @@ void readEvents(Bytes& bytes, std::size_t end, std::vector<Event>& events) {
             const int type = status == 0xff ? bytes.next() : -1;
             const std::uint32_t length = bytes.variable();
             const std::size_t after = bytes.at() + length;
-            if (type == 0x51 && length == 3) events.push_back({tick, EventKind::tempo, static_cast<int>(bytes.number(3))});
+            if (type == 0x51 && length == 3)
+                events.push_back({tick, EventKind::tempo, static_cast<int>(bytes.number(3))});
             if (type == 0x2f) events.push_back({tick, EventKind::end, 0});
             bytes.skipTo(after);
             continue;
@@ -88,13 +89,15 @@ void readEvents(Bytes& bytes, std::size_t end, std::vector<Event>& events) {
 // What sounds while events pass.
 class Player {
 public:
-    Player(double ticksPerBeat, std::string path) : m_ticksPerBeat(ticksPerBeat), m_path(path), m_rows(std::move(path)) {}
+    Player(double ticksPerBeat, std::string path)
+        : m_ticksPerBeat(ticksPerBeat), m_path(path), m_rows(std::move(path)) {}
 
     void play(const Event& event) {
         m_time += static_cast<double>(event.tick - m_tick) / m_ticksPerBeat * m_beat;
         m_tick = event.tick;
         if (m_time > kLongest)
-            fail(kCannotReadPitch, m_path, "times from 0 to " + shortNumber(kLongest) + " s", shortNumber(m_time) + " s");
+            fail(kCannotReadPitch, m_path, "times from 0 to " + shortNumber(kLongest) + " s",
+                 shortNumber(m_time) + " s");
         for (; static_cast<double>(m_frame) * kHopSeconds < m_time - kRounding; ++m_frame)
             m_rows.add("its notes", static_cast<double>(m_frame) * kHopSeconds, frequency());
         switch (event.kind) {
@@ -123,7 +126,7 @@ private:
     double m_time = 0.0;  // [s]
     std::uint64_t m_tick = 0;
     std::int64_t m_frame = 0;
-    int m_note = -1;  // -1: silence
+    int m_note = -1;                         // -1: silence
     double m_bend = 0.0, m_bendRange = 2.0;  // -1 to 1; [semitones]
 };
 
@@ -136,7 +139,8 @@ PitchTrack trackFromMidi(const std::string& bytes, const std::string& path) {
     const std::size_t header = file.number(4) + 8;
     file.number(4);  // format, number of tracks
     const std::uint32_t division = file.number(2);
-    if (division == 0 || division >= 0x8000) fail(kCannotReadPitch, path, "a MIDI file in beats", "one in frames of film");
+    if (division == 0 || division >= 0x8000)
+        fail(kCannotReadPitch, path, "a MIDI file in beats", "one in frames of film");
     std::vector<Event> events;
     for (file.skipTo(header); !file.isAtEnd();) {
         const bool isTrack = file.number(4) == 0x4d54726b;  // MTrk

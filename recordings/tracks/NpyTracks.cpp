@@ -39,7 +39,8 @@ std::size_t countOf(const std::string& digits) {
 
 PitchTrack trackFromNpy(const std::string& bytes, const std::string& path) {
     const char* const expected = "a NumPy array of float32 or float64, rows of time, frequency and perhaps confidence";
-    if (bytes.size() < kPrefix + 4 || !bytes.starts_with("\x93NUMPY")) fail(kCannotReadPitch, path, expected, "no array");
+    if (bytes.size() < kPrefix + 4 || !bytes.starts_with("\x93NUMPY"))
+        fail(kCannotReadPitch, path, expected, "no array");
     // Its length has two bytes in version 1, and four since.
     const std::size_t lengthBytes = bytes[6] == 1 ? 2 : 4;
     std::size_t begin = 0;
@@ -49,10 +50,12 @@ PitchTrack trackFromNpy(const std::string& bytes, const std::string& path) {
     static const std::regex form(
         R"(\{'descr': '<f([48])', 'fortran_order': False, 'shape': \((\d{1,15}), (\d{1,15})\), \})");
     std::smatch found;
-    if (!std::regex_search(header, found, form)) fail(kCannotReadPitch, path, expected, header.substr(0, header.find('\n')));
+    if (!std::regex_search(header, found, form))
+        fail(kCannotReadPitch, path, expected, header.substr(0, header.find('\n')));
     const std::size_t size = found[1] == "8" ? 8 : 4, count = countOf(found[2]), columns = countOf(found[3]);
     if (columns < 2) fail(kCannotReadPitch, path, expected, std::to_string(columns) + " columns");
-    if (bytes.size() < begin || count > bytes.size() || columns > bytes.size() || bytes.size() - begin != count * columns * size)
+    if (bytes.size() < begin || count > bytes.size() || columns > bytes.size() ||
+        bytes.size() - begin != count * columns * size)
         fail(kCannotReadPitch, path, "the bytes of " + std::to_string(count) + " rows", std::to_string(bytes.size()));
     TrackRows rows(path);
     for (std::size_t i = 0; i < count; ++i) {

@@ -83,7 +83,8 @@ PitchTrack trackFromPraat(const std::string& bytes, const std::string& path) {
     for (std::string line; std::getline(lines, line);) {
         ++number;
         const std::size_t sign = line.find('=');
-        if (sign != std::string::npos) reader.take(trimmed(line.substr(0, sign)), trimmed(line.substr(sign + 1)), number);
+        if (sign != std::string::npos)
+            reader.take(trimmed(line.substr(0, sign)), trimmed(line.substr(sign + 1)), number);
     }
     return reader.isPitch() ? reader.rows() : withSilence(reader.rows());
 }

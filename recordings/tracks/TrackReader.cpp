@@ -21,7 +21,7 @@ struct Kind {
     PitchTrack (*read)(const std::string& bytes, const std::string& path);
 };
 
-constexpr Kind kKinds[] = {{".json", &trackFromJson},    {".jsonl", &trackFromJsonLines}, {".npy", &trackFromNpy},
+constexpr Kind kKinds[] = {{".json", &trackFromJson},       {".jsonl", &trackFromJsonLines}, {".npy", &trackFromNpy},
                            {".pitchtier", &trackFromPraat}, {".pitch", &trackFromPraat},     {".mid", &trackFromMidi},
                            {".midi", &trackFromMidi}};
 
