@@ -5,6 +5,7 @@ import doctest
 import importlib.util
 import io
 import os
+import re
 import pickle
 import subprocess
 import sys
@@ -44,8 +45,10 @@ class Files(Folder):
             for ending in ("csv", "tsv", "mid", "TextGrid", "Pitch", "PitchTier", "lab", "f0", "npy"):
                 track.save(self.path("track." + ending))
                 with open(self.path("track." + ending), "rb") as file:
-                    wanted = run(TOOL, "track", SPEECH, "--format", ending.lower().replace("mid", "midi"), *arguments)
-                    self.assertEqual(file.read(), wanted.stdout, (ending, options))
+                    wanted = run(TOOL, "track", SPEECH, "--format", ending, *arguments)
+                    # A track without its sound knows no loudness: how fast the keys are struck is left out.
+                    same = lambda data: re.sub(rb"\x90(.)[\x01-\x7f]", rb"\x90\1\x60", data, flags=re.DOTALL) if ending == "mid" else data
+                    self.assertEqual(same(file.read()), same(wanted.stdout), (ending, options))
         self.assertEqual(track.to_csv(unit="midi", unvoiced="drop").encode(),
                          run(TOOL, "track", SPEECH, *arguments, "--unit", "midi", "--unvoiced", "drop").stdout)
         self.assertEqual(run(sys.executable, "-m", "katessel", SPEECH, *arguments).stdout, run(TOOL, "track", SPEECH, *arguments).stdout)
