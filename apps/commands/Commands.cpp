@@ -41,7 +41,8 @@ void addThresholdOption(CLI::App& command, std::optional<double>& threshold, con
 }
 
 void addModelOption(CLI::App& command, std::string& model) {
-    command.add_option("--model", model, "Weight file (default: the one for this mode that comes with the tool)");
+    command.add_option("--model", model, "Weight file (default: the one for this mode that comes with the tool)")
+        ->type_name("FILE");
 }
 
 void addModeOption(CLI::App& command, std::function<void(TrackMode)> chosen, const std::string& meaning) {

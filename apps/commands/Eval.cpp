@@ -112,19 +112,22 @@ void addEvalCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("eval", "Score tracks against known pitch");
     command->footer(kAboutEval);
     command->add_option("--ref", options.references, "A folder of recordings, or an .f0 file and a track")
+        ->type_name("FILE")
         ->required()
         ->expected(1, 2);
-    command->add_option(
-        "--tracks", options.tracks,
-        "With a folder: score the tracks under this one, FOLDER/CLIP.csv or CLIP.f0.csv for each recording, "
-        "instead of tracking");
+    command
+        ->add_option("--tracks", options.tracks,
+                     "With a folder: score the tracks under this one, CLIP.f0.csv (or .json, .npy, ..) or CLIP.csv for "
+                     "each recording, "
+                     "instead of tracking")
+        ->type_name("FILE");
     addModelOption(*command, options.model);
     addThresholdOption(*command, options.threshold);
     addModeOption(
         *command, [&options](TrackMode mode) { options.mode = mode; }, "As for track");
     addVoicingOption(*command, options.voicing);
-    command->add_option("--csv", options.csv, "Write the figures as CSV, too");
-    command->add_option("--json", options.json, "Write the figures as JSON, too");
+    command->add_option("--csv", options.csv, "Write the figures as CSV, too")->type_name("FILE");
+    command->add_option("--json", options.json, "Write the figures as JSON, too")->type_name("FILE");
     whenChosen(*command, [owned] { runEval(*owned); });
 }
 

@@ -150,7 +150,8 @@ void addLiveCommand(CLI::App& app) {
     command->footer(kAboutLive);
     command->add_option("--port", options.port, "Port to listen to (default: the first with sound from outside)");
     command->add_flag("--list", options.list, "Only name the ports that can be listened to");
-    command->add_option("--csv", options.csv, "Write the track to this file, \"-\": to standard output");
+    command->add_option("--csv", options.csv, "Write the track to this file, \"-\": to standard output")
+        ->type_name("FILE");
     command->add_option("--duration", options.duration, "End after this many seconds")
         ->check(numberBetween(0.001, kMostSeconds));
     addModelOption(*command, options.model);

@@ -170,13 +170,15 @@ void addPlotCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("plot", kPlotSummary);
     command->footer(kAboutPlot);
     command->add_option("FILE", options.recording, "Recording, as for track")->required();
-    command->add_option("-o,--output", options.output, "The picture: a name that ends with .png or .svg")->required();
+    command->add_option("-o,--output", options.output, "The picture: a name that ends with .png or .svg")
+        ->type_name("FILE")
+        ->required();
     command->add_option("--start", options.start, "First instant that is shown [s]")
         ->check(numberBetween(0.0, kMostSeconds))
         ->capture_default_str();
     command->add_option("--duration", options.duration, "Seconds that are shown (default: up to the end)")
         ->check(numberBetween(0.001, kMostSeconds));
-    command->add_option("--track", options.track, "Show this track or .f0 file instead of tracking");
+    command->add_option("--track", options.track, "Show this track or .f0 file instead of tracking")->type_name("FILE");
     command->add_option("--overlay", options.overlays, "NAME=FILE: show this track or .f0 file as well")
         ->allow_extra_args(false);
     addModelOption(*command, options.model);

@@ -159,8 +159,10 @@ void addSynthCommand(CLI::App& app) {
     CLI::App* command = app.add_subcommand("synth", "Make a pitch track audible");
     command->footer(kAboutSynth);
     command->add_option("FILE", options.input, "Track, .f0 file or recording")->required();
-    command->add_option("-o,--output", options.output, "Sound file: a name that ends with .wav or .flac")->required();
-    command->add_option("--mix", options.mix, "Let this recording be heard as well");
+    command->add_option("-o,--output", options.output, "Sound file: a name that ends with .wav or .flac")
+        ->type_name("FILE")
+        ->required();
+    command->add_option("--mix", options.mix, "Let this recording be heard as well")->type_name("FILE");
     command->add_flag("--stereo", options.stereo, "Recording on the left, tone on the right");
     const auto choose = [&options](const std::string& name) {
         options.waveform = name == "sine" ? Waveform::sine : Waveform::harmonics;

@@ -59,11 +59,14 @@ CLI::Validator formatName() {
 }
 
 void addInputOptions(CLI::App& command, TrackOptions& options) {
-    command.add_option("FILE", options.inputs.paths,
-                       "Recordings, in any format that libsndfile reads, or that ffmpeg does where it is installed, or folders of "
-                       "them; -: standard input");
-    command.add_option("--files-from", options.inputs.listFile,
-                       "Read more FILEs from this file, one a line; -: from standard input");
+    command.add_option(
+        "FILE", options.inputs.paths,
+        "Recordings, in any format that libsndfile reads, or that ffmpeg does where it is installed, or folders of "
+        "them; -: standard input");
+    command
+        .add_option("--files-from", options.inputs.listFile,
+                    "Read more FILEs from this file, one a line; -: from standard input")
+        ->type_name("FILE");
     command.add_flag("-r,--recursive", options.inputs.recursive,
                      "Look for recordings in folders and their sub-folders");
     command.add_option("--shard", options.shard, "K/N: only every N-th recording by name, starting with the K-th");
@@ -83,8 +86,10 @@ void addInputOptions(CLI::App& command, TrackOptions& options) {
 }
 
 void addOutputOptions(CLI::App& command, TrackOptions& options) {
-    command.add_option("-o,--output", options.output,
-                       "A file for the track of one recording, a folder for those of several");
+    command
+        .add_option("-o,--output", options.output,
+                    "A file for the track of one recording, a folder for those of several")
+        ->type_name("FILE");
     CLI::Option* skip = command.add_flag("--skip-existing", options.skipExisting,
                                          "Leave out what has a track already (an empty file is none)");
     command.add_flag("--force", options.force, "Replace tracks that are there already")->excludes(skip);
