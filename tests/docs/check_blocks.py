@@ -135,7 +135,7 @@ def check_options(page, text):
     code = re.findall(r"`([^`\n]+)`", text) + re.findall(r"^\$ (.*)$", text, re.M)
     for piece in code:
         for command in re.split(r"[|;#]|&&", piece):
-            if re.match(r"\s*(\$|array=|sbatch|ffmpeg|pkg-config|pip|cmake|sudo|find|gnuplot|apt-get)", command):
+            if re.match(r"\s*(\$|array=|sbatch|ffmpeg|pkg-config|pip|cmake|sudo|find|gnuplot|apt-get|crepe|aubio)", command):
                 continue
             for option in re.findall(r"(?<![\w-])--[a-z][\w-]*", command):
                 counts["options"] += 1
