@@ -76,7 +76,8 @@ PYBIND11_MODULE(core, module) {
     module.attr("LOWEST_RATE") = static_cast<int>(KaTessel::Tracker::kLowestRate);
     module.attr("HIGHEST_RATE") = static_cast<int>(KaTessel::Tracker::kHighestRate);
     module.attr("LARGEST_SAMPLE") = static_cast<float>(KaTessel::Tracker::kLargestSample);
-    module.def("default_model", &defaultModel, py::arg("mode") = "offline");
+    module.def("default_model", &defaultModel, py::arg("mode") = "offline",
+               "The weight file that is taken where none is named, for the mode \"offline\" or \"live\".");
     module.def("model_threshold", &KaTessel::modelThreshold, py::arg("model"));
     katessel::python::registerException<KaTessel::ModelError>(module, "ModelError");
     py::class_<Engine> engine(module, "Engine");

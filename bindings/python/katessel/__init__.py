@@ -1,5 +1,7 @@
 """KaTessel hears the pitch of a voice or an instrument, every 5 ms.
 
+What there is, in short:
+
     track = katessel.track("song.wav")          # a whole recording: time, frequency, confidence, voiced
     track = katessel.track(samples, 44100)      # the same from an array
     track.notes(), track.to_midi("song.mid"), track.to_pandas(), track.plot()

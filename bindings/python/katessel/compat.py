@@ -11,12 +11,12 @@ from .tracking import track
 def pyin(y: npt.ArrayLike, *, sr: float = 22050, fmin: Optional[float] = None, fmax: Optional[float] = None,
          hop_length: int = 512, fill_na: Optional[float] = np.nan,
          **options: Any) -> Tuple[npt.NDArray[np.float32], npt.NDArray[np.bool_], npt.NDArray[np.float32]]:
-    """Returns `f0, voiced_flag, voiced_prob`, where 1 + len(y) // hop_length frames are centred at multiples of hop_length.
+    """Returns `f0, voiced_flag, voiced_prob`, each of shape (1 + len(y) // hop_length,): frames centred at multiples of hop_length.
 
-    y            samples, (n,)
+    y            samples, (n,) or (n, channels), as for katessel.track
     sr           sample rate [Hz]
     hop_length   [samples]; each frame is the nearest of the rows, which come every 5 ms
-    fill_na      f0 of frames that are not voiced; None: the frequency that was found all the same
+    fill_na      f0 [Hz] of frames that are not voiced; None: the frequency that was found all the same
     fmin, fmax   [Hz] frames outside count as not voiced
     options      as for katessel.track
 

@@ -18,7 +18,9 @@ class Row(NamedTuple):
     frequency: float
     """[Hz]"""
     confidence: float
+    """0 to 1"""
     voiced: bool
+    """whether there is a pitch"""
 
 
 class Note(NamedTuple):
@@ -91,7 +93,7 @@ class Track(_Arrays):
             yield Row(float(time), float(frequency), float(confidence), bool(voiced))
 
     def notes(self) -> List[Note]:
-        """The notes that are held for 40 ms and more, as the MIDI files of the command-line tool have them."""
+        """The notes that are held for 40 ms and more, in their order, as the MIDI files of the command-line tool have them."""
         module = files()
         return [Note(start, end, midi, module.note_name(midi), module.note_frequency(midi))
                 for start, end, midi in module.find_notes(self._columns(), self.end)]
@@ -139,7 +141,7 @@ class Track(_Arrays):
     def plot(self, samples: Optional[npt.ArrayLike] = None, sr: Optional[float] = None) -> Any:
         """Draws the spectrogram with the pitch over it and the confidence below; needs matplotlib.
 
-        samples, sr   the sound; without it, the file that the track comes from is read, if there is one
+        samples, sr   the sound, (n,) or (n, channels), and its rate [Hz]; without it, the file that the track comes from is read, if there is one
         Returns the figure of matplotlib.
         """
         from .picture import plot
