@@ -1,5 +1,5 @@
 # What an installation holds: headers, libraries, package descriptions, the models, the tool. The components are the
-# packages of Packages.cmake.
+# packages of debian/control.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS KaTesselLib katessel_static EXPORT KaTesselTargets

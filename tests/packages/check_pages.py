@@ -1,4 +1,4 @@
-"""check_pages.py PACKAGES SOURCE: every command and option of the packaged tool stands in its manual page, and man likes all pages."""
+"""check_pages.py PACKAGES: every command and option of the packaged tool stands in its manual page, and man likes all pages."""
 import gzip
 import os
 import pathlib
@@ -7,7 +7,7 @@ import subprocess
 import sys
 import tempfile
 
-packages, source = map(pathlib.Path, sys.argv[1:])
+packages = pathlib.Path(sys.argv[1])
 bad = []
 
 

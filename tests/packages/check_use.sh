@@ -20,11 +20,11 @@ apt-get install --simulate -qq "$(readlink -f "$packages")"/*.deb | grep -c '^In
 dpkg-deb -I "$packages"/libkatessel1_*.deb triggers | grep -qx 'activate-noawait ldconfig' || failed "trigger"
 
 echo "-- nothing of the place where they were built"
-if grep -rlF "$source" "$root"; then failed "paths of the sources in these files"; fi
+if grep -rlF "$source/" "$root"; then failed "paths of the sources in these files"; fi
 
 echo "-- the tool, with the packaged model"
 export LD_LIBRARY_PATH=$libdir
-hash=$(sed -n 's/.*"sha256": "\(.*\)".*/\1/p' "$root/usr/share/katessel/default.json")
+hash=$(sed -n 's/.*"sha256": "\(.*\)".*/\1/p' "$root/usr/share/katessel/offline.json")
 [[ $("$root/usr/bin/katessel" --version) == *"$hash"* ]] || failed "--version"
 "$root/usr/bin/katessel" track --format json "$sound" -o "$scratch/track.json"
 grep -qF "\"sha256\":\"$(sha256sum <"$root/usr/share/katessel/offline.weights" | cut -d" " -f1)\"" "$scratch/track.json" ||

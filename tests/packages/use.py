@@ -9,7 +9,7 @@ import katessel
 
 track, root = sys.argv[1:]
 assert katessel.__file__.startswith(root), katessel.__file__
-assert katessel.default_model() == os.path.join(root, "usr/share/katessel/default.weights"), katessel.default_model()
+assert katessel.default_model() == os.path.join(root, "usr/share/katessel/offline.weights"), katessel.default_model()
 with open(track, encoding="ascii") as file:
     rows = list(csv.DictReader(file))
 assert len(rows) > 600 and sum(float(row["frequency"]) > 0 for row in rows) > 300
