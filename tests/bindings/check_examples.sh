@@ -62,6 +62,7 @@ if [ -d "$packages/katessel" ]; then
     expect 05_whole_recording "$python" "$source/examples/05_whole_recording.py"
     expect 05_whole_recording "$python" "$source/examples/05_whole_recording.py" "$scratch/melody.wav"
     expect 06_stream_blocks "$python" "$source/examples/06_stream_blocks.py"
+    MPLBACKEND=Agg "$python" "$source/tests/bindings/python/run_notebook.py" "$source/examples/07_first_look.ipynb" || status=1
 fi
 
 # The plug-in finds the model of its installation.
