@@ -22,7 +22,8 @@ constexpr char kAbout[] =
     "says what a command does and takes.\n"
     "\n"
     "The environment variable KATESSEL_ISA names the vector instructions to compute\n"
-    "with (scalar, sse2, avx2 or avx512); without it the best available are used.\n"
+    "with (scalar; on x86 sse2, avx2 or avx512; on ARM neon); without it the best\n"
+    "available are used.\n"
     "KATESSEL_MODEL names the weight file to use where no --model does.\n"
     "Exit status: 0 success, 1 failure, 2 wrong usage.";
 

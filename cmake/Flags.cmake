@@ -12,7 +12,7 @@ target_compile_options(katessel_warnings INTERFACE
 add_compile_options("$<$<NOT:$<CONFIG:Debug>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=>")
 
 # Overruns are noticed, addresses cannot be foreseen, and tables of addresses are read-only.
-if(KATESSEL_HARDENED)
+if(KATESSEL_HARDENED AND NOT MINGW)  # where it asks for one library more, and crashes the compiler
   set(CMAKE_POSITION_INDEPENDENT_CODE ON)
   add_compile_options(-fstack-protector-strong "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
   # Known for some processors only.
@@ -22,5 +22,11 @@ if(KATESSEL_HARDENED)
       add_compile_options(-${flag})
     endif()
   endforeach()
-  add_link_options(-Wl,-z,relro,-z,now)
+  if(NOT APPLE)
+    add_link_options(-Wl,-z,relro,-z,now)
+  endif()
+endif()
+if(MINGW)
+  # The system keeps the stack at 16 bytes only, and g++ takes no notice where vectors lie there.
+  add_compile_options(-Wa,-muse-unaligned-vector-move)
 endif()

@@ -13,7 +13,11 @@
 #ifndef KATESSEL_KTESSEL_H
 #define KATESSEL_KTESSEL_H
 
+#ifdef _WIN32
+#define KTESSEL_API
+#else
 #define KTESSEL_API __attribute__((visibility("default")))
+#endif
 
 #ifdef __cplusplus
 extern "C" {

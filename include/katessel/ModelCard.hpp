@@ -15,6 +15,7 @@
 #include <system_error>
 
 #include "katessel/ModelFile.hpp"
+#include "katessel/Paths.hpp"
 
 namespace KaTessel {
 inline namespace v1 {
@@ -27,9 +28,7 @@ public:
 };
 
 // Where the card of a model would lie.
-inline std::string modelCard(const std::string& model) {
-    return std::filesystem::path(model).replace_extension(".json").string();
-}
+inline std::string modelCard(const std::string& model) { return textOf(pathOf(model).replace_extension(".json")); }
 
 namespace detail {
 
@@ -133,8 +132,8 @@ private:
 inline std::optional<std::string> cardValue(const std::string& model, const std::string& key) {
     const std::string path = modelCard(model);
     std::error_code missing;
-    if (!std::filesystem::exists(path, missing)) return std::nullopt;
-    const std::ifstream in(path, std::ios::binary);
+    if (!std::filesystem::exists(pathOf(path), missing)) return std::nullopt;
+    const std::ifstream in(pathOf(path), std::ios::binary);
     std::ostringstream content;
     if (in) content << in.rdbuf();
     if (!in || content.bad()) throw ModelCardError(path, "a readable file", "one that cannot be read");

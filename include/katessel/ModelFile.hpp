@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "katessel/Paths.hpp"
+
 namespace KaTessel {
 inline namespace v1 {
 
@@ -30,7 +32,7 @@ protected:
 inline std::vector<char> readModelFile(const std::string& path) {
     constexpr std::size_t kLongest = 64'000'000, kPiece = 1 << 20;  // [bytes]
     const char* const expected = "a layer weight file";
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(pathOf(path), std::ios::binary);
     if (!in) throw ModelError(path, expected, std::string("one that cannot be opened: ").append(std::strerror(errno)));
     std::vector<char> bytes;
     for (std::size_t count = 0;;) {

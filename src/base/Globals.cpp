@@ -15,7 +15,11 @@ float condnet_dur_ = 0.0f;
 float wavenet2D_step_dur_ = 0.0f;
 float mol_act_step_dur_ = 0.0f;
 
+#ifdef _LIBCPP_VERSION
+std::random_device rd_;  // which knows no device of that name
+#else
 std::random_device rd_("default");
+#endif
 std::mt19937 gen_(rd_());
 std::default_random_engine generator_(1);
 

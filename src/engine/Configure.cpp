@@ -1,9 +1,8 @@
 // Preparing an engine for a rate, a block size and a model, and making it forget what it heard.
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <new>
 
+#include "base/Files.h"
 #include "base/NewFloats.h"
 #include "engine/Prepared.h"
 #include "katessel/CTessel.h"
@@ -58,8 +57,7 @@ void loadHead(LayerFile& file, const char* layer, float*& weights, float*& bias,
 }  // namespace
 
 int CTessel::configure(int newSampleRate, int /*reserved*/, int maxBlockSize, char const* newModelPath) {
-    struct stat status;
-    if (stat(newModelPath, &status) != 0) return -1;
+    if (!fileExists(newModelPath)) return -1;
     // Read once: a file that is replaced meanwhile gives all of its layers or none.
     LayerFile weights;
     weights.read(newModelPath);

@@ -6,6 +6,7 @@
 #include <math.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <vector>
 
 #include "base/FlushDenormals.h"
@@ -29,7 +30,7 @@ float offlinePitch(float octaves, int centsMode) {
 }
 
 // In float and double on purpose: for signals of hours the result is that of a length rounded to float.
-int wholeHops(long samples) {
+int wholeHops(std::int64_t samples) {
     return static_cast<int>(static_cast<double>(static_cast<float>(samples)) * facts::kFramesPerSecond / facts::kRate);
 }
 
@@ -90,7 +91,8 @@ int CTessel::doProcessOffline(float const* input, int numSamples, float* outF0, 
         features.resize(end - begin, numBands, network.padding());
         for (int f = known; f < end; f += atOnce) {
             // Frames are centred on sample f * kHop; what lies outside the signal reads as 0.
-            signal.read(static_cast<long>(f) * facts::kHop - half, static_cast<int>(samples.size()), samples.data());
+            signal.read(static_cast<std::int64_t>(f) * facts::kHop - half, static_cast<int>(samples.size()),
+                        samples.data());
             batch.process(samples.data(), facts::kHop, std::min(atOnce, end - f), features.frame(f - begin));
         }
         network.process(features, skip);

@@ -3,6 +3,11 @@
 
 #include "katessel/InstructionSet.h"
 
+#ifdef KATESSEL_NEON_OPTIONAL
+#include <asm/hwcap.h>
+#include <sys/auxv.h>
+#endif
+
 namespace KaTessel {
 namespace kernels {
 namespace {
@@ -12,11 +17,28 @@ struct Variant {
     bool (*runsHere)();
 };
 
-// Slowest first.
+#ifdef KATESSEL_NEON
+#ifdef KATESSEL_NEON_OPTIONAL
+bool hasNeon() {
+    constexpr unsigned long kNeeded = HWCAP_NEON | HWCAP_VFPv4;
+    return (getauxval(AT_HWCAP) & kNeeded) == kNeeded;
+}
+#else
+bool hasNeon() { return true; }  // part of every 64-bit ARM
+#endif
+#endif
+
+// Those that were built, slowest first.
 const Variant kVariants[] = {
     {&kScalar, [] { return true; }},
-#ifdef __x86_64__
-    {&kSse2, [] { return true; }},  // part of every x86-64
+#ifdef KATESSEL_SIMD128
+    {&kSimd128, [] { return true; }},  // a module with vectors does not load without them
+#endif
+#ifdef KATESSEL_NEON
+    {&kNeon, hasNeon},
+#endif
+#ifdef KATESSEL_SSE2
+    {&kSse2, [] { return __builtin_cpu_supports("sse2") != 0; }},
     {&kAvx2, [] { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"); }},
     {&kAvx512,
      [] {
@@ -27,7 +49,7 @@ const Variant kVariants[] = {
 };
 
 const Kernels& fastest() {
-#ifdef __x86_64__
+#ifdef KATESSEL_SSE2
     __builtin_cpu_init();
 #endif
     const Kernels* best = &kScalar;

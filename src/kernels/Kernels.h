@@ -13,7 +13,7 @@
 namespace KaTessel::kernels {
 
 struct Kernels {
-    const char* name;  // "scalar", "sse2", "avx2", "avx512"
+    const char* name;  // "scalar", "sse2", "avx2", "avx512", "neon", "simd128"
     int lanes;         // floats of a vector; signals that the lane kernels treat side by side: value i of signal s is
                        // at [i * lanes + s]
     int blockVectors;  // vectors of outputs in a block of packed weights
@@ -112,7 +112,7 @@ constexpr int kMaxTaps = 8;     // most taps of one rowProduct
 constexpr int kShortRow = 16;   // of shortDots
 constexpr int kFrameTaps = 41;  // of convolveFrame
 
-extern const Kernels kScalar, kSse2, kAvx2, kAvx512;
+extern const Kernels kScalar, kSse2, kAvx2, kAvx512, kNeon, kSimd128;
 
 // The variant in use, which any thread may replace at any time. Whoever lays out memory by `lanes` or
 // `blockVectors` keeps the

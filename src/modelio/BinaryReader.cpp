@@ -5,6 +5,9 @@
 #include <cstring>
 #include <utility>
 
+#include "base/Files.h"
+#include "base/LittleEndian.h"
+
 namespace KaTessel {
 namespace {
 
@@ -13,7 +16,7 @@ constexpr std::size_t kPiece = 1 << 16;            // [bytes]
 
 }  // namespace
 
-BinaryReader::BinaryReader(const std::string& path) : m_file(std::fopen(path.c_str(), "rb"), &std::fclose) {
+BinaryReader::BinaryReader(const std::string& path) : m_file(openFile(path.c_str(), "rb"), &std::fclose) {
     if (!m_file) {
         fail(std::string("cannot be opened: ") + std::strerror(errno));
         return;
@@ -68,6 +71,12 @@ bool BinaryReader::read(void* to, std::int64_t bytes, const std::string& what) {
     else if (std::fread(to, 1, count, m_file.get()) != count)
         return fail(std::ferror(m_file.get()) != 0 ? "cannot be read" : "ends within " + what);
     m_position += bytes;
+    return true;
+}
+
+bool BinaryReader::readWords(void* to, std::int64_t count, const std::string& what) {
+    if (!read(to, 4 * count, what)) return false;
+    turnLittleEndian(to, static_cast<std::size_t>(count));
     return true;
 }
 

@@ -36,7 +36,10 @@ public:
     // Reads `bytes` bytes that belong to `what`.
     bool read(void* to, std::int64_t bytes, const std::string& what);
 
-    bool readInt(std::int32_t& value, const std::string& what) { return read(&value, sizeof value, what); }
+    // Reads `count` values of four bytes each.
+    bool readWords(void* to, std::int64_t count, const std::string& what);
+
+    bool readInt(std::int32_t& value, const std::string& what) { return readWords(&value, 1, what); }
 
 private:
     void takeAll();

@@ -9,8 +9,12 @@
 #include <iterator>
 #include <memory>
 #include <system_error>
+#include <vector>
 
+#include "base/Files.h"
+#include "base/LittleEndian.h"
 #include "base/Messages.h"
+#include "katessel/Paths.hpp"
 
 namespace KaTessel {
 namespace {
@@ -26,18 +30,23 @@ public:
     explicit DumpFile(const std::string& path) : m_path(path), m_file(nullptr, &std::fclose) {
         // What goes wrong here shows when the file is opened.
         std::error_code ignored;
-        std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
-        m_file.reset(std::fopen(path.c_str(), "wb"));
+        std::filesystem::create_directories(pathOf(path).parent_path(), ignored);
+        m_file.reset(openFile(path.c_str(), "wb"));
         if (!m_file) m_error = errno;
         writeFloats(&kDumpPeriod, 1);
     }
 
     void writeInt(std::size_t count) {
-        const std::int32_t value = static_cast<std::int32_t>(count);
+        std::int32_t value = static_cast<std::int32_t>(count);
+        turnLittleEndian(&value, 1);
         write(&value, sizeof value);
     }
 
-    void writeFloats(const float* values, std::size_t n) { write(values, n * sizeof(float)); }
+    void writeFloats(const float* values, std::size_t n) {
+        std::vector<float> turned(values, values + n);
+        turnLittleEndian(turned.data(), n);
+        write(turned.data(), n * sizeof(float));
+    }
 
     // Only closing tells whether a full disk has swallowed the rest.
     void close() {
@@ -60,13 +69,16 @@ private:
 // A file or pipe of which only the counts must be there.
 class MatrixFile {
 public:
-    explicit MatrixFile(const std::string& path) : m_file(std::fopen(path.c_str(), "rb"), &std::fclose) {}
+    explicit MatrixFile(const std::string& path) : m_file(openFile(path.c_str(), "rb"), &std::fclose) {}
 
     bool isOpen() const { return m_file != nullptr; }
 
     template <typename Value>
     bool read(Value& value) {
-        return isOpen() && std::fread(&value, sizeof value, 1, m_file.get()) == 1;
+        static_assert(sizeof value == 4);
+        if (!isOpen() || std::fread(&value, sizeof value, 1, m_file.get()) != 1) return false;
+        turnLittleEndian(&value, 1);
+        return true;
     }
 
     // `count` rows of `length` values, neither of them negative. Deliberate: values that the file does not hold are 0,
@@ -79,6 +91,7 @@ public:
             const std::size_t present = std::fread(row.data(), sizeof(float), values, m_file.get());
             // The bytes of a value that is cut in two may be there already.
             std::fill(row.begin() + static_cast<std::ptrdiff_t>(present), row.end(), 0.0f);
+            turnLittleEndian(row.data(), present);
         }
         return rows;
     }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/Messages.h"
+#include "katessel/Paths.hpp"
 
 namespace KaTessel {
 namespace {
@@ -41,7 +42,7 @@ void addLine(const std::string& line, std::vector<TINISECTION>& sections) {
 }  // namespace
 
 bool loadIni(std::string path, std::vector<TINISECTION>& sections) {
-    std::ifstream in(path);
+    std::ifstream in(pathOf(path));
     std::vector<TINISECTION> read;
     for (std::string line; std::getline(in, line);) addLine(stripped(line), read);
     // A folder opens, but its first line fails.

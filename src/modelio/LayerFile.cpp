@@ -57,7 +57,7 @@ bool readTensor(BinaryReader& in, const std::string& which, T_FileTensor& tensor
     }
     tensor.values = new float[static_cast<std::size_t>(count)];
     tensor.count = static_cast<int>(count);
-    return in.read(tensor.values, count * static_cast<std::int64_t>(sizeof(float)), "the values of " + which);
+    return in.readWords(tensor.values, count, "the values of " + which);
 }
 
 bool readLayer(BinaryReader& in, int index, T_FileLayerWeights& layer) {
@@ -103,7 +103,7 @@ void LayerFile::Content::release() {
 bool LayerFile::Content::read(BinaryReader& in, std::string* why) {
     std::uint32_t count = 0;
     if (in.size() > kMostBytes) in.fail("holds more than 64 MB");
-    if (in.read(&count, sizeof count, "the layer count") && count > kMaxLayers)
+    if (in.readWords(&count, 1, "the layer count") && count > kMaxLayers)
         in.fail("claims " + std::to_string(count) + " layers, more than " + std::to_string(kMaxLayers), 0);
     for (std::uint32_t i = 0; i < count && in.good(); ++i) {
         layers.emplace_back();

@@ -1,22 +1,27 @@
 #include "katessel/Interpolator.h"
 
-#include <cstdlib>
+#include <new>
 
 #include "kernels/Kernels.h"
 
 namespace KaResample {
 
-Interpolator::~Interpolator() { std::free(table); }
+namespace {
+
+constexpr std::align_val_t kTableAlignment{16};
+
+}  // namespace
+
+Interpolator::~Interpolator() { operator delete[](table, kTableAlignment); }
 
 void Interpolator::setFIR(double const* c, int newTaps, int newPhases, bool polyphase, double gain) {
-    std::free(table);
+    operator delete[](table, kTableAlignment);
     table = nullptr;
     taps = newTaps;
     phases = newPhases;
     const std::size_t floats = static_cast<std::size_t>(phases + 1) * static_cast<std::size_t>(taps);
-    void* aligned = nullptr;
-    if (posix_memalign(&aligned, 16, floats * sizeof(float)) != 0) return;
-    table = static_cast<float*>(aligned);
+    table = static_cast<float*>(operator new[](floats * sizeof(float), kTableAlignment, std::nothrow));
+    if (table == nullptr) return;
     if (gain == 0.0) gain = phases;
     if (!polyphase) {
         for (int i = 0; i < phases * taps; ++i) table[i] = static_cast<float>(c[i] * gain);

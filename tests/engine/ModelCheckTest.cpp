@@ -175,8 +175,8 @@ TEST(PlainModelCard, GivesItsThresholdOrIsRefused) {
                 << error.what();
         }
     }
-    std::filesystem::remove(modelCard(model));
-    std::filesystem::create_directory(modelCard(model));
+    std::filesystem::remove(pathOf(modelCard(model)));
+    std::filesystem::create_directory(pathOf(modelCard(model)));
     EXPECT_THROW(modelThreshold(model), ModelError);
 }
 

@@ -120,7 +120,7 @@ TEST(WaveNet2Sequences, TheOfflineFormDumpsItsSteps) {
     const NetPointer net = build(NaiveWaveNet(shape.conf(), random, true), shape);
     const Frames in = randomFrames(random, 12, 5);
     const std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::current_path(folder.path());
+    std::filesystem::current_path(pathOf(folder.path()));
     Frames out;
     wavenet2_process_noncausal(in, nullptr, out, net.get(), false);
     EXPECT_FALSE(std::filesystem::exists("plot"));

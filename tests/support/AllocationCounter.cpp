@@ -10,9 +10,11 @@ extern "C" {
 void* __real_malloc(std::size_t n);
 void* __real_calloc(std::size_t count, std::size_t n);
 void* __real_realloc(void* p, std::size_t n);
+void __real_free(void* p);
+#ifndef _WIN32
 void* __real_aligned_alloc(std::size_t alignment, std::size_t n);
 int __real_posix_memalign(void** p, std::size_t alignment, std::size_t n);
-void __real_free(void* p);
+#endif
 }
 
 namespace {
@@ -31,14 +33,22 @@ void count(std::size_t bytes) {
 
 void* counted(std::size_t bytes, std::size_t alignment = alignof(std::max_align_t)) {
     count(bytes);
+#ifdef _WIN32
+    void* p = _aligned_malloc(bytes, alignment);
+#else
     void* p = __real_aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
+#endif
     if (p == nullptr) throw std::bad_alloc();
     return p;
 }
 
 void release(void* p) {
     if (p != nullptr) ++deleteCount;
+#ifdef _WIN32
+    _aligned_free(p);
+#else
     __real_free(p);
+#endif
 }
 
 }  // namespace
@@ -57,6 +67,11 @@ void* __wrap_realloc(void* p, std::size_t n) {
     count(n);
     return __real_realloc(p, n);
 }
+void __wrap_free(void* p) {
+    if (p != nullptr) ++freeCount;
+    __real_free(p);
+}
+#ifndef _WIN32
 void* __wrap_aligned_alloc(std::size_t alignment, std::size_t n) {
     count(n);
     return __real_aligned_alloc(alignment, n);
@@ -65,10 +80,7 @@ int __wrap_posix_memalign(void** p, std::size_t alignment, std::size_t n) {
     count(n);
     return __real_posix_memalign(p, alignment, n);
 }
-void __wrap_free(void* p) {
-    if (p != nullptr) ++freeCount;
-    __real_free(p);
-}
+#endif
 }
 
 void* operator new(std::size_t n) { return counted(n); }

@@ -12,10 +12,12 @@ namespace {
 using Make = void* (*)();
 using Release = void (*)(void*);
 
+#ifndef _WIN32
 void* aligned() {
     void* p = nullptr;
     return posix_memalign(&p, 64, 300) == 0 ? p : nullptr;
 }
+#endif
 
 TEST(PlainAllocationCounter, CountsEveryWayToAllocate) {
     const struct {
@@ -26,8 +28,10 @@ TEST(PlainAllocationCounter, CountsEveryWayToAllocate) {
         {[] { return std::malloc(300); }, std::free, 1, 1},
         {[] { return std::calloc(3, 100); }, std::free, 1, 1},
         {[] { return std::realloc(std::malloc(1), 300); }, std::free, 2, 2},
+#ifndef _WIN32
         {[] { return std::aligned_alloc(4, 300); }, std::free, 1, 1},
         {aligned, std::free, 1, 1},
+#endif
         {[] { return ::operator new(300); }, [](void* p) { ::operator delete(p); }, 1, 0},
     };
     for (const auto& row : rows) {

@@ -1,12 +1,16 @@
 // What the library prints on standard output, as a string.
 #pragma once
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
 
 namespace KaTessel::tests {
 
@@ -14,17 +18,15 @@ namespace KaTessel::tests {
 class CapturedStdout {
 public:
     CapturedStdout() {
-        char path[] = "/tmp/katessel-stdout-XXXXXX";
-        m_file = mkstemp(path);
-        if (m_file < 0) throw std::runtime_error("no temporary file for standard output");
-        unlink(path);
+        m_file = std::tmpfile();
+        if (m_file == nullptr) throw std::runtime_error("no temporary file for standard output");
         std::fflush(stdout);
-        m_original = dup(STDOUT_FILENO);
-        dup2(m_file, STDOUT_FILENO);
+        m_original = dup(1);
+        dup2(fileno(m_file), 1);
     }
     ~CapturedStdout() {
         restore();
-        close(m_file);
+        std::fclose(m_file);
     }
     CapturedStdout(const CapturedStdout&) = delete;
     CapturedStdout& operator=(const CapturedStdout&) = delete;
@@ -32,8 +34,10 @@ public:
     // Ends the capture and returns everything that was printed.
     std::string text() {
         restore();
-        std::string all(static_cast<std::size_t>(lseek(m_file, 0, SEEK_END)), '\0');
-        if (pread(m_file, all.data(), all.size(), 0) < 0) throw std::runtime_error("cannot read back standard output");
+        std::fseek(m_file, 0, SEEK_END);
+        std::string all(static_cast<std::size_t>(std::ftell(m_file)), '\0');
+        std::rewind(m_file);
+        all.resize(std::fread(all.data(), 1, all.size(), m_file));
         return all;
     }
 
@@ -41,16 +45,16 @@ private:
     void restore() {
         if (m_original < 0) return;
         std::fflush(stdout);
-        dup2(m_original, STDOUT_FILENO);
+        dup2(m_original, 1);
         close(m_original);
         m_original = -1;
     }
 
-    int m_file = -1;
+    std::FILE* m_file = nullptr;
     int m_original = -1;
 };
 
 // In a death test's child: sends standard output where the test framework looks, to standard error.
-inline void sendStdoutToStderr() { dup2(STDERR_FILENO, STDOUT_FILENO); }
+inline void sendStdoutToStderr() { dup2(2, 1); }
 
 }  // namespace KaTessel::tests

@@ -1,15 +1,14 @@
 // Arrays that notice who steps over their ends.
 #pragma once
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <new>
 #include <vector>
+
+#include "support/FencedPages.h"
 
 namespace KaTessel::tests {
 
@@ -61,28 +60,17 @@ private:
 // An input array that ends where readable memory ends: one read too many stops the program.
 class FencedInput {
 public:
-    explicit FencedInput(const std::vector<float>& values) {
-        const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        const std::size_t readable = (values.size() * sizeof(float) / page + 1) * page;
-        m_bytes = readable + page;
-        m_pages = mmap(nullptr, m_bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (m_pages == MAP_FAILED) throw std::bad_alloc();
-        char* fence = static_cast<char*>(m_pages) + readable;
-        mprotect(fence, page, PROT_NONE);
-        m_data = reinterpret_cast<float*>(fence) - values.size();
+    explicit FencedInput(const std::vector<float>& values) : m_pages(values.size() * sizeof(float)) {
+        m_data = reinterpret_cast<float*>(m_pages.fence()) - values.size();
         std::copy(values.begin(), values.end(), m_data);
     }
-    ~FencedInput() { munmap(m_pages, m_bytes); }
-    FencedInput(const FencedInput&) = delete;
-    FencedInput& operator=(const FencedInput&) = delete;
 
     float* data() { return m_data; }
     const float* data() const { return m_data; }
     float operator[](int i) const { return m_data[i]; }
 
 private:
-    void* m_pages = nullptr;
-    std::size_t m_bytes = 0;
+    FencedPages m_pages;
     float* m_data = nullptr;
 };
 

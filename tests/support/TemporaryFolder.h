@@ -2,22 +2,26 @@
 #pragma once
 
 #include <filesystem>
+#include <random>
 #include <stdexcept>
-#include <stdlib.h>
 #include <string>
+
+#include "katessel/Paths.hpp"
 
 namespace KaTessel::tests {
 
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "katessel-test-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder " + pattern);
-        m_path = pattern;
+        // A letter that some systems take for two.
+        const std::string name = "katessel-t\u00e9st-" + std::to_string(std::random_device{}());
+        m_path = textOf(std::filesystem::temp_directory_path() / pathOf(name));
+        if (!std::filesystem::create_directory(pathOf(m_path)))
+            throw std::runtime_error("no temporary folder " + m_path);
     }
     ~TemporaryFolder() {
         std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
+        std::filesystem::remove_all(pathOf(m_path), ignored);
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;

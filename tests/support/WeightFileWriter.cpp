@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "katessel/Paths.hpp"
+
 namespace KaTessel::tests {
 
 StoredTensor constantTensor(std::vector<int> dimensions, float value) {
@@ -74,7 +76,7 @@ std::string WeightFileWriter::bytes() const {
 void WeightFileWriter::save(const std::string& path) const { saveBytes(path, bytes()); }
 
 void saveBytes(const std::string& path, const std::string& bytes) {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    std::ofstream file(pathOf(path), std::ios::binary | std::ios::trunc);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     if (!file.flush()) throw std::runtime_error("cannot write " + path);
 }

@@ -1,0 +1,14 @@
+# Builds for another processor with Debian's cross compilers, and runs the tests under qemu-user. KATESSEL_MACHINE says which:
+# aarch64, s390x, ..
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KATESSEL_MACHINE)
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR ${KATESSEL_MACHINE})
+set(triplet ${KATESSEL_MACHINE}-linux-gnu)
+set(CMAKE_C_COMPILER ${triplet}-gcc)
+set(CMAKE_CXX_COMPILER ${triplet}-g++)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${KATESSEL_MACHINE};-L;/usr/${triplet})
+set(CMAKE_FIND_ROOT_PATH /usr/${triplet})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
