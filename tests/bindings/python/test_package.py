@@ -47,7 +47,7 @@ class Files(Folder):
                 with open(self.path("track." + ending), "rb") as file:
                     wanted = run(TOOL, "track", SPEECH, "--format", ending, *arguments)
                     # A track without its sound knows no loudness: how fast the keys are struck is left out.
-                    same = lambda data: re.sub(rb"\x90(.)[\x01-\x7f]", rb"\x90\1\x60", data, flags=re.DOTALL) if ending == "mid" else data
+                    same = lambda data: re.sub(rb"\x90(.)[\x01-\x7f]", b"\x90\\1\x60", data, flags=re.DOTALL) if ending == "mid" else data
                     self.assertEqual(same(file.read()), same(wanted.stdout), (ending, options))
         self.assertEqual(track.to_csv(unit="midi", unvoiced="drop").encode(),
                          run(TOOL, "track", SPEECH, *arguments, "--unit", "midi", "--unvoiced", "drop").stdout)
