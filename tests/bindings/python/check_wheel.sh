@@ -20,7 +20,8 @@ if [ -e "$unpacked/tests" ]; then echo "expected what is built from, found the t
 cmake -G Ninja -S "$unpacked" -B "$scratch/build" -DKATESSEL_PYTHON="$python" \
     -DKATESSEL_BUILD_{TOOL,TESTS,BENCHMARKS,VAMP}=OFF >"$scratch/log" 2>&1 || { cat "$scratch/log"; exit 1; }
 grep -q 'Python package: built' "$scratch/log" || { cat "$scratch/log"; exit 1; }
-ninja -C "$scratch/build" -t targets all | grep -q '^katessel_python_files:'
+ninja -C "$scratch/build" -t targets all >"$scratch/targets"
+grep -q '^katessel_python_files:' "$scratch/targets"
 
 KATESSEL_BUILD_FOLDER=$build "$python" -m pip wheel --quiet --no-build-isolation --no-deps --no-index -w "$scratch/wheels" "$unpacked"
 wheel=$(echo "$scratch"/wheels/katessel-*-linux_x86_64.whl)
