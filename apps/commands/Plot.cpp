@@ -32,7 +32,7 @@ constexpr char kAboutPlot[] =
     "Draws a recording's spectrogram with the pitch over it and the confidence below.\n"
     "Levels are in dB, 0 dB being a sine of amplitude 1. The dashed line is the\n"
     "threshold of the voicing. Where many rows fall into a column of pixels, it has a\n"
-    "line at their middle and a band without their highest and lowest tenths.";
+    "line at their middle and a band in which half of them lie.";
 
 struct PlotOptions {
     std::string recording;

@@ -28,7 +28,7 @@ std::vector<ColumnSpan> columnSpans(const PitchTrack& track, const std::function
     for (std::size_t c = 0; c < values.size(); ++c) {
         if (values[c].empty()) continue;
         const double time = start + (static_cast<double>(c) + 0.5) / columns * duration;
-        spans.push_back({time, quantile(values[c], 0.1), quantile(values[c], 0.5), quantile(values[c], 0.9)});
+        spans.push_back({time, quantile(values[c], 0.25), quantile(values[c], 0.5), quantile(values[c], 0.75)});
     }
     return spans;
 }

@@ -10,9 +10,8 @@ namespace katessel {
 
 // The rows of one column.
 struct ColumnSpan {
-    double time = 0.0;  // [s] its middle
-    double low = 0.0, middle = 0.0,
-           high = 0.0;  // the lowest tenth of their values ends here, half of them, nine tenths
+    double time = 0.0;                           // [s] its middle
+    double low = 0.0, middle = 0.0, high = 0.0;  // a quarter of their values, half and three quarters lie below
 };
 
 // From `start` [s] on, `duration` long, in so many columns; those without a value are left out. `valueOf` gives NaN for a row

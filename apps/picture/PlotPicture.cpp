@@ -141,7 +141,7 @@ private:
     int columns() const { return static_cast<int>(m_spectrum.width); }
     bool hasManyRows() const { return m_content.duration / kHopSeconds > kManyRows * columns(); }
 
-    // What lies between the tenths as a band, and the middle to be a line.
+    // The middle half as a band, and the middle to be a line.
     PitchTrack drawBand(const PitchTrack& track, const std::function<double(const PitchRow&)>& valueOf,
                         const Colour& colour, const std::function<double(double)>& yOfValue) {
         PitchTrack middle;
