@@ -69,7 +69,15 @@ public:
           m_model(std::move(liveModel)),
           m_offlineModel(std::move(offlineModel)),
           m_converter(rate),
-          m_engine(makeEngine(m_model)) {
+          m_open(&openEngine),
+          m_engine(m_open(m_model)) {
+        lead();
+    }
+
+    // The same with one model for both forms that is in memory, the content of a weight file; not used any more once this
+    // returns. model() is empty.
+    Tracker(int rate, const void* weights, std::size_t bytes)
+        : m_rate(checkedRate(rate)), m_converter(rate), m_engine(makeEngine("in memory", weights, bytes)) {
         lead();
     }
 
@@ -131,7 +139,7 @@ public:
     // std::length_error for more than 24 hours.
     PitchTrack analyse(const float* samples, std::size_t count) {
         checkSamples(samples, count);
-        if (m_offlineModel != m_model && !m_offlineEngine) m_offlineEngine = makeEngine(m_offlineModel);
+        if (m_offlineModel != m_model && !m_offlineEngine) m_offlineEngine = m_open(m_offlineModel);
         void* const engine = m_offlineEngine ? m_offlineEngine.get() : m_engine.get();
         const std::int64_t rows = rowsOf(static_cast<std::int64_t>(count));
         const std::vector<float> sound = betweenSilence(samples, count, rows);
@@ -181,17 +189,21 @@ private:
     static constexpr int kAhead = kWindow - 1 - facts::kLiveInstant;  // [samples at 24 kHz] that an instant waits for
     static constexpr int kMarginFrames = kLeadFrames;  // silence around a recording, as far as network and window reach
 
-    static Engine makeEngine(const std::string& model) {
-        Engine engine(KTessel_Create());
+    static Engine openEngine(const std::string& model) {
         const std::vector<char> weights = readModelFile(model);
-        switch (KTesselExt_ConfigureFromMemory(facts::kRate, kHop, weights.data(), weights.size(), engine.get())) {
+        return makeEngine(model, weights.data(), weights.size());
+    }
+
+    static Engine makeEngine(const std::string& name, const void* weights, std::size_t bytes) {
+        Engine engine(KTessel_Create());
+        switch (KTesselExt_ConfigureFromMemory(facts::kRate, kHop, weights, bytes, engine.get())) {
             case KTESSELEXT_OK: return engine;
             case KTESSELEXT_NO_MEMORY: throw std::bad_alloc();
             default: break;
         }
         char fault[512] = "expected an engine, found that it cannot be configured";
-        KTesselExt_CheckWeights(weights.data(), weights.size(), fault, sizeof fault);
-        throw ModelError(model, fault);
+        KTesselExt_CheckWeights(weights, bytes, fault, sizeof fault);
+        throw ModelError(name, fault);
     }
 
     static int checkedRate(int rate) {
@@ -276,6 +288,8 @@ private:
     int m_rate;
     std::string m_model, m_offlineModel;
     EngineRate m_converter;
+    // Null with a model from memory: a program that opens no files need not hold what opens them.
+    Engine (*m_open)(const std::string& model) = nullptr;
     Engine m_engine;
     Engine m_offlineEngine;  // none while recordings are heard by m_engine
     Pitch m_newest;

@@ -1,7 +1,6 @@
 // What the forms of the WaveNet-2 network have in common.
 #pragma once
 
-#include <atomic>
 #include <chrono>
 
 #include "katessel/Globals.h"
@@ -21,7 +20,12 @@ public:
     ~StepTimer() {
         if (!m_measures) return;
         const float seconds = std::chrono::duration<float>(Clock::now() - m_start).count();
-        std::atomic_ref(wavenet2_step_dur_).fetch_add(seconds, std::memory_order_relaxed);
+        // libc++ has no std::atomic_ref.
+        constexpr int kOrder = __ATOMIC_RELAXED;
+        float before, after;
+        __atomic_load(&wavenet2_step_dur_, &before, kOrder);
+        do after = before + seconds;
+        while (!__atomic_compare_exchange(&wavenet2_step_dur_, &before, &after, true, kOrder, kOrder));
     }
     StepTimer(const StepTimer&) = delete;
     StepTimer& operator=(const StepTimer&) = delete;

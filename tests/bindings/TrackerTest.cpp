@@ -298,6 +298,12 @@ TEST(Tracker, AModelPerForm) {
     Tracker without(24000, kModel, "none.weights");
     EXPECT_NE(refusal([&] { without.analyse(sound); }).find("none.weights"), std::string::npos);
     for (const float confidence : expected.confidences) EXPECT_LE(confidence, 1.0f);
+    // One from memory is for both.
+    Tracker memory(24000, weights.data(), weights.size());
+    weights[bias + 3] = 0;  // not read any more
+    EXPECT_EQ(memory.analyse(sound).frequencies, expected.frequencies);
+    EXPECT_FALSE(same(live(memory, sound, [] { return 480; }), live(24000, sound)));
+    EXPECT_NE(refusal([&] { Tracker(24000, weights.data(), 1000); }).find("bad model: in memory: "), std::string::npos);
 }
 
 TEST(Tracker, TakesWhateverHoldsFloats) {
