@@ -26,7 +26,7 @@ function once(key, make) {
     return kept.get(key);
 }
 
-export const hasVectors = () => WebAssembly.validate(VECTORS);
+const hasVectors = () => WebAssembly.validate(VECTORS);
 
 export function moduleBytes(simd = hasVectors()) {
     const url = simd

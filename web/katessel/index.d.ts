@@ -112,5 +112,5 @@ export function spectrogram(
     options: SpectrogramOptions,
 ): Promise<Uint8ClampedArray>;
 
-/** What this machine computes with. */
-export function instructions(): 'simd128' | 'scalar';
+/** What this machine computes with, or a module. */
+export function instructions(simd?: boolean): Promise<'simd128' | 'scalar'>;

@@ -5,7 +5,7 @@
 //     const tracker = await Tracker.open(48000);
 //     for (const block of blocks) show(tracker.process(block));
 import { Engine } from './engine.js';
-import { compiledModule, defaultModel, hasVectors } from './files.js';
+import { compiledModule, defaultModel } from './files.js';
 
 export { pitchNode } from './microphone.js';
 
@@ -112,5 +112,5 @@ export function noteOf(frequency) {
     return { number, name, cents: 100 * (exact - number) };
 }
 
-// Which module this machine takes: 'simd128' or 'scalar'.
-export const instructions = () => (hasVectors() ? 'simd128' : 'scalar');
+// What it computes with here: 'simd128' or 'scalar'.
+export const instructions = async (simd) => (await start(simd)).instructions;

@@ -65,12 +65,9 @@ export class Page {
         return this.#send(method, params, this.session);
     }
 
-    async evaluate(expression) {
-        const { result, exceptionDetails } = await this.send('Runtime.evaluate', {
-            expression,
-            awaitPromise: true,
-            returnByValue: true,
-        });
+    async evaluate(expression, session = this.session) {
+        const all = { expression, awaitPromise: true, returnByValue: true };
+        const { result, exceptionDetails } = await this.#send('Runtime.evaluate', all, session);
         if (exceptionDetails) throw new Error(exceptionDetails.exception?.description ?? exceptionDetails.text);
         return result.value;
     }
