@@ -105,7 +105,7 @@ test('a file: track, notes, files, keyboard, sound', { timeout: 120000 }, async 
         }
         return { pitch: pitch / width, dark: dark / width / height, light: light / width / height };
     })()`);
-    assert.ok(colours.pitch > 1 && colours.dark > 0.05 && colours.light > 0.005, JSON.stringify(colours));
+    assert.ok(colours.pitch > 0.5 && colours.dark > 0.05 && colours.light > 0.005, JSON.stringify(colours));
 
     // The picture of docs/web.md.
     await page.send('Emulation.setDeviceMetricsOverride', { width: 1000, height: 820, deviceScaleFactor: 1, mobile: false });
