@@ -1,8 +1,8 @@
 // How fast the engine is here, in Node and in headless Chromium: node web/speed.js SITE. The best of many short turns, which
 // tells what it costs even where other programs are busy.
-import { spawn } from 'node:child_process';
 import path from 'node:path';
 import { Page } from './tests/chromium.js';
+import { serve } from './tests/server.js';
 
 // Runs in either; knows nothing but its argument. Times are in ms.
 async function measure({ track, Tracker }) {
@@ -50,11 +50,9 @@ function print(where, results) {
 const site = path.resolve(process.argv[2]);
 print(`Node ${process.versions.node}`, await measure(await import(path.join(site, 'katessel/index.js'))));
 
-const options = ['-u', '-m', 'http.server', '0', '--bind', '127.0.0.1', '--directory', site];
-const server = spawn('python3', options, { stdio: ['ignore', 'pipe', 'ignore'] });
-const line = await new Promise((resolve) => server.stdout.once('data', (bytes) => resolve(String(bytes))));
-const page = await Page.open(`http://127.0.0.1:${line.match(/port (\d+)/)[1]}/`);
+const { origin, stop } = await serve(site);
+const page = await Page.open(`${origin}/`);
 const version = (await page.evaluate('navigator.userAgent')).match(/Chrome\/(\d+)/)[1];
 print(`Chromium ${version}`, await page.evaluate(`import('./katessel/index.js').then(${measure})`));
 await page.close();
-server.kill();
+stop();

@@ -1,24 +1,21 @@
 // The page in a browser, as a person uses it: with a file, by keyboard, on a telephone, with the microphone.
 import assert from 'node:assert/strict';
-import { spawn } from 'node:child_process';
 import { existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import path from 'node:path';
 import { after, before, test } from 'node:test';
 import { Page } from './chromium.js';
 import { cents, columns, fileOf, names, notesOn, site, toolTrack, writeWav } from './recordings.js';
+import { serve } from './server.js';
 
-let server, origin, folder;
+let origin, stop, folder;
 
 before(async () => {
     folder = mkdtempSync(path.join(tmpdir(), 'katessel-page-'));
-    const options = ['-u', '-m', 'http.server', '0', '--bind', '127.0.0.1', '--directory', site];
-    server = spawn(process.env.PYTHON, options, { stdio: ['ignore', 'pipe', 'ignore'] });
-    const line = await new Promise((resolve) => server.stdout.once('data', (bytes) => resolve(String(bytes))));
-    origin = `http://127.0.0.1:${line.match(/port (\d+)/)[1]}`;
+    ({ origin, stop } = await serve(site));
 });
 after(() => {
-    server.kill();
+    stop();
     rmSync(folder, { recursive: true, force: true });
 });
 
