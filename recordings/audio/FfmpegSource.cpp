@@ -16,9 +16,9 @@ namespace katessel {
 
 namespace {
 
-const std::set<std::string> kExtensions = {".3gp",  ".aac", ".ac3", ".amr",  ".ape", ".avi", ".flv",
-                                           ".m4a",  ".m4b", ".m4v", ".mka",  ".mkv", ".mov", ".mp4",
-                                           ".mpeg", ".mpg", ".ogv", ".webm", ".wma", ".wmv", ".wv"};
+const std::set<std::string> kFfmpegExtensions = {".3gp",  ".aac", ".ac3", ".amr",  ".ape", ".avi", ".flv",
+                                                 ".m4a",  ".m4b", ".m4v", ".mka",  ".mkv", ".mov", ".mp4",
+                                                 ".mpeg", ".mpg", ".ogv", ".webm", ".wma", ".wmv", ".wv"};
 
 constexpr char kExpected[] = "sound that ffmpeg decodes to its end";
 
@@ -39,7 +39,7 @@ std::string withoutAddress(const std::string& message) {
 }  // namespace
 
 bool isForFfmpeg(const std::string& path) {
-    return kExtensions.count(lowerCase(std::filesystem::path(path).extension().string())) != 0;
+    return kFfmpegExtensions.count(lowerCase(std::filesystem::path(path).extension().string())) != 0;
 }
 
 FfmpegSource::FfmpegSource(const std::string& path) : m_path(path), m_decoder(commandFor(path)) {

@@ -1,10 +1,9 @@
 // Tracks from NumPy arrays.
 #include <algorithm>
 #include <bit>
-#include <charconv>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
-#include <regex>
 
 #include "recordings/base/Errors.h"
 #include "recordings/tracks/TrackRows.h"
@@ -29,12 +28,6 @@ double valueAt(const std::string& bytes, std::size_t place, std::size_t size) {
     return static_cast<double>(value);
 }
 
-std::size_t countOf(const std::string& digits) {
-    std::size_t count = 0;
-    std::from_chars(digits.data(), digits.data() + digits.size(), count);
-    return count;
-}
-
 }  // namespace
 
 PitchTrack trackFromNpy(const std::string& bytes, const std::string& path) {
@@ -47,12 +40,13 @@ PitchTrack trackFromNpy(const std::string& bytes, const std::string& path) {
     std::memcpy(&begin, bytes.data() + kPrefix, lengthBytes);
     begin += kPrefix + lengthBytes;
     const std::string header = bytes.substr(kPrefix + lengthBytes, std::min<std::size_t>(begin, 1024));
-    static const std::regex form(
-        R"(\{'descr': '<f([48])', 'fortran_order': False, 'shape': \((\d{1,15}), (\d{1,15})\), \})");
-    std::smatch found;
-    if (!std::regex_search(header, found, form))
+    unsigned size = 0;
+    int end = 0;
+    std::size_t count = 0, columns = 0;
+    std::sscanf(header.c_str(), "{'descr': '<f%1u', 'fortran_order': False, 'shape': (%15zu, %15zu), }%n", &size,
+                &count, &columns, &end);
+    if (end == 0 || (size != sizeof(float) && size != sizeof(double)))
         fail(kCannotReadPitch, path, expected, header.substr(0, header.find('\n')));
-    const std::size_t size = found[1] == "8" ? 8 : 4, count = countOf(found[2]), columns = countOf(found[3]);
     if (columns < 2) fail(kCannotReadPitch, path, expected, std::to_string(columns) + " columns");
     if (bytes.size() < begin || count > bytes.size() || columns > bytes.size() ||
         bytes.size() - begin != count * columns * size)
