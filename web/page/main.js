@@ -174,7 +174,8 @@ function save(content, extension) {
 }
 
 function fail(error) {
-    say(error.name === 'NotAllowedError' ? 'The microphone is not allowed: this page may ask for it again.' : error.message);
+    const refused = error.name === 'NotAllowedError';
+    say(refused ? 'The microphone is not allowed: the browser asks no more until its settings change.' : error.message);
     document.body.dataset.state = 'failed';
 }
 

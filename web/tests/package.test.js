@@ -35,7 +35,8 @@ test('its version is the library’s, and a first visit loads no more than 630 k
     const { version, exports } = JSON.parse(of('package.json'));
     assert.match(readFileSync(path.join(source, 'CMakeLists.txt'), 'utf8'), new RegExp(`KaTessel VERSION ${version} `));
     for (const file of Object.values(exports['.'])) assert.ok(existsSync(path.join(folder, file)), file);
-    const loaded = ['index.js', 'engine.js', 'files.js', 'microphone.js', 'katessel-simd128.wasm', 'live.weights', 'live.json'];
+    const scripts = ['index.js', 'engine.js', 'files.js', 'microphone.js', 'worklet.js'];
+    const loaded = [...scripts, 'katessel-simd128.wasm', 'live.weights', 'live.json'];
     const bytes = loaded.reduce((sum, name) => sum + gzipSync(of(name), { level: 9 }).length, 0);
     assert.ok(bytes < 630000, `${bytes} bytes`);
     assert.ok(statSync(path.join(folder, 'offline.weights')).size > 500000);

@@ -22,6 +22,8 @@ after(() => {
 const state = (name) => `document.body.dataset.state === '${name}'`;
 const click = (page, id) => page.evaluate(`document.getElementById('${id}').click()`);
 const textOf = (page, id) => page.evaluate(`document.getElementById('${id}').textContent`);
+const resize = (page, width, height, deviceScaleFactor, mobile) =>
+    page.send('Emulation.setDeviceMetricsOverride', { width, height, deviceScaleFactor, mobile });
 
 async function download(page, id, name) {
     await click(page, id);
@@ -43,17 +45,18 @@ function assertQuiet(page) {
 }
 
 // The browser brings the file to another rate first, so that a row may differ, but few.
-function assertLike(found, expected) {
-    assert.ok(Math.abs(found.time.length - expected.time.length) <= 1);
-    const count = Math.min(found.time.length, expected.time.length);
+function assertLike(page, tool) {
+    assert.ok(Math.abs(page.time.length - tool.time.length) <= 1);
+    const count = Math.min(page.time.length, tool.time.length);
     let voiced = 0, otherVoicing = 0, otherPitch = 0;
     for (let i = 0; i < count; ++i) {
-        const both = found.frequency[i] > 0 && expected.frequency[i] > 0;
-        voiced += expected.frequency[i] > 0;
-        otherVoicing += found.frequency[i] > 0 !== expected.frequency[i] > 0;
-        otherPitch += both && cents(found.frequency[i], expected.frequency[i]) > 5;
+        const both = page.frequency[i] > 0 && tool.frequency[i] > 0;
+        voiced += tool.frequency[i] > 0;
+        otherVoicing += page.frequency[i] > 0 !== tool.frequency[i] > 0;
+        otherPitch += both && cents(page.frequency[i], tool.frequency[i]) > 5;
     }
-    assert.ok(otherVoicing <= 0.01 * count && otherPitch <= 0.01 * voiced, `${otherVoicing} of ${count}, ${otherPitch} of ${voiced}`);
+    const found = `${otherVoicing} of ${count}, ${otherPitch} of ${voiced}`;
+    assert.ok(otherVoicing <= 0.01 * count && otherPitch <= 0.01 * voiced, found);
 }
 
 test('a file: track, notes, files, keyboard, sound', { timeout: 120000 }, async (t) => {
@@ -64,7 +67,8 @@ test('a file: track, notes, files, keyboard, sound', { timeout: 120000 }, async 
     await page.chooseFile('#file', fileOf(name));
     await page.until(state('ready'));
 
-    assertLike(columns(String(await download(page, 'csv', `${name}.csv`))), columns(String(toolTrack(name, 'csv', 'offline'))));
+    const tool = columns(String(toolTrack(name, 'csv', 'offline')));
+    assertLike(columns(String(await download(page, 'csv', `${name}.csv`))), tool);
     const melody = notesOn(toolTrack(name, 'midi', 'offline'));
     assert.ok(melody.length > 3);
     assert.deepEqual(notesOn(await download(page, 'midi', `${name}.mid`)), melody);
@@ -83,8 +87,7 @@ test('a file: track, notes, files, keyboard, sound', { timeout: 120000 }, async 
     await page.press(' ', ' ');
     await page.until(`document.getElementById('player').paused`);
     const row = Math.round((await cursor()) / 0.005);
-    const { frequency } = columns(String(toolTrack(name, 'csv', 'offline')));
-    assert.equal((await textOf(page, 'note')) !== '–', frequency[row] > 0);
+    assert.equal((await textOf(page, 'note')) !== '–', tool.frequency[row] > 0);
     await page.press('End');
     assert.ok((await cursor()) > 6);
 
@@ -105,14 +108,14 @@ test('a file: track, notes, files, keyboard, sound', { timeout: 120000 }, async 
     assert.ok(colours.pitch > 0.5 && colours.dark > 0.05 && colours.light > 0.005, JSON.stringify(colours));
 
     // The picture of docs/web.md.
-    await page.send('Emulation.setDeviceMetricsOverride', { width: 1000, height: 820, deviceScaleFactor: 1, mobile: false });
+    await resize(page, 1000, 820, 1, false);
     await page.press('Home');
     for (let i = 0; i < 9; ++i) await page.press('ArrowRight');
     await new Promise((resolve) => setTimeout(resolve, 500));
     const { data } = await page.send('Page.captureScreenshot', { format: 'jpeg', quality: 55 });
     writeFileSync(path.join(site, '..', 'page.jpg'), Buffer.from(data, 'base64'));
 
-    await page.send('Emulation.setDeviceMetricsOverride', { width: 360, height: 740, deviceScaleFactor: 2, mobile: true });
+    await resize(page, 360, 740, 2, true);
     await page.until(`innerWidth === 360 && document.documentElement.scrollWidth <= 360`);
     const small = `[...document.querySelectorAll('button')].filter((b) => b.getBoundingClientRect().height < 44).length`;
     assert.equal(await page.evaluate(small), 0);

@@ -29,7 +29,8 @@ export const toolTrack = (name, format, mode) =>
     run(KATESSEL_TOOL, 'track', '--mode', mode, '--format', format, fileOf(name));
 
 // The numbers of the notes in a MIDI file, all of which have one velocity.
-export const notesOn = (bytes) => Array.from(bytes.toString('latin1').matchAll(/\x90([\0-\x7f])\x60/g), ([, note]) => note.charCodeAt(0));
+export const notesOn = (bytes) =>
+    Array.from(bytes.toString('latin1').matchAll(/\x90([\0-\x7f])\x60/g), ([, note]) => note.charCodeAt(0));
 
 export const tone = (rate, seconds, hertz) =>
     Float32Array.from({ length: rate * seconds }, (_, i) => {
