@@ -47,11 +47,11 @@ std::vector<uint32_t> image;  // made by the last call of `spectrogram`
 std::string bytes;            // said or written by the last call
 
 // JavaScript reads and writes them as they lie in memory.
-static_assert(sizeof(PitchRow) == 16 && offsetof(PitchRow, frequency) == 8 && offsetof(PitchRow, confidence) == 12);
+static_assert(sizeof(PitchRow) == 24 && offsetof(PitchRow, frequency) == 8 && offsetof(PitchRow, confidence) == 12);
 static_assert(sizeof(Note) == 24 && offsetof(Note, end) == 8 && offsetof(Note, number) == 16);
 
 void decide(const Pitch& pitch, bool voiced) {
-    rows.push_back({pitch.time, voiced ? pitch.frequency : 0.0f, pitch.confidence});
+    rows.push_back({.time = pitch.time, .frequency = voiced ? pitch.frequency : 0.0f, .confidence = pitch.confidence});
 }
 
 void addLive(const Pitch& pitch) { listener->voicing.add(pitch, pitch.confidence, decide); }
@@ -69,7 +69,7 @@ EXPORT("room") float* room(std::size_t floats) {
     return given.data();
 }
 EXPORT("rowRoom") PitchRow* rowRoom(std::size_t count) {
-    rows.resize(count);
+    rows.assign(count, PitchRow());
     return rows.data();
 }
 
@@ -156,7 +156,7 @@ void spectrogram(std::size_t samples, int rate, double start, double duration, d
     const FrequencyScale scale(bottom, top, true);
     const ColourScale colours(quietest, loudest);
     image.clear();
-    for (const float level : makeSpectrogram(recording, start, duration, scale, columns, height).levels)
+    for (const float level : makeSpectrogram(recording, start, duration, scale, columns, height, [](double) {}).levels)
         image.push_back(colours.colourOf(level));
 }
 

@@ -63,7 +63,9 @@ private:
 std::span<const PitchRow> rowsOf(const Note& note, const PitchTrack& track) {
     const auto isBefore = [](const PitchRow& row, double time) { return row.time < time; };
     const auto begin = std::lower_bound(track.begin(), track.end(), note.start, isBefore);
-    return {begin, std::lower_bound(begin, track.end(), note.end, isBefore)};
+    const auto end = std::lower_bound(begin, track.end(), note.end, isBefore);
+    // libc++ 13 makes no span of two iterators.
+    return {track.data() + (begin - track.begin()), static_cast<std::size_t>(end - begin)};
 }
 
 // Root mean square over the note [dB]; not a number where it was not measured.

@@ -37,7 +37,7 @@ void SignalReader::convertUntil(std::int64_t end) {
     while (m_start + static_cast<std::int64_t>(m_converted.size()) < end) {
         // Forget what no later call can ask for.
         const std::int64_t keep = std::max(std::int64_t{0}, static_cast<std::int64_t>(m_converted.size()) - kBack);
-        m_converted.erase(m_converted.begin(), m_converted.begin() + keep);
+        m_converted.erase(m_converted.begin(), m_converted.begin() + static_cast<std::ptrdiff_t>(keep));
         m_start += keep;
 
         const std::size_t have = m_converted.size();

@@ -6,7 +6,7 @@ const LARGEST_SAMPLE = 1e6;
 
 const NOT_SUPPORTED = 52; // of WASI: what the C++ library could ask of a host, and does not
 
-const ROW_BYTES = 16; // double time, float frequency, float confidence
+const ROW_BYTES = 24; // double time, float frequency, float confidence, and what is not used here
 const NOTE_BYTES = 24; // double start, double end, int number
 
 function checkSamples(samples) {

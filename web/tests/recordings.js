@@ -28,9 +28,9 @@ export const writeWav = (name, to) => python('soundfile.write(sys.argv[2], *soun
 export const toolTrack = (name, format, mode) =>
     run(KATESSEL_TOOL, 'track', '--mode', mode, '--format', format, fileOf(name));
 
-// The numbers of the notes in a MIDI file, all of which have one velocity.
+// The numbers of the notes in a MIDI file, whatever their velocity.
 export const notesOn = (bytes) =>
-    Array.from(bytes.toString('latin1').matchAll(/\x90([\0-\x7f])\x60/g), ([, note]) => note.charCodeAt(0));
+    Array.from(bytes.toString('latin1').matchAll(/\x90([\0-\x7f])[\x01-\x7f]/g), ([, note]) => note.charCodeAt(0));
 
 export const tone = (rate, seconds, hertz) =>
     Float32Array.from({ length: rate * seconds }, (_, i) => {
