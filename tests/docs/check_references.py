@@ -7,7 +7,7 @@ import sys
 source = pathlib.Path(sys.argv[1])
 rooms = [path for path in source.iterdir() if path.is_dir() and path.name in (
     "apps", "benchmarks", "bindings", "cmake", "docs", "examples", "fuzz", "include", "recordings", "scripts", "src", "tests",
-    "tracking", "training")]
+    "tracking", "training", "web")]
 names = {path.name for room in rooms for path in room.rglob("*") if path.is_file()} | {path.name for path in source.iterdir()}
 programs = [path for pattern in ("*.py", "*.cpp", "toolkit/*.cpp") for path in (source / "examples").glob(pattern)]
 bad, counts = [], {"links": 0, "files": 0, "fragments": 0}
