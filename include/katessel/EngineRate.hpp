@@ -13,9 +13,10 @@
 
 namespace KaTessel {
 
-// The FIR of the engine's resampler over in[0] .. in[15], for a place that lies `between`, 0 .. 1, the middle two. Throws
-// std::bad_alloc when there is no memory for the filter, in a program's first call or never.
-KATESSEL_API float resampledValue(const float* in, double between);
+// The FIR of the engine's resampler: out[k] from the facts::kFilterTaps samples that begin (part + k * rate) / facts::kRate
+// samples behind `in`, whole samples and what is left between the middle two. A value is the same in a run of any length.
+// Throws std::bad_alloc when there is no memory for the filter, in a program's first call or never.
+KATESSEL_API void resampledValues(const float* in, int part, int rate, float* out, int count);
 
 inline namespace v1 {
 
@@ -29,8 +30,8 @@ public:
     explicit EngineRate(int rate) : m_rate(rate) {
         if (rate == kRate) return;
         m_input.assign(kHistory + kPiece, 0.0f);
-        resampledValue(m_input.data(), 0.0);  // so that no later one is the first
         m_output.resize(static_cast<std::size_t>(std::int64_t{kPiece} * kRate / rate + 2));
+        resampledValues(m_input.data(), 0, rate, m_output.data(), 1);  // so that no later call is the first
         m_delay = static_cast<int>(std::int64_t{kDelay} * kRate / rate);
         m_offset = std::int64_t{kDelay} * kRate - std::int64_t{m_delay} * rate;
     }
@@ -69,19 +70,17 @@ private:
 
     bool converts() const { return !m_input.empty(); }
 
-    // Output i is due when (i * m_rate + m_offset) / kRate samples are in. Each is rendered by itself, from a position
-    // between two samples that does not depend on where the pieces begin. Returns the number of outputs.
+    // Output i is due when (i * m_rate + m_offset) / kRate samples are in, wherever the pieces begin. Returns the number
+    // of outputs.
     int convertPiece(const float* samples, int count) {
         std::copy_n(samples, count, m_input.begin() + kHistory);
-        int outputs = 0;
-        for (;; ++outputs, ++m_produced) {
-            const std::int64_t ahead = m_produced * m_rate + m_offset - m_consumed * kRate;
-            if (ahead >= std::int64_t{count} * kRate) break;
-            m_output[static_cast<std::size_t>(outputs)] =
-                resampledValue(m_input.data() + kOrigin + ahead / kRate, static_cast<double>(ahead % kRate) / kRate);
-        }
+        const std::int64_t ahead = m_produced * m_rate + m_offset - m_consumed * kRate;  // of the first, never negative
+        const std::int64_t room = std::int64_t{count} * kRate - ahead;
+        const int outputs = room > 0 ? static_cast<int>((room + m_rate - 1) / m_rate) : 0;
+        resampledValues(m_input.data() + kOrigin, static_cast<int>(ahead), m_rate, m_output.data(), outputs);
         std::copy_n(m_input.begin() + count, kHistory, m_input.begin());
         m_consumed += count;
+        m_produced += outputs;
         return outputs;
     }
 

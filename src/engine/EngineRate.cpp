@@ -3,6 +3,7 @@
 #include <new>
 
 #include "katessel/CKaResample.h"
+#include "kernels/Kernels.h"
 
 namespace KaTessel {
 namespace {
@@ -17,11 +18,11 @@ struct SharedFilter {
 
 }  // namespace
 
-float resampledValue(const float* in, double between) {
+void resampledValues(const float* in, int part, int rate, float* out, int count) {
     static SharedFilter filter;
-    float value;
-    filter.resampler.interp.render1(in, between, 0.0, &value, 1);
-    return value;
+    const KaResample::Interpolator& interp = filter.resampler.interp;
+    kernels::active->countedPolyphase(out, count, in, part, rate, facts::kRate, interp.table, interp.taps,
+                                      interp.phases);
 }
 
 }  // namespace KaTessel

@@ -105,6 +105,10 @@ struct Kernels {
     // (phases + 1 rows of `taps`). Returns the position after the last output.
     double (*polyphase)(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
                         int phases);
+
+    // The same at positions (part + k * step) / parts. out[k] does not depend on the run that it is rendered in.
+    void (*countedPolyphase)(float* out, int count, const float* in, int part, int step, int parts, const float* table,
+                             int taps, int phases);
 };
 
 constexpr int kMaxLanes = 16;   // floats of the widest vector

@@ -144,7 +144,15 @@ void weightedLanes(float* out, const float* x, const float* weights, int n) { *o
 
 double polyphase(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
                  int phases) {
-    return polyphaseBy(dot, out, count, in, pos, step, table, taps, phases);
+    SteppedPositions at = {pos, step};
+    polyphaseBy(dot, out, count, in, at, table, taps, phases);
+    return at.pos;
+}
+
+void countedPolyphase(float* out, int count, const float* in, int part, int step, int parts, const float* table,
+                      int taps, int phases) {
+    CountedPositions at(part, step, parts);
+    polyphaseBy(dot, out, count, in, at, table, taps, phases);
 }
 
 }  // namespace
@@ -176,6 +184,7 @@ const Kernels kScalar = {
     .magnitudeLanes = magnitude,
     .weightedLanes = weightedLanes,
     .polyphase = polyphase,
+    .countedPolyphase = countedPolyphase,
 };
 
 }  // namespace KaTessel::kernels

@@ -39,6 +39,7 @@ const Kernels KATESSEL_TABLE = {
     .magnitudeLanes = magnitudeLanes,
     .weightedLanes = weightedLanes,
     .polyphase = polyphase,
+    .countedPolyphase = countedPolyphase,
 };
 
 }  // namespace KaTessel::kernels

@@ -12,8 +12,9 @@ constexpr int kFilterTaps = 16;  // of the filters that are rendered this way
 
 // The row between two rows of the table that belongs to a position.
 struct PhaseRow {
-    PhaseRow(double pos, const float* table, int phases) : whole(static_cast<int>(pos)) {
-        const double phase = (pos - whole) * phases;
+    template <typename Positions>
+    PhaseRow(const Positions& at, const float* table, int phases) : whole(at.whole()) {
+        const double phase = at.between() * phases;
         const int number = static_cast<int>(phase);
         rest = static_cast<float>(phase - number);
         row = table + number * kFilterTaps;
@@ -38,8 +39,9 @@ KATESSEL_INLINE Vec halved(const float* in, const float* taps) {
     return sums[0] + sums[1];
 }
 
-double halvingPolyphase(float* out, int count, const float* in, double pos, const float* table, int phases) {
-    const PhaseRow phase(pos, table, phases);
+template <typename Positions>
+void halvingPolyphase(float* out, int count, const float* in, const Positions& at, const float* table, int phases) {
+    const PhaseRow phase(at, table, phases);
     float taps[kFilterTaps];
     for (int j = 0; j < kFilterTaps; j += kLanes) store(taps + j, phase.taps(j));
     const float* first = in + phase.whole;
@@ -51,25 +53,40 @@ double halvingPolyphase(float* out, int count, const float* in, double pos, cons
         store(last, halved(samples, taps));
         for (int l = 0; k < count; ++k, ++l) out[k] = last[l];
     }
-    return pos + 2.0 * count;
 }
 
-double polyphase(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
-                 int phases) {
-    if (taps != kFilterTaps) return polyphaseBy(dot, out, count, in, pos, step, table, taps, phases);
-    if (step == 2.0) return halvingPolyphase(out, count, in, pos, table, phases);
+template <typename Positions>
+void polyphaseAt(float* out, int count, const float* in, Positions& at, const float* table, int taps, int phases) {
+    if (taps != kFilterTaps) return polyphaseBy(dot, out, count, in, at, table, taps, phases);
     for (int k = 0; k < count; k += kLanes) {
         const int outputs = count - k < kLanes ? count - k : kLanes;
         Vec products[kLanes] = {};
-        for (int l = 0; l < outputs; ++l, pos += step) {
-            const PhaseRow phase(pos, table, phases);
+        for (int l = 0; l < outputs; ++l, at.advance()) {
+            const PhaseRow phase(at, table, phases);
             for (int j = 0; j < kFilterTaps; j += kLanes) products[l] += load(in + phase.whole + j) * phase.taps(j);
         }
         float sums[kLanes];
         store(sums, sumsOfAll(products));
         for (int l = 0; l < outputs; ++l) out[k + l] = sums[l];
     }
-    return pos;
+}
+
+double polyphase(float* out, int count, const float* in, double pos, double step, const float* table, int taps,
+                 int phases) {
+    SteppedPositions at = {pos, step};
+    if (step == 2.0 && taps == kFilterTaps) {
+        halvingPolyphase(out, count, in, at, table, phases);
+        return pos + 2.0 * count;
+    }
+    polyphaseAt(out, count, in, at, table, taps, phases);
+    return at.pos;
+}
+
+void countedPolyphase(float* out, int count, const float* in, int part, int step, int parts, const float* table,
+                      int taps, int phases) {
+    CountedPositions at(part, step, parts);
+    if (step == 2 * parts && taps == kFilterTaps) return halvingPolyphase(out, count, in, at, table, phases);
+    polyphaseAt(out, count, in, at, table, taps, phases);
 }
 
 }  // namespace

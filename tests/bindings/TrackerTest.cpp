@@ -108,6 +108,11 @@ TEST(EngineRate, KeepsTimeAtEveryRate) {
             at += count;
         }
         EXPECT_NEAR(static_cast<double>(converted.size()), 24000.0, 1.0) << rate << " Hz";
+        std::vector<float> atOnce;
+        EngineRate(rate).convert(sound.data(), sound.size(), [&](const float* samples, int n) {
+            atOnce.insert(atOnce.end(), samples, samples + n);
+        });
+        EXPECT_EQ(converted, atOnce) << rate << " Hz";
         // A tenth of a sample would be 0.008; the filter's own ripple is less than 0.003.
         double worst = 0.0;
         for (std::size_t i = 200; i < converted.size(); ++i) {
