@@ -1,5 +1,6 @@
 #include "apps/Program.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -80,7 +81,8 @@ void parse(CLI::App& app, int argc, char** argv) {
     }
 }
 
-void run(int argc, char** argv, const std::vector<void (*)(CLI::App&)>& commands) {
+void run(int argc, char** argv, const std::vector<void (*)(CLI::App&)>& commands,
+         const std::vector<OtherProgram>& others) {
     CLI::App app(kAbout, "katessel");
     app.set_version_flag("--version", [] {
         applyInstructionChoice();
@@ -88,15 +90,17 @@ void run(int argc, char** argv, const std::vector<void (*)(CLI::App&)>& commands
     });
     app.require_subcommand(1);
     for (const auto& add : commands) add(app);
+    for (const OtherProgram& other : others) app.add_subcommand(other.command, other.summary);
     parse(app, argc, argv);
 }
 
 }  // namespace
 
-int runProgram(int argc, char** argv, const std::vector<void (*)(CLI::App&)>& commands) {
+int runProgram(int argc, char** argv, const std::vector<void (*)(CLI::App&)>& commands,
+               const std::vector<OtherProgram>& others) {
     startSafely();
     try {
-        run(argc, argv, commands);
+        run(argc, argv, commands, others);
         if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
             fail(kCannotWrite, "standard output", "room for the result", "none");
         return 0;

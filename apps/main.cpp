@@ -10,18 +10,12 @@
 #include <vector>
 
 #include "apps/Program.h"
-#include "apps/commands/Commands.h"
 #include "recordings/base/Errors.h"
 
 namespace katessel {
 namespace {
 
-struct OtherProgram {
-    const char* command;
-    const char* summary;
-};
-
-constexpr OtherProgram kOthers[] = {
+const std::vector<OtherProgram> kOthers = {
 #ifdef KATESSEL_HAS_CAIRO
     {"plot", kPlotSummary},
 #endif
@@ -37,10 +31,6 @@ void become(const OtherProgram& other, char** argv) {
     const std::string path = self.parent_path() / KATESSEL_PROGRAMS / (std::string("katessel-") + other.command);
     ::execv(path.c_str(), argv);
     printError(errorMessage("cannot run", path, "the program of this command", std::strerror(errno)));
-}
-
-void addOthers(CLI::App& app) {
-    for (const OtherProgram& other : kOthers) app.add_subcommand(other.command, other.summary);
 }
 
 }  // namespace
@@ -62,7 +52,7 @@ int main(int argc, char** argv) {
         become(other, arguments.data());
         return kStatusFailure;
     }
-    return runProgram(
-        argc, arguments.data(),
-        {&addTrackCommand, &addEvalCommand, &addBenchCommand, &addModelCommand, &addSynthCommand, &addOthers});
+    return runProgram(argc, arguments.data(),
+                      {&addTrackCommand, &addEvalCommand, &addBenchCommand, &addModelCommand, &addSynthCommand},
+                      kOthers);
 }

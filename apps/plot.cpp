@@ -1,5 +1,8 @@
 // What `katessel plot` becomes.
 #include "apps/Program.h"
-#include "apps/commands/Commands.h"
+#include "apps/picture/Plot.h"
 
-int main(int argc, char** argv) { return katessel::runProgram(argc, argv, {&katessel::addPlotCommand}); }
+int main(int argc, char** argv) {
+    using namespace katessel;
+    return runProgram(argc, argv, {[](CLI::App& app) { addPlotCommand(app, &runPlot); }});
+}

@@ -1,4 +1,4 @@
-// The tool's commands: each adds itself, with its options, to the command line.
+// What the commands have in common: the options that several of them take.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -6,21 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "apps/commands/CommandList.h"
 #include "tracking/RecordingTracker.h"
 
 namespace katessel {
-
-void addTrackCommand(CLI::App& app);
-void addEvalCommand(CLI::App& app);
-void addBenchCommand(CLI::App& app);
-void addPlotCommand(CLI::App& app);
-void addModelCommand(CLI::App& app);
-void addSynthCommand(CLI::App& app);
-void addLiveCommand(CLI::App& app);
-
-// Of those that are programs of their own.
-constexpr char kPlotSummary[] = "Draw a recording's spectrogram and pitch";
-constexpr char kLiveSummary[] = "Show the pitch of the microphone or of another JACK port";
 
 // Runs `work` once the whole command line is read and says that this command is the chosen one, with the vector
 // instructions that the environment asks for.
