@@ -42,7 +42,11 @@ void TrackRows::add(const std::string& place, double time, double frequency, dou
              shortNumber(frequency) + " Hz");
     if (!m_track.empty() && !(time >= m_track.back().time))
         fail(kCannotReadPitch, m_path, "times that rise, in " + place, shortNumber(time) + " s");
-    m_track.push_back({time, frequency > 0.0 ? static_cast<float>(frequency) : 0.0f, static_cast<float>(confidence)});
+    const bool isVoiced = frequency > 0.0, isKnown = std::isfinite(static_cast<float>(confidence));
+    if (isVoiced && !isKnown)
+        fail(kCannotReadPitch, m_path, "confidences that are numbers, in " + place, shortNumber(confidence));
+    m_track.push_back(
+        {time, isVoiced ? static_cast<float>(frequency) : 0.0f, isKnown ? static_cast<float>(confidence) : 0.0f});
 }
 
 bool isNamedLikePitch(const std::string& path) {

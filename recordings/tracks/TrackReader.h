@@ -19,7 +19,8 @@ bool isNamedLikePitch(const std::string& path);
 //   any other           text: time, frequency and perhaps confidence, separated by commas, tabs or blanks; a first line that is
 //                       no number is a header
 //
-// Frequencies that are 0, negative or no number are unvoiced. Without a confidence it is 1 for voiced rows and 0 for the others.
+// Frequencies that are 0, negative or no number are unvoiced. Without a confidence it is 1 for voiced rows and 0 for the others;
+// one that is no number is 0 where the row is unvoiced, and an error elsewhere.
 PitchTrack readTrack(const std::string& path);
 
 // The extensions, as `track` writes them.

@@ -37,6 +37,7 @@ setup() {
   mkdir folder
   mkfifo fifo
   printf 'time,frequency\ninf,200\n' > far.csv
+  printf '0,nan,nan\n0.005,0,1e39\n0.01,100,nan\n' > sure.csv
 }
 
 # Reads lines of STATUS | ARGUMENTS | TEXT: what fails_with must find for these arguments of `katessel`.
@@ -131,6 +132,7 @@ TABLE
 1 | track good.wav --model folder | bad model: folder: expected a file, found a folder
 1 | eval --ref fifo track.csv | cannot read the pitch: fifo: expected a text file, found a pipe
 1 | synth far.csv -o a.wav | far.csv: expected times within +-1e+09 s, in line 2, found inf s
+1 | synth sure.csv -o a.wav | sure.csv: expected confidences that are numbers, in line 3, found nan
 2 | track good.wav - | wrong usage: -: expected standard input as the only recording
 TABLE
   run --separate-stderr bash -c '"$KATESSEL_TOOL" track good.wav > /dev/full'
