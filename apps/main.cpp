@@ -22,10 +22,10 @@ struct OtherProgram {
 };
 
 constexpr OtherProgram kOthers[] = {
-#ifdef KATESSEL_HAS_CAIRO
+#ifdef KATESSEL_HAS_PLOT
     {"plot", kPlotSummary},
 #endif
-#ifdef KATESSEL_HAS_JACK
+#ifdef KATESSEL_HAS_LIVE
     {"live", kLiveSummary},
 #endif
 };

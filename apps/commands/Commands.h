@@ -20,7 +20,7 @@ void addLiveCommand(CLI::App& app);
 
 // Of those that are programs of their own.
 constexpr char kPlotSummary[] = "Draw a recording's spectrogram and pitch";
-constexpr char kLiveSummary[] = "Show the pitch of the microphone or of another JACK port";
+constexpr char kLiveSummary[] = "Show the pitch of the microphone or of a JACK port";
 
 // Runs `work` once the whole command line is read and says that this command is the chosen one, with the vector
 // instructions that the environment asks for.
