@@ -16,10 +16,10 @@ namespace katessel {
 namespace {
 
 const std::vector<OtherProgram> kOthers = {
-#ifdef KATESSEL_HAS_CAIRO
+#ifdef KATESSEL_HAS_PLOT
     {"plot", kPlotSummary},
 #endif
-#ifdef KATESSEL_HAS_JACK
+#ifdef KATESSEL_HAS_LIVE
     {"live", kLiveSummary},
 #endif
 };

@@ -20,6 +20,6 @@ void addLiveCommand(CLI::App& app);
 
 // Of those that are programs of their own.
 constexpr char kPlotSummary[] = "Draw a recording's spectrogram and pitch";
-constexpr char kLiveSummary[] = "Show the pitch of the microphone or of another JACK port";
+constexpr char kLiveSummary[] = "Show the pitch of the microphone or of a JACK port";
 
 }  // namespace katessel

@@ -1,4 +1,4 @@
-// `katessel live`: the pitch of a JACK port, now.
+// `katessel live`: the pitch of a microphone or a JACK port, now.
 #include <signal.h>
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "apps/commands/Commands.h"
-#include "apps/live/JackInput.h"
+#include "apps/live/LiveInput.h"
 #include "apps/live/LiveOutput.h"
 #include "apps/live/LiveTracker.h"
 #include "recordings/base/Errors.h"
@@ -22,15 +22,17 @@ namespace katessel {
 namespace {
 
 constexpr char kAboutLive[] =
-    "Joins the running JACK server (or what stands in for one) and shows the pitch of a\n"
-    "port until Ctrl-C: nearest note, cents beside it, needle. The track has a row every\n"
+    "Shows the pitch of a microphone until Ctrl-C: nearest note, cents beside it, needle. It\n"
+    "is the first port with sound from outside of the JACK server, where one runs, and\n"
+    "else the default device of the system; --list names all. The track has a row every\n"
     "5 ms; its file grows as NAME.RANDOM.part, a second at a time, and gets its name at\n"
-    "the end. The latency at the end was measured from the sound at the port's source to\n"
-    "the finished row.";
+    "the end. The latency at the end was measured from the sound at its source, as far\n"
+    "back as the system tells, to the finished row.";
 
 struct LiveOptions {
-    std::string port;                 // empty: the first with sound from outside
-    bool list = false;                // only name the ports
+    LiveChoice source;
+    bool list = false;  // only name what can be listened to
+    NoteNaming naming;
     std::optional<std::string> csv;   // file of the track; "-": standard output; none: none
     std::optional<double> duration;   // [s]; none: until interrupted
     std::string model;                // empty: the default model
@@ -44,9 +46,10 @@ volatile sig_atomic_t isInterrupted = 0;
 
 void interrupt(int) { isInterrupted = 1; }
 
-// Ctrl-C is the usual end.
+// Ctrl-C is the usual end. A second one does not wait for a sound system that hangs.
 void endOnInterruption() {
     struct sigaction action = {};
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
     action.sa_handler = &interrupt;
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
 }
@@ -54,23 +57,23 @@ void endOnInterruption() {
 // From the sound to the row, for all rows: a histogram, so that hours take no more room than seconds.
 class LatencyMeter {
 public:
-    void add(const LiveRow& row, const JackInput& input) {
+    void add(const LiveRow& row, const LiveInput& input) {
         if (input.hasEnded()) return;  // and tells nothing any more
-        m_portLatency = input.portLatency();
+        m_sourceLatency = input.sourceLatency();
         m_period = input.period();
         const auto samples = static_cast<std::int32_t>(input.now() - row.clock);
-        const double milliseconds = 1e3 * (samples + m_portLatency) / row.rate;
+        const double milliseconds = 1e3 * (samples + m_sourceLatency) / row.rate;
         m_most = std::max(m_most, milliseconds);
         ++m_counts[static_cast<std::size_t>(std::clamp(std::round(milliseconds / kStep), 0.0, kSteps - 1.0))];
         ++m_rows;
     }
 
-    void report(std::FILE* to, const JackInput& input, const LiveTracker& tracker) const {
+    void report(std::FILE* to, const LiveInput& input, const LiveTracker& tracker) const {
         if (m_rows == 0) return;
         const double rate = input.rate();
         std::fprintf(
-            to, "latency: %.1f ms median, %.1f ms at most (port %.1f ms, engine up to %.1f ms, period %.1f ms)\n",
-            median(), m_most, 1e3 * m_portLatency / rate, 1e3 * tracker.engineLatency(), 1e3 * m_period / rate);
+            to, "latency: %.1f ms median, %.1f ms at most (source %.1f ms, engine up to %.1f ms, period %.1f ms)\n",
+            median(), m_most, 1e3 * m_sourceLatency / rate, 1e3 * tracker.engineLatency(), 1e3 * m_period / rate);
     }
 
 private:
@@ -85,22 +88,23 @@ private:
 
     std::vector<std::int64_t> m_counts = std::vector<std::int64_t>(kSteps);
     std::int64_t m_rows = 0;
-    double m_most = 0.0;                  // [ms]
-    int m_portLatency = 0, m_period = 0;  // [samples]
+    double m_most = 0.0;                    // [ms]
+    int m_sourceLatency = 0, m_period = 0;  // [samples]
 };
 
-void listPorts() {
-    for (const std::string& name : JackInput::sources()) std::printf("%s\n", name.c_str());
+void printInputs() {
+    for (const std::string& line : listInputs()) std::printf("%s\n", line.c_str());
 }
 
 void runLive(const LiveOptions& options) {
-    if (options.list) return listPorts();
+    if (options.list) return printInputs();
     const Model model = chooseModel(options.model, TrackMode::live, options.threshold);
     ReadFiles read;
     addModel(read, model.path);
     checkOutputs({options.csv.value_or("")}, read);
-    LiveOutput output(options.csv);
-    JackInput input(options.port);
+    LiveOutput output(options.csv, options.naming);
+    const std::unique_ptr<LiveInput> opened = openInput(options.source);
+    LiveInput& input = *opened;
     LiveTracker tracker(model.path);
     KaTessel::VoicingFilter<LiveRow> voicing(
         {model.threshold, options.voicing.value_or(usualVoicing(TrackMode::live))});
@@ -138,7 +142,7 @@ void runLive(const LiveOptions& options) {
                  static_cast<long long>(input.xruns()), static_cast<long long>(input.dropped()));
     latency.report(output.remarks(), input, tracker);
     if (input.hasEnded() && isInterrupted == 0)
-        fail("listening ended early", "JACK", "a running server", "one that went away");
+        fail("listening ended early", input.source(), "a source that stays", "one that went away");
 }
 
 }  // namespace
@@ -148,8 +152,21 @@ void addLiveCommand(CLI::App& app) {
     LiveOptions& options = *owned;
     CLI::App* command = app.add_subcommand("live", kLiveSummary);
     command->footer(kAboutLive);
-    command->add_option("--port", options.port, "Port to listen to (default: the first with sound from outside)");
-    command->add_flag("--list", options.list, "Only name the ports that can be listened to");
+    CLI::Option* const port = command->add_option("--port", options.source.port, "JACK port to listen to");
+    command
+        ->add_option("--device", options.source.device,
+                     "Device to listen to: its number in the list, its name, or a part of it")
+        ->excludes(port);
+    command->add_flag("--list", options.list, "Only name what can be listened to");
+    command->add_option("--a4", options.naming.a4, "Frequency of A4 for notes and cents (default: 440)")
+        ->type_name("HZ")
+        ->check(numberBetween(380.0, 480.0));
+    command
+        ->add_option("--transpose", options.naming.transposition,
+                     "Call notes this many semitones above those that sound, as a transposing instrument's player "
+                     "reads them (B flat clarinet: 2)")
+        ->type_name("N")
+        ->check(numberBetween(-36.0, 36.0));
     command->add_option("--csv", options.csv, "Write the track to this file, \"-\": to standard output")
         ->type_name("FILE");
     command->add_option("--duration", options.duration, "End after this many seconds")

@@ -20,26 +20,27 @@ constexpr int kHalfScale = 20;             // characters on either side of the m
 
 }  // namespace
 
-std::string displayLine(const PitchRow& row) {
+std::string displayLine(const PitchRow& row, const NoteNaming& naming) {
     std::string scale(2 * kHalfScale + 1, '.');
     scale[kHalfScale] = '|';
     std::string note, frequency;
     if (row.frequency > 0.0f) {
-        const double pitch = centsAbove440(row.frequency);
+        const double pitch = 1200.0 * std::log2(row.frequency / naming.a4);  // [cents]
         const int semitones = static_cast<int>(std::lround(pitch / 100.0));
         const double off = pitch - 100.0 * semitones;
         scale[static_cast<std::size_t>(kHalfScale + std::lround(off / 50.0 * kHalfScale))] = '#';
         std::string cents(std::signbit(off) ? 0 : 1, '+');
         cents += fixedText(off, 0);
-        note = leftAligned(noteName(69 + semitones), 4) + rightAligned(cents, 4) + " cents";
+        note = leftAligned(noteName(69 + semitones + naming.transposition), 4) + rightAligned(cents, 4) + " cents";
         frequency = fixedText(row.frequency, 2) + " Hz";
     }
     return leftAligned(note, 14) + " [" + scale + "] " + rightAligned(frequency, 11) + "  confidence " +
            rightAligned(fixedText(row.confidence, 2), 4);
 }
 
-LiveOutput::LiveOutput(const std::optional<std::string>& csv)
-    : m_streams(csv && (*csv == "-" || csv->empty())),
+LiveOutput::LiveOutput(const std::optional<std::string>& csv, const NoteNaming& naming)
+    : m_naming(naming),
+      m_streams(csv && (*csv == "-" || csv->empty())),
       m_isTerminal(::isatty(STDOUT_FILENO) != 0),
       m_text("time,frequency,confidence\n") {
     if (csv && !m_streams) m_file.emplace(OutputFile(*csv), Unfinished::kept);
@@ -75,7 +76,7 @@ void LiveOutput::finish() {
 
 void LiveOutput::show(const PitchRow& row) {
     m_nextShown = row.time + (m_isTerminal ? kDisplayInterval : kLineInterval);
-    std::printf(m_isTerminal ? "\r%s" : "%s\n", displayLine(row).c_str());
+    std::printf(m_isTerminal ? "\r%s" : "%s\n", displayLine(row, m_naming).c_str());
     std::fflush(stdout);
 }
 

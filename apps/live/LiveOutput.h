@@ -10,14 +10,20 @@
 
 namespace katessel {
 
-// The nearest note of equal temperament (A4 = 440 Hz), by how many cents the pitch is off, a needle between 50 cents flat
-// and sharp, the frequency and the confidence. Always as long; an unvoiced row has neither note nor needle.
-std::string displayLine(const PitchRow& row);
+// What notes are called.
+struct NoteNaming {
+    double a4 = 440.0;      // [Hz]
+    int transposition = 0;  // [semitones] that a note is called above the one that sounds
+};
+
+// The nearest note of equal temperament, by how many cents the pitch is off, a needle between 50 cents flat and sharp, the
+// frequency and the confidence. Always as long; an unvoiced row has neither note nor needle.
+std::string displayLine(const PitchRow& row, const NoteNaming& naming = {});
 
 class LiveOutput {
 public:
     // The display alone, or a CSV file as well; "-" is the CSV on standard output and no display.
-    explicit LiveOutput(const std::optional<std::string>& csv);
+    LiveOutput(const std::optional<std::string>& csv, const NoteNaming& naming);
 
     void add(const PitchRow& row);
 
@@ -33,6 +39,7 @@ public:
 private:
     void show(const PitchRow& row);
 
+    NoteNaming m_naming;
     std::optional<GrowingFile> m_file;
     bool m_streams, m_isTerminal;
     std::string m_text;        // that was not handed over

@@ -9,16 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "apps/live/LiveBlock.h"
 #include "katessel/Tracker.hpp"
 #include "recordings/tracks/PitchTrack.h"
 
 namespace katessel {
-
-struct LiveBlock {
-    std::uint32_t clock = 0;  // [samples] when its first sample came; begins again after 2^32
-    std::uint32_t count = 0;  // [samples]
-    int rate = 0;             // [Hz]
-};
 
 struct LiveRow {
     PitchRow pitch;           // its time counts from the first block's first sample on

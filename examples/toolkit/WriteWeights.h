@@ -1,6 +1,7 @@
 // Writing a layer weight file, in as few lines as it takes: what an application's exporter does.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
@@ -28,9 +29,9 @@ inline Tensor falling(std::vector<std::int32_t> shape, float start) {
 
 inline void writeWeights(const std::string& path, const std::vector<Layer>& layers) {
     std::ofstream file(path, std::ios::binary);
+    // Of the four bytes of a value, the lowest first.
     const auto integer = [&](std::size_t value) {
-        const std::int32_t bytes = static_cast<std::int32_t>(value);
-        file.write(reinterpret_cast<const char*>(&bytes), sizeof bytes);
+        for (int shift = 0; shift < 32; shift += 8) file.put(static_cast<char>(value >> shift));
     };
     integer(layers.size());
     for (const Layer& layer : layers) {
@@ -40,8 +41,7 @@ inline void writeWeights(const std::string& path, const std::vector<Layer>& laye
         for (const Tensor& tensor : layer.tensors) {
             integer(tensor.shape.size());
             for (std::int32_t size : tensor.shape) integer(static_cast<std::size_t>(size));
-            file.write(reinterpret_cast<const char*>(tensor.values.data()),
-                       static_cast<std::streamsize>(tensor.values.size() * sizeof(float)));
+            for (float value : tensor.values) integer(std::bit_cast<std::uint32_t>(value));
         }
     }
 }

@@ -3,7 +3,6 @@
 #include <bit>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 
 #include "recordings/base/Errors.h"
 #include "recordings/tracks/TrackRows.h"
@@ -12,20 +11,20 @@ namespace katessel {
 
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "the bytes of the file are taken as they are");
-
 constexpr std::size_t kPrefix = 8;  // magic text and version
+
+// The `size` bytes at a place, the lowest first.
+std::uint64_t bitsAt(const std::string& bytes, std::size_t place, std::size_t size) {
+    std::uint64_t bits = 0;
+    for (std::size_t i = size; i-- > 0;) bits = bits << 8 | static_cast<unsigned char>(bytes[place + i]);
+    return bits;
+}
 
 // The value at a place, which is a float's or a double's.
 double valueAt(const std::string& bytes, std::size_t place, std::size_t size) {
-    if (size == sizeof(double)) {
-        double value = 0.0;
-        std::memcpy(&value, bytes.data() + place, sizeof value);
-        return value;
-    }
-    float value = 0.0f;
-    std::memcpy(&value, bytes.data() + place, sizeof value);
-    return static_cast<double>(value);
+    const std::uint64_t bits = bitsAt(bytes, place, size);
+    if (size == sizeof(double)) return std::bit_cast<double>(bits);
+    return static_cast<double>(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
 }
 
 }  // namespace
@@ -36,9 +35,7 @@ PitchTrack trackFromNpy(const std::string& bytes, const std::string& path) {
         fail(kCannotReadPitch, path, expected, "no array");
     // Its length has two bytes in version 1, and four since.
     const std::size_t lengthBytes = bytes[6] == 1 ? 2 : 4;
-    std::size_t begin = 0;
-    std::memcpy(&begin, bytes.data() + kPrefix, lengthBytes);
-    begin += kPrefix + lengthBytes;
+    const std::size_t begin = kPrefix + lengthBytes + bitsAt(bytes, kPrefix, lengthBytes);
     const std::string header = bytes.substr(kPrefix + lengthBytes, std::min<std::size_t>(begin, 1024));
     unsigned size = 0;
     int end = 0;

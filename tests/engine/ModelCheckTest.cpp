@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <functional>
 #include <limits>
 #include <string>
@@ -39,11 +38,8 @@ protected:
         }
         return "";
     }
-    template <class Value>
-    Value at(std::int64_t offset) const {
-        Value value;
-        std::memcpy(&value, bytes.data() + offset, sizeof value);
-        return value;
+    std::string at(std::int64_t offset, std::size_t count) const {
+        return bytes.substr(static_cast<std::size_t>(offset), count);
     }
 
     const TemporaryFolder folder;
@@ -88,11 +84,10 @@ TEST_F(PlainModelCheck, EveryFaultHasItsPlace) {
         EXPECT_EQ(all[i].expected, rows[i].expected);
         EXPECT_EQ(all[i].found, rows[i].found);
     }
-    EXPECT_TRUE(std::isnan(at<float>(all[0].offset)));
-    EXPECT_EQ(at<std::int32_t>(all[1].offset), 2) << "a rank, behind it 120 and 70";
-    EXPECT_EQ(at<std::int32_t>(all[1].offset + 4), 120);
-    EXPECT_EQ(bytes.substr(static_cast<std::size_t>(all[3].offset) + 1, 8), "enc_out1");
-    EXPECT_EQ(bytes.substr(static_cast<std::size_t>(all[6].offset)), "more");
+    EXPECT_EQ(at(all[0].offset, 4), Bytes().floats({kNan}).get());
+    EXPECT_EQ(at(all[1].offset, 8), Bytes().int32(2).int32(120).get()) << "a rank, and the first size";
+    EXPECT_EQ(at(all[3].offset + 1, 8), "enc_out1");
+    EXPECT_EQ(at(all[6].offset, 8), "more");
     EXPECT_EQ(
         refusal(),
         "bad model: " + path +

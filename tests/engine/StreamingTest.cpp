@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include "base/FlushDenormals.h"
 #include "engine/ConstantModel.h"
 #include "engine/NaiveEngine.h"
 #include "katessel/CTessel.h"
@@ -205,6 +206,7 @@ TEST_F(Streaming, HoldsTheLastPairAndConvertsUnits) {
 
 // Denormal numbers take many times as long. Here none comes to be, and outside nothing changes.
 TEST_F(Streaming, NoiseBelowTheSmallestNormalNumberIsSilence) {
+    if (!FlushDenormals::kWorks) GTEST_SKIP() << "this processor always computes with denormal numbers";
     volatile float tiny = 1e-40f;
     for (int rate : {24000, 48000}) {
         CTessel engine;

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #endif
 
-#include <cstring>
 #include <string>
 #include <thread>
 #include <utility>
@@ -79,7 +78,8 @@ TEST_F(PlainLayerFile, ReadsMemoryAndPipesAndTellsPlaces) {
         EXPECT_EQ(layer.nameLength, 6);
         const T_FileTensor& tensor = layer.tensors[0];
         EXPECT_EQ(whole[static_cast<std::size_t>(tensor.offset)], 4);
-        EXPECT_EQ(std::memcmp(whole.data() + tensor.valuesOffset(), tensor.values, 8 * sizeof(float)), 0);
+        const std::string values = Bytes().floats({tensor.values, tensor.values + 8}).get();
+        EXPECT_EQ(whole.substr(static_cast<std::size_t>(tensor.valuesOffset()), values.size()), values);
     }
     std::string why;
     EXPECT_FALSE(file.read(nullptr, 0, &why));

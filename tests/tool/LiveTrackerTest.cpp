@@ -3,10 +3,14 @@
 
 #include <cmath>
 #include <numbers>
+#include <numeric>
+#include <thread>
 
+#include "apps/live/BlockRing.h"
 #include "apps/live/LiveOutput.h"
 #include "apps/live/LiveTracker.h"
 #include "recordings/audio/AudioFile.h"
+#include "support/AllocationCounter.h"
 #include "tracking/Model.h"
 #include "tracking/RecordingTracker.h"
 
@@ -174,11 +178,47 @@ TEST(LiveTracker, anotherRateIsTakenUpAndWhatIsNoNumberIsSilence) {
     EXPECT_ANY_THROW(stream.feed({0.0f}, 250000, 1));
 }
 
+// Three times what fits, from a thread of its own, is read whole and in order; what finds no room is counted.
+TEST(BlockRing, handsOverEverythingOrCountsIt) {
+    constexpr std::uint32_t kRound = 1000000, kFits = 1 << 20;
+    BlockRing ring;
+    std::vector<float> ramp(3 * kRound), samples(2000);
+    std::iota(ramp.begin(), ramp.end(), 0.0f);
+    std::uint32_t read = 0;
+    for (std::uint32_t round = 0; round < 3; ++round) {
+        const std::jthread system([&] {
+            const KaTessel::tests::AllocationCounter counter;
+            for (std::uint32_t at = round * kRound, count = 1; at < (round + 1) * kRound; at += count) {
+                count = std::min(count % 997 + 50, (round + 1) * kRound - at);
+                ring.push({at, count, 48000}, ramp.data() + at);
+            }
+            EXPECT_EQ(counter.allocations(), 0);
+        });
+        // Waiting may end without a block.
+        for (int empty = 0; read < (round + 1) * kRound && empty < 10000;) {
+            const std::optional<LiveBlock> block = ring.pop(samples, 0.01);
+            if (!block) {
+                ++empty;
+                continue;
+            }
+            ASSERT_EQ(block->clock, read);
+            ASSERT_TRUE(std::equal(samples.begin(), samples.end(), ramp.begin() + read));
+            ASSERT_EQ(samples.size(), block->count);
+            read += block->count;
+        }
+    }
+    EXPECT_EQ(read, 3 * kRound);
+    EXPECT_EQ(ring.dropped(), 0);
+    for (std::uint32_t i = 0; i <= kFits / 1024; ++i) ring.push({0, 1024, 48000}, ramp.data());
+    EXPECT_EQ(ring.dropped(), 1024);
+}
+
 TEST(PlainLiveDisplay, nearestNoteAndNeedle) {
     struct Case {
         float frequency;
         const char* begin;
         std::size_t needle;  // character of the line
+        NoteNaming naming = {};
     };
     // The scale is 16 characters in; 20 characters are 50 cents.
     for (const Case& c : {Case{440.0f, "A4    +0 cents", 36},
@@ -187,8 +227,11 @@ TEST(PlainLiveDisplay, nearestNoteAndNeedle) {
                           {246.0f, "B3    -7 cents", 33},
                           {452.8f, "A4   +50 cents", 56},
                           {27.5f, "A0    +0 cents", 36},
-                          {1108.73f, "C#6   -0 cents", 36}}) {
-        const std::string line = displayLine({0.0, c.frequency, 0.9f});
+                          {1108.73f, "C#6   -0 cents", 36},
+                          {440.0f, "A4    -8 cents", 33, {442.0, 0}},
+                          {432.0f, "B4    +0 cents", 36, {432.0, 2}},
+                          {261.63f, "D#3   +0 cents", 36, {440.0, -9}}}) {
+        const std::string line = displayLine({0.0, c.frequency, 0.9f}, c.naming);
         EXPECT_EQ(line.substr(0, 14), c.begin) << c.frequency;
         EXPECT_EQ(line.find('#', 15), c.needle) << line;
     }
