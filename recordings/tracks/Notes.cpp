@@ -15,12 +15,12 @@ constexpr float kChangeCost = 8.0f;  // from one note to another
 
 constexpr float kNever = std::numeric_limits<float>::infinity();
 
-constexpr int kFinderLag = 200;  // [rows] 1 s: of 3000 notes of speech and singing, 2 are others than without any end
+// The place of a row in a ring.
+std::size_t placeOf(std::int64_t row) { return static_cast<std::size_t>(row % (NoteDecoder::kMostLag + 1)); }
 
 }  // namespace
 
-NoteDecoder::NoteDecoder(int lag)
-    : m_lag(lag), m_moves(static_cast<std::size_t>(lag) + 1), m_rows(static_cast<std::size_t>(lag) + 1) {
+NoteDecoder::NoteDecoder(int lag) : m_lag(lag) {
     m_cost.fill(kEdgeCost);
     m_cost[kSilence] = 0.0f;
     m_since.fill(0);
@@ -47,7 +47,7 @@ NoteDecoder::Stay NoteDecoder::extend(float frequency) {
     const float change = costOf(note) + kChangeCost, start = costOf(silence) + kEdgeCost,
                 end = costOf(note) + kEdgeCost;
     const float entry = std::min(start, change);
-    m_moves[static_cast<std::size_t>(m_taken % (m_lag + 1))] = {change < start ? note : silence, note};
+    m_moves[placeOf(m_taken)] = {change < start ? note : silence, note};
 
     const bool isVoiced = frequency > 0.0f;
     // Far from all notes where there is none.
@@ -69,7 +69,7 @@ NoteDecoder::Stay NoteDecoder::extend(float frequency) {
 // Where the path that is at `stay` was in a row that is not older than those that wait.
 int NoteDecoder::stateAt(std::int64_t row, Stay stay) const {
     while (stay.since > row) {
-        const Moves& moves = m_moves[static_cast<std::size_t>(stay.since % (m_lag + 1))];
+        const Moves& moves = m_moves[placeOf(stay.since)];
         stay = stay.state == kSilence ? moves.beforeSilence : moves.beforeNotes;
     }
     return stay.state;
@@ -88,14 +88,14 @@ void NoteDecoder::keepOnly(int state, std::int64_t row) {
 }
 
 NotedRow NoteDecoder::decided(int state) {
-    const PitchRow& row = m_rows[static_cast<std::size_t>(m_decided % (m_lag + 1))];
+    const PitchRow& row = m_rows[placeOf(m_decided)];
     ++m_decided;
     return {row, state == kSilence ? kNone : state};
 }
 
 std::optional<NotedRow> NoteDecoder::add(const PitchRow& row) {
     const Stay newest = extend(row.frequency);
-    m_rows[static_cast<std::size_t>(m_taken % (m_lag + 1))] = row;
+    m_rows[placeOf(m_taken)] = row;
     ++m_taken;
     if (m_taken - m_decided <= m_lag) return std::nullopt;
     const int state = stateAt(m_decided, newest);
@@ -115,8 +115,6 @@ std::optional<NotedRow> NoteDecoder::finish() {
     }
     return decided(stateAt(m_decided, *m_last));
 }
-
-NoteFinder::NoteFinder() : m_decoder(kFinderLag) {}
 
 std::optional<Note> NoteFinder::take(const NotedRow& decided) {
     const int sounding = m_open ? m_open->number : NoteDecoder::kNone;

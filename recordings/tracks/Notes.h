@@ -35,12 +35,14 @@ struct NotedRow {
     int note = 0;  // MIDI; NoteDecoder::kNone: silence
 };
 
-// The note of every row, some rows later. Allocates nothing once it is made: fit for an audio thread.
+// The note of every row, some rows later. Allocates nothing: fit for an audio thread.
 class NoteDecoder {
 public:
     static constexpr int kNone = -1;
+    static constexpr int kMostLag =
+        200;  // [rows] 1 s: of 3000 notes of speech and singing, 2 are others than without end
 
-    // Rows are decided `lag` rows later, 1 or more. The fewer, the sooner notes come, and the more of them are too short.
+    // Rows are decided `lag` rows later, 1 to kMostLag. The fewer, the sooner notes come, and the more of them are too short.
     explicit NoteDecoder(int lag);
 
     // Takes the next row and returns the one that it decides, `lag` rows before; none at the beginning.
@@ -74,8 +76,8 @@ private:
     int m_lag;
     std::array<float, kNotes + 1> m_cost;          // of the cheapest path to each state
     std::array<std::int64_t, kNotes + 1> m_since;  // row at which this path came there
-    std::vector<Moves> m_moves;                    // of the newest rows, as a ring of lag + 1
-    std::vector<PitchRow> m_rows;                  // the same rows
+    std::array<Moves, kMostLag + 1> m_moves;       // of the newest rows, as a ring
+    std::array<PitchRow, kMostLag + 1> m_rows;     // the same rows
     std::int64_t m_taken = 0, m_decided = 0;       // rows
     std::optional<Stay> m_last;                    // where all ends, while finish() hands out the rest
 };
@@ -84,8 +86,6 @@ private:
 // plug-ins find the same notes.
 class NoteFinder {
 public:
-    NoteFinder();
-
     // The next row. Returns the note that it has ended, if any.
     std::optional<Note> add(const PitchRow& row);
 
@@ -95,7 +95,7 @@ public:
 private:
     std::optional<Note> take(const NotedRow& decided);
 
-    NoteDecoder m_decoder;
+    NoteDecoder m_decoder{NoteDecoder::kMostLag};
     std::optional<Note> m_open;  // that sounds; its end is not known
 };
 
