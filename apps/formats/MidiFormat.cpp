@@ -6,6 +6,7 @@
 #include <span>
 
 #include "apps/formats/TrackFormat.h"
+#include "recordings/tracks/Midi.h"
 #include "recordings/tracks/Notes.h"
 
 namespace katessel {
@@ -13,12 +14,8 @@ namespace katessel {
 namespace {
 
 constexpr std::uint32_t kTicksPerBeat = 960;
-constexpr double kMinute = 60e6;  // [us]
-constexpr int kNoteOn = 0x90, kNoteOff = 0x80, kControl = 0xb0, kBend = 0xe0;
-constexpr int kUsualVelocity = 96;     // of notes whose loudness nobody measured
+constexpr double kMinute = 60e6;       // [us]
 constexpr double kHighVelocity = 112;  // of the loudest note
-constexpr double kBendRange = 2.0;  // [semitones] on either side, what instruments have unless they are told otherwise
-constexpr int kBendCentre = 8192;
 
 // The lowest `size` bytes of `value`, the highest first.
 void appendBigEndian(std::string& bytes, std::uint32_t value, int size) {
@@ -77,35 +74,32 @@ double loudnessOf(std::span<const PitchRow> rows) {
 
 // For 12 dB less about half of it, as General MIDI has it.
 int velocityOf(double loudness, double loudest) {
-    if (std::isnan(loudness)) return kUsualVelocity;
+    if (std::isnan(loudness)) return midi::kUsualVelocity;
     return static_cast<int>(
         std::clamp(std::round(kHighVelocity * std::pow(10.0, (loudness - loudest) / 40.0)), 1.0, 127.0));
 }
 
-int bendOf(float frequency, int note) {
-    const double bend = std::clamp((midiNote(frequency) - note) / kBendRange, -1.0, 1.0);
-    return std::min(static_cast<int>(std::lround(bend * kBendCentre)) + kBendCentre, 2 * kBendCentre - 1);
-}
-
-// Registered parameter 0: how far a bend goes.
 void addBendRange(Events& events) {
-    for (const auto& [control, value] : {std::pair(101, 0), {100, 0}, {6, static_cast<int>(kBendRange)}, {38, 0}})
-        events.add(0.0, kControl, control, value);
+    for (const auto& [control, value] : midi::bendRangeControls(midi::kUsualBendRange))
+        events.add(0.0, midi::kControl, control, value);
 }
 
 // Before the note begins, too: it must not begin as the one before ended.
 void addBends(Events& events, const Note& note, std::span<const PitchRow> rows, int velocity) {
     int bend = -1;
+    const auto bendOf = [&](const PitchRow& row) {
+        return midi::bendOf(row.frequency, note.number, midi::kUsualBendRange);
+    };
     const auto moveTo = [&](double time, int next) {
-        if (next != bend) events.add(time, kBend, next & 0x7f, next >> 7);
+        if (next != bend) events.add(time, midi::kBend, next & 0x7f, next >> 7);
         bend = next;
     };
     const auto isVoiced = [](const PitchRow& row) { return row.frequency > 0.0f; };
     const auto first = std::find_if(rows.begin(), rows.end(), isVoiced);
-    moveTo(note.start, first != rows.end() ? bendOf(first->frequency, note.number) : kBendCentre);
-    events.add(note.start, kNoteOn, note.number, velocity);
+    moveTo(note.start, first != rows.end() ? bendOf(*first) : midi::kBendCentre);
+    events.add(note.start, midi::kNoteOn, note.number, velocity);
     for (const PitchRow& row : rows)
-        if (isVoiced(row)) moveTo(row.time, bendOf(row.frequency, note.number));
+        if (isVoiced(row)) moveTo(row.time, bendOf(row));
 }
 
 std::string chunk(const char* name, const std::string& content) {
@@ -129,8 +123,8 @@ std::string midiBytes(const TrackDocument& document) {
         if (document.pitchBend)
             addBends(events, note, rows, velocity);
         else
-            events.add(note.start, kNoteOn, note.number, velocity);
-        events.add(note.end, kNoteOff, note.number, 0);
+            events.add(note.start, midi::kNoteOn, note.number, velocity);
+        events.add(note.end, midi::kNoteOff, note.number, 0);
     }
     events.add(document.end, std::string("\xff\x2f\x00", 3));
 

@@ -151,7 +151,7 @@ PitchPlugin::FeatureSet PitchPlugin::getRemainingFeatures() {
         const auto decided = [&](const KaTessel::Pitch& pitch, bool voiced) { add(pitch, voiced, features); };
         m_tracker->finish([&](const KaTessel::Pitch& pitch) { m_voicing.add(pitch, pitch.confidence, decided); });
         m_voicing.finish(decided);
-        add(m_notes.finish(m_end), features);
+        for (const katessel::Note& note : m_notes.finish(m_end)) add(note, features);
         forget();
     });
 }
@@ -174,17 +174,16 @@ void PitchPlugin::add(const KaTessel::Pitch& pitch, bool voiced, FeatureSet& fea
     if (voiced) features[kFrequency].push_back(at(pitch.time, pitch.frequency));
     features[kConfidence].push_back(at(pitch.time, pitch.confidence));
     m_end = pitch.time + KaTessel::facts::kHopSeconds;
-    add(m_notes.add({pitch.time, voiced ? pitch.frequency : 0.0f, pitch.confidence}), features);
+    if (const auto note = m_notes.add({pitch.time, voiced ? pitch.frequency : 0.0f, pitch.confidence}))
+        add(*note, features);
 }
 
-void PitchPlugin::add(const std::vector<katessel::Note>& notes, FeatureSet& features) const {
-    for (const katessel::Note& note : notes) {
-        Feature feature = at(note.start, static_cast<float>(katessel::noteFrequency(note.number)));
-        feature.hasDuration = true;
-        feature.duration = Vamp::RealTime::fromSeconds(note.end - note.start);
-        feature.label = katessel::noteName(note.number);
-        features[kNotes].push_back(feature);
-    }
+void PitchPlugin::add(const katessel::Note& note, FeatureSet& features) const {
+    Feature feature = at(note.start, static_cast<float>(katessel::noteFrequency(note.number)));
+    feature.hasDuration = true;
+    feature.duration = Vamp::RealTime::fromSeconds(note.end - note.start);
+    feature.label = katessel::noteName(note.number);
+    features[kNotes].push_back(feature);
 }
 
 // `time` [s] counts from the first block on.

@@ -1,8 +1,8 @@
 // The pitch tracker as a Vamp plug-in: frequency, confidence and notes.
 //
-// It streams: what it gives does not depend on the blocks, comes while the host still reads, notes at the pause behind
-// them, and takes no memory that grows with the sound, but for 16 bytes each 5 ms since the last pause. Every feature
-// carries the instant that it is about, so that no latency is left in it.
+// It streams: what it gives does not depend on the blocks, comes while the host still reads, notes a second behind their
+// end, and takes no memory that grows with the sound. Every feature carries the instant that it is about, so that no
+// latency is left in it.
 #ifndef KATESSEL_VAMP_PITCHPLUGIN_H
 #define KATESSEL_VAMP_PITCHPLUGIN_H
 
@@ -48,7 +48,7 @@ private:
     void forget();
     void feed(const float* samples, std::size_t count, FeatureSet& features);
     void add(const KaTessel::Pitch& pitch, bool voiced, FeatureSet& features);
-    void add(const std::vector<katessel::Note>& notes, FeatureSet& features) const;
+    void add(const katessel::Note& note, FeatureSet& features) const;
     Feature at(double time, float value) const;
 
     float m_defaultThreshold;

@@ -7,6 +7,7 @@
 
 #include "recordings/base/Errors.h"
 #include "recordings/base/Text.h"
+#include "recordings/tracks/Midi.h"
 #include "recordings/tracks/Notes.h"
 #include "recordings/tracks/TrackRows.h"
 
@@ -15,7 +16,6 @@ namespace katessel {
 namespace {
 
 constexpr double kLongest = 12.0 * 3600.0;  // [s]
-constexpr int kBendCentre = 8192;
 
 enum class EventKind { tempo, noteOff, noteOn, bend, bendRange, end };
 
@@ -81,7 +81,7 @@ void readEvents(Bytes& bytes, std::size_t end, std::vector<Event>& events) {
         const int second = kind == 0xc0 || kind == 0xd0 ? 0 : bytes.next();
         if (kind == 0x90 && second > 0) events.push_back({tick, EventKind::noteOn, first});
         if (kind == 0x80 || (kind == 0x90 && second == 0)) events.push_back({tick, EventKind::noteOff, first});
-        if (kind == 0xe0) events.push_back({tick, EventKind::bend, (second << 7 | first) - kBendCentre});
+        if (kind == 0xe0) events.push_back({tick, EventKind::bend, (second << 7 | first) - midi::kBendCentre});
         if (kind == 0xb0 && first == 6) events.push_back({tick, EventKind::bendRange, second});
     }
 }
@@ -104,7 +104,7 @@ public:
             case EventKind::tempo: m_beat = 1e-6 * event.value; break;
             case EventKind::noteOn: m_note = event.value; break;
             case EventKind::noteOff: m_note = m_note == event.value ? -1 : m_note; break;
-            case EventKind::bend: m_bend = static_cast<double>(event.value) / kBendCentre; break;
+            case EventKind::bend: m_bend = static_cast<double>(event.value) / midi::kBendCentre; break;
             case EventKind::bendRange: m_bendRange = event.value; break;
             case EventKind::end: break;
         }

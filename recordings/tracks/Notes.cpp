@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace katessel {
@@ -13,115 +13,139 @@ constexpr float kMostCost = 1.0f;    // of one row
 constexpr float kEdgeCost = 4.0f;    // from silence to a note and back
 constexpr float kChangeCost = 8.0f;  // from one note to another
 
-// Unvoiced rows that cost any note more than to end and to begin again: all of them are silence.
-constexpr int kSureGap = static_cast<int>(2 * kEdgeCost / kMostCost) + 1;
+constexpr float kNever = std::numeric_limits<float>::infinity();
 
-constexpr int kNotes = 128;  // MIDI
-constexpr int kSilence = 0;  // state 0; state 1 + n is note lowest + n
-using State = std::uint8_t;
-
-int nearestNote(float frequency) {
-    return std::clamp(static_cast<int>(std::lround(midiNote(frequency))), 0, kNotes - 1);
-}
-
-// The cheapest path through the states, one row after the other (Viterbi).
-class Path {
-public:
-    Path(int lowest, int highest, std::size_t rows)
-        : m_lowest(lowest), m_states(highest - lowest + 2), m_cost(static_cast<std::size_t>(m_states), kEdgeCost) {
-        m_cost[kSilence] = 0.0f;
-        m_from.reserve(rows * m_cost.size());
-    }
-
-    void add(const PitchRow& row) {
-        const int bestNote = static_cast<int>(std::min_element(m_cost.begin() + 1, m_cost.end()) - m_cost.begin());
-        const float silence = m_cost[kSilence], best = m_cost[static_cast<std::size_t>(bestNote)];
-        const bool voiced = row.frequency > 0.0f;
-        const double pitch = voiced ? midiNote(row.frequency) : 0.0;
-        for (int s = 0; s < m_states; ++s) {
-            float& cost = m_cost[static_cast<std::size_t>(s)];
-            int from = s;
-            const auto offer = [&](int other, float price) {
-                if (price < cost) cost = price, from = other;
-            };
-            if (s == kSilence) {
-                offer(bestNote, best + kEdgeCost);
-                cost += voiced ? kMostCost : 0.0f;
-            } else {
-                offer(kSilence, silence + kEdgeCost);
-                offer(bestNote, best + kChangeCost);
-                const double distance = std::fabs(pitch - (m_lowest + s - 1));
-                cost += voiced ? std::min(static_cast<float>(distance), kMostCost) : kMostCost;
-            }
-            m_from.push_back(static_cast<State>(from));
-        }
-        // Only differences matter; sums of hours would lose them.
-        const float least = *std::min_element(m_cost.begin(), m_cost.end());
-        for (float& cost : m_cost) cost -= least;
-    }
-
-    // The note of each row, or -1 for silence.
-    std::vector<int> notes() const {
-        const std::size_t states = m_cost.size(), rows = m_from.size() / states;
-        std::size_t state = static_cast<std::size_t>(std::min_element(m_cost.begin(), m_cost.end()) - m_cost.begin());
-        // A note that still sounds ends with the recording.
-        if (state != kSilence && m_cost[state] + kEdgeCost > m_cost[kSilence]) state = kSilence;
-        std::vector<int> found(rows);
-        for (std::size_t r = rows; r-- > 0;) {
-            found[r] = state == kSilence ? -1 : m_lowest + static_cast<int>(state) - 1;
-            state = m_from[r * states + state];
-        }
-        return found;
-    }
-
-private:
-    int m_lowest, m_states;
-    std::vector<float> m_cost;  // of the cheapest path to each state
-    std::vector<State> m_from;  // rows x states: the state before on that path
-};
-
-// The notes of rows between two silences.
-std::vector<Note> notesOf(const PitchTrack& rows, double end) {
-    int lowest = kNotes, highest = -1;
-    for (const PitchRow& row : rows) {
-        if (row.frequency <= 0.0f) continue;
-        lowest = std::min(lowest, nearestNote(row.frequency));
-        highest = std::max(highest, nearestNote(row.frequency));
-    }
-    if (highest < 0) return {};
-    Path path(lowest, highest, rows.size());
-    for (const PitchRow& row : rows) path.add(row);
-
-    std::vector<Note> notes;
-    int before = -1;
-    const std::vector<int> numbers = path.notes();
-    for (std::size_t i = 0; i < numbers.size(); ++i) {
-        if (numbers[i] != before && before >= 0) notes.back().end = rows[i].time;
-        if (numbers[i] != before && numbers[i] >= 0) notes.push_back({rows[i].time, end, numbers[i]});
-        before = numbers[i];
-    }
-    return notes;
-}
+// The place of a row in a ring.
+std::size_t placeOf(std::int64_t row) { return static_cast<std::size_t>(row % (NoteDecoder::kMostLag + 1)); }
 
 }  // namespace
 
-std::vector<Note> NoteFinder::add(const PitchRow& row) {
-    m_rows.push_back(row);
-    m_gap = row.frequency > 0.0f ? 0 : m_gap + 1;
-    return m_gap < kSureGap ? std::vector<Note>() : finish(row.time);
+NoteDecoder::NoteDecoder(int lag) : m_lag(lag) {
+    m_cost.fill(kEdgeCost);
+    m_cost[kSilence] = 0.0f;
+    m_since.fill(0);
+}
+
+NoteDecoder::Stay NoteDecoder::bestNote() const {
+    std::array<float, 16> least;  // side by side, for vectors
+    least.fill(kNever);
+    for (std::size_t n = 0; n < kNotes; n += least.size())
+        for (std::size_t i = 0; i < least.size(); ++i) least[i] = std::min(least[i], m_cost[n + i]);
+    const float cost = *std::min_element(least.begin(), least.end());
+    const auto note = std::find(m_cost.begin(), m_cost.end() - 1, cost) - m_cost.begin();
+    return {static_cast<int>(note), m_since[static_cast<std::size_t>(note)]};
+}
+
+NoteDecoder::Stay NoteDecoder::best() const {
+    const Stay note = bestNote();
+    return costOf(note) < m_cost[kSilence] ? note : Stay{kSilence, m_since[kSilence]};
+}
+
+// The cheapest path to each state, one row further (Viterbi). Returns the cheapest of all.
+NoteDecoder::Stay NoteDecoder::extend(float frequency) {
+    const Stay note = bestNote(), silence{kSilence, m_since[kSilence]};
+    const float change = costOf(note) + kChangeCost, start = costOf(silence) + kEdgeCost,
+                end = costOf(note) + kEdgeCost;
+    const float entry = std::min(start, change);
+    m_moves[placeOf(m_taken)] = {change < start ? note : silence, note};
+
+    const bool isVoiced = frequency > 0.0f;
+    // Far from all notes where there is none.
+    const double pitch = isVoiced ? midiNote(frequency) : -2.0 * kNotes;
+    for (std::size_t n = 0; n < kNotes; ++n) {
+        m_since[n] = entry < m_cost[n] ? m_taken : m_since[n];
+        const auto distance = static_cast<float>(std::fabs(pitch - static_cast<double>(n)));
+        m_cost[n] = std::min(m_cost[n], entry) + std::min(distance, kMostCost);
+    }
+    if (end < m_cost[kSilence]) m_cost[kSilence] = end, m_since[kSilence] = m_taken;
+    m_cost[kSilence] += isVoiced ? kMostCost : 0.0f;
+    // Only differences matter; sums of hours would lose them.
+    const Stay newest = best();
+    const float least = costOf(newest);
+    for (float& cost : m_cost) cost -= least;
+    return newest;
+}
+
+// Where the path that is at `stay` was in a row that is not older than those that wait.
+int NoteDecoder::stateAt(std::int64_t row, Stay stay) const {
+    while (stay.since > row) {
+        const Moves& moves = m_moves[placeOf(stay.since)];
+        stay = stay.state == kSilence ? moves.beforeSilence : moves.beforeNotes;
+    }
+    return stay.state;
+}
+
+// Paths that were elsewhere are none any more: what was decided holds.
+void NoteDecoder::keepOnly(int state, std::int64_t row) {
+    const std::int64_t newest = m_taken - 1;
+    const int beforeNotes = stateAt(row, {0, newest});
+    for (int s = 0; s <= kSilence; ++s) {
+        const std::int64_t since = m_since[static_cast<std::size_t>(s)];
+        // Most paths came this row and from one place.
+        const int before = since == newest && s != kSilence ? beforeNotes : stateAt(row, {s, since});
+        if (before != state) m_cost[static_cast<std::size_t>(s)] = kNever;
+    }
+}
+
+NotedRow NoteDecoder::decided(int state) {
+    const PitchRow& row = m_rows[placeOf(m_decided)];
+    ++m_decided;
+    return {row, state == kSilence ? kNone : state};
+}
+
+std::optional<NotedRow> NoteDecoder::add(const PitchRow& row) {
+    const Stay newest = extend(row.frequency);
+    m_rows[placeOf(m_taken)] = row;
+    ++m_taken;
+    if (m_taken - m_decided <= m_lag) return std::nullopt;
+    const int state = stateAt(m_decided, newest);
+    keepOnly(state, m_decided);
+    return decided(state);
+}
+
+std::optional<NotedRow> NoteDecoder::finish() {
+    if (m_decided == m_taken) {
+        *this = NoteDecoder(m_lag);
+        return std::nullopt;
+    }
+    if (!m_last) {
+        m_last = best();
+        // A note that still sounds ends with the recording.
+        if (costOf(*m_last) + kEdgeCost > m_cost[kSilence]) m_last = Stay{kSilence, m_since[kSilence]};
+    }
+    return decided(stateAt(m_decided, *m_last));
+}
+
+std::optional<Note> NoteFinder::take(const NotedRow& decided) {
+    const int sounding = m_open ? m_open->number : NoteDecoder::kNone;
+    if (decided.note == sounding) return std::nullopt;
+    std::optional<Note> ended = std::exchange(m_open, std::nullopt);
+    if (ended) ended->end = decided.row.time;
+    if (decided.note != NoteDecoder::kNone) m_open = Note{decided.row.time, 0.0, decided.note};
+    return ended;
+}
+
+std::optional<Note> NoteFinder::add(const PitchRow& row) {
+    const std::optional<NotedRow> decided = m_decoder.add(row);
+    return decided ? take(*decided) : std::nullopt;
 }
 
 std::vector<Note> NoteFinder::finish(double end) {
-    m_gap = 0;
-    return notesOf(std::exchange(m_rows, {}), end);
+    std::vector<Note> notes;
+    while (const std::optional<NotedRow> decided = m_decoder.finish())
+        if (const std::optional<Note> ended = take(*decided)) notes.push_back(*ended);
+    if (m_open) notes.push_back({m_open->start, end, m_open->number});
+    m_open.reset();
+    return notes;
 }
 
 std::vector<Note> findNotes(const PitchTrack& track, double end) {
     std::vector<Note> notes;
-    const auto append = [&](const std::vector<Note>& more) { notes.insert(notes.end(), more.begin(), more.end()); };
     NoteFinder finder;
-    for (const PitchRow& row : track) append(finder.add(row));
-    append(finder.finish(end));
+    for (const PitchRow& row : track)
+        if (const std::optional<Note> ended = finder.add(row)) notes.push_back(*ended);
+    const std::vector<Note> rest = finder.finish(end);
+    notes.insert(notes.end(), rest.begin(), rest.end());
     return notes;
 }
 

@@ -1,9 +1,5 @@
 // What an audio thread may rely on: a block costs no call of the system, so that nothing can make it wait.
 #include <gtest/gtest.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -14,24 +10,10 @@
 #include "katessel/Globals.h"
 #include "katessel/KTessel.h"
 #include "support/TemporaryFolder.h"
+#include "support/WithoutSystem.h"
 
 namespace KaTessel::tests {
 namespace {
-
-// Runs `work` in a process of its own that is killed at its first call of the system. Returns how that process ended, as
-// waitpid does.
-template <class Work>
-int statusWithoutSystem(Work work) {
-    const pid_t child = fork();
-    if (child == 0) {
-        prctl(PR_SET_SECCOMP, SECCOMP_MODE_STRICT);
-        work();
-        syscall(SYS_exit, 0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    return status;
-}
 
 TEST(RealTime, ABlockCallsNoSystem) {
     const int measures = std::exchange(performance_analysis_, 0);  // the sum of processor time is the system's to tell

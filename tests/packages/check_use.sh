@@ -12,10 +12,10 @@ sound=$source/examples/audio/speech_nathalie.ogg
 failed() { echo "failed: $*"; exit 1; }
 field() { dpkg-deb -f "$packages/$1"_*.deb "$2"; }
 
-echo "-- six packages, which this system could install"
+echo "-- seven packages, which this system could install"
 [ "$(cd "$packages" && ls -- *.deb | sed 's/_.*//' | LC_ALL=C sort | tr '\n' ' ')" = \
-    "katessel katessel-data libkatessel-dev libkatessel1 python3-katessel vamp-plugin-katessel " ] || failed "names"
-apt-get install --simulate -qq "$(readlink -f "$packages")"/*.deb | grep -c '^Inst .*katessel' | grep -qx 6 || failed "apt-get"
+    "katessel katessel-data katessel-plugins libkatessel-dev libkatessel1 python3-katessel vamp-plugin-katessel " ] || failed "names"
+apt-get install --simulate -qq "$(readlink -f "$packages")"/*.deb | grep -c '^Inst .*katessel' | grep -qx 7 || failed "apt-get"
 [[ $(field katessel Depends) == *"libkatessel1 (= "*libsndfile1* ]] || failed "dependencies of the tool"
 dpkg-deb -I "$packages"/libkatessel1_*.deb triggers | grep -qx 'activate-noawait ldconfig' || failed "trigger"
 
@@ -50,3 +50,6 @@ folder=$(vamp-simple-host -p 2>/dev/null | while read -r each; do [ ! -e "$root$
 [ -n "$folder" ] || failed "no folder where hosts look has the plug-in"
 VAMP_PATH=$folder vamp-simple-host katessel:pitch:f0 "$sound" >"$scratch/f0" 2>/dev/null
 [ "$(wc -l <"$scratch/f0")" -gt 300 ] || failed "the plug-in heard $(wc -l <"$scratch/f0") voiced values"
+
+echo "-- plug-ins for audio workstations"
+"$source/tests/bindings/check_plugins.sh" "$root/usr/lib"

@@ -62,21 +62,40 @@ TEST(Notes, WhatIsTooShortIsNoNote) {
                 {{0.435, 0.48, 60}});
     expectNotes(Track().add(0.2, 60).add(0.07, 72).add(0.2, 60).add(0.09, 67).add(0.2, 60),
                 {{0.0, 0.47, 60}, {0.47, 0.56, 67}, {0.56, 0.76, 60}});
+    expectNotes(Track().add(0.2, 60).add(0.04, kUnvoiced).add(0.2, 60), {{0.0, 0.44, 60}});
+    expectNotes(Track().add(0.2, kUnvoiced).add(0.035, 60), {});
     expectNotes(Track().add(0.2, 60).add(0.035, kUnvoiced).add(0.2, 60).add(0.045, kUnvoiced).add(0.2, 60),
                 {{0.0, 0.435, 60}, {0.48, 0.68, 60}});
 }
 
-// Row by row, a note comes when a gap behind it is longer than any that a note goes on after, and not before.
-TEST(Notes, ComeWithTheGapBehindThem) {
+// Row by row: everything is decided the lag after it, once, and without an end the last note is silence.
+TEST(Notes, ComeWithTheLagOfTheirDecoder) {
     const PitchTrack rows =
         Track().add(0.1, kUnvoiced).add(0.1, 57).add(0.1, 64).add(0.045, kUnvoiced).add(0.1, 60).rows;
-    NoteFinder finder;
-    std::vector<std::size_t> arrivals;
-    for (std::size_t i = 0; i < rows.size(); ++i) arrivals.insert(arrivals.end(), finder.add(rows[i]).size(), i);
-    EXPECT_EQ(arrivals, (std::vector<std::size_t>{68, 68}));
-    ASSERT_EQ(finder.finish(0.445).size(), 1u);
-    EXPECT_EQ(finder.finish(0.445).size(), 0u);
-    expectNotes(Track().add(0.2, 60).add(0.04, kUnvoiced).add(0.2, 60), {{0.0, 0.44, 60}});
+    for (const int lag : {1, 24, 200}) {
+        NoteDecoder decoder(lag);
+        std::vector<int> notes;
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const std::optional<NotedRow> decided = decoder.add(rows[i]);
+            ASSERT_EQ(decided.has_value(), i >= static_cast<std::size_t>(lag)) << i;
+            if (!decided) continue;
+            EXPECT_EQ(decided->row.time, rows[notes.size()].time);
+            notes.push_back(decided->note);
+        }
+        while (const std::optional<NotedRow> decided = decoder.finish()) notes.push_back(decided->note);
+        ASSERT_EQ(notes.size(), rows.size());
+        if (lag < 24) continue;
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            EXPECT_EQ(notes[i], i < 20 ? -1 : i < 40 ? 57 : i < 60 ? 64 : i < 69 ? -1 : 60) << i << " lag " << lag;
+    }
+    // What comes once the row is decided cannot change it: 60 ms later the octave seems to be the next note.
+    const PitchTrack jump = Track().add(0.2, 60).add(0.07, 72).add(0.2, 60).rows;
+    NoteDecoder hasty(12);
+    std::vector<int> notes;
+    for (const PitchRow& row : jump)
+        if (const std::optional<NotedRow> decided = hasty.add(row)) notes.push_back(decided->note);
+    EXPECT_EQ(notes.at(40), 72);
+    EXPECT_EQ(notes.at(53), 72);
 }
 
 TEST(Notes, AVibratoIsOneNote) { expectNotes(Track().addVibrato(1.0, 62), {{0.0, 1.0, 62}}); }
