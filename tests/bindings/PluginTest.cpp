@@ -171,7 +171,9 @@ TEST(Plugin, NotesAreThoseOfFiles) {
         const std::vector<MidiMessage> begins = host.midi(kNoteOn), ends = host.midi(kNoteOff);
         ASSERT_EQ(begins.size(), notes.size());
         ASSERT_EQ(ends.size(), notes.size());
-        const auto sampleOf = [&](double time) { return std::lround(std::ceil(time * rate - 1e-6)) + host.latency(); };
+        const auto sampleOf = [&, rate = rate](double time) {
+            return std::lround(std::ceil(time * rate - 1e-6)) + host.latency();
+        };
         for (std::size_t i = 0; i < notes.size(); ++i) {
             EXPECT_EQ(begins[i].bytes, (std::array<int, 3>{kNoteOn, notes[i].number, 96}));
             EXPECT_EQ(begins[i].sample, sampleOf(notes[i].start));
