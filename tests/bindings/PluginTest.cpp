@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cmath>
-#include <csignal>
 #include <cstdlib>
 #include <katessel/Tracker.hpp>
 #include <katessel/Voicing.hpp>
@@ -139,7 +138,7 @@ TEST(Plugin, BlocksChangeNothing) {
         const std::vector<float> sound = melody(rate);
         std::vector<MidiMessage> expected;
         for (const std::size_t size : {4096u, 1u, 7u, 64u, 441u, 1000u}) {
-            if (size == 1 && rate > 48000) continue;  // takes long
+            if (size == 1 && (rate > 48000 || !kCounts)) continue;  // takes long
             SCOPED_TRACE(std::to_string(rate) + " Hz, blocks of " + std::to_string(size));
             ClapHost host(clap());
             host.start(rate);
