@@ -9,7 +9,6 @@
 
 #include <atomic>
 #include <cmath>
-#include <csignal>
 #include <cstdlib>
 #include <katessel/Tracker.hpp>
 #include <katessel/Voicing.hpp>
@@ -78,6 +77,13 @@ std::vector<float> melody(int rate) {
                    glide(rate, 0.3, 261.63, 269.29), silence(rate, 1.3)});
 }
 
+// As long as before; nothing comes first.
+std::vector<float> later(const std::vector<float>& sound, int samples) {
+    std::vector<float> all = joined({std::vector<float>(static_cast<std::size_t>(samples)), sound});
+    all.resize(sound.size());
+    return all;
+}
+
 std::vector<Note> notesOfFiles(int rate, const std::vector<float>& sound, float threshold) {
     katessel::PitchTrack rows;
     VoicingFilter<Pitch> voicing({threshold, usualVoicing(Form::live)});
@@ -139,19 +145,15 @@ TEST(Plugin, BlocksChangeNothing) {
         const std::vector<float> sound = melody(rate);
         std::vector<MidiMessage> expected;
         for (const std::size_t size : {4096u, 1u, 7u, 64u, 441u, 1000u}) {
-            if (size == 1 && rate > 48000) continue;  // takes long
+            if (size == 1 && (rate > 48000 || !kCounts)) continue;  // takes long
             SCOPED_TRACE(std::to_string(rate) + " Hz, blocks of " + std::to_string(size));
             ClapHost host(clap());
             host.start(rate);
-            const std::vector<float> heard = host.play(sound, size);
-            const auto latency = static_cast<std::size_t>(host.latency());
-            EXPECT_NEAR(static_cast<double>(latency) / rate, 0.1415, 0.0005);
-            for (std::size_t i = 0; i < sound.size(); ++i)
-                ASSERT_EQ(heard[i], i < latency ? 0.0f : sound[i - latency]) << i;
+            EXPECT_EQ(host.play(sound, size), later(sound, host.latency()));
+            EXPECT_EQ(host.latency(), Tracker(rate).latency() + rate / 10);
             EXPECT_EQ(host.disorders, 0);
             if (size == 4096) expected = host.midi();
-            ASSERT_EQ(host.midi().size(), expected.size());
-            for (std::size_t i = 0; i < expected.size(); ++i) ASSERT_EQ(host.midi()[i], expected[i]) << i;
+            EXPECT_TRUE(host.midi() == expected);
         }
         EXPECT_GT(expected.size(), 50u);
     }
@@ -171,7 +173,9 @@ TEST(Plugin, NotesAreThoseOfFiles) {
         const std::vector<MidiMessage> begins = host.midi(kNoteOn), ends = host.midi(kNoteOff);
         ASSERT_EQ(begins.size(), notes.size());
         ASSERT_EQ(ends.size(), notes.size());
-        const auto sampleOf = [&](double time) { return std::lround(std::ceil(time * rate - 1e-6)) + host.latency(); };
+        const auto sampleOf = [&, rate = rate](double time) {
+            return std::lround(std::ceil(time * rate - 1e-6)) + host.latency();
+        };
         for (std::size_t i = 0; i < notes.size(); ++i) {
             EXPECT_EQ(begins[i].bytes, (std::array<int, 3>{kNoteOn, notes[i].number, 96}));
             EXPECT_EQ(begins[i].sample, sampleOf(notes[i].start));
@@ -190,7 +194,6 @@ TEST(Plugin, BendsFollowThePitch) {
     ClapHost host(clap());
     host.set("bend_range", kRange);
     host.start(kRate);
-    ASSERT_EQ(host.latency() % kHop, 72) << "what is due lies in the blocks below, and not at their edges";
     int note = -1, count = 0;
     double bend = 0.0;
     std::size_t heard = 0;
@@ -202,7 +205,7 @@ TEST(Plugin, BendsFollowThePitch) {
             if (message.kind() == kNoteOn) note = message.bytes[1];
         }
         if (note < 0) continue;
-        const Pitch& row = rows.at((at + kHop - static_cast<std::size_t>(host.latency())) / kHop);
+        const Pitch& row = rows.at((at + kHop - 1 - static_cast<std::size_t>(host.latency())) / kHop);
         const double pitch = katessel::midiNote(row.frequency);
         ASSERT_NEAR(note + bend, pitch, 0.51 * kRange / 8192) << row.time;
         ASSERT_EQ(host.valueOf("frequency"), row.frequency);
@@ -224,10 +227,10 @@ TEST(Plugin, NoNoteStaysBehind) {
     std::vector<float> sound = tone(kRate, 2.0, 220.0);
     ClapHost host(clap());
     host.start(kRate);
+    std::size_t at = 0;
     const auto play = [&](double seconds) {
-        static std::size_t at = 0;
-        const auto count = static_cast<std::size_t>(kRate * seconds);
-        for (std::size_t end = at + count; at < end; at += 480) host.process(sound.data() + at, 480);
+        const std::size_t end = at + static_cast<std::size_t>(kRate * seconds);
+        for (; at < end; at += 480) host.process(sound.data() + at, 480);
     };
     play(0.4);
     host.set("channel", 5);
@@ -246,11 +249,10 @@ TEST(Plugin, NoNoteStaysBehind) {
     EXPECT_EQ(status, (std::vector<int>{0x90, 0x80, 0x94, 0x84, 0x94}));
 
     host.takesEvents = false;
-    std::vector<float> quiet = silence(kRate, 1.0);
-    for (std::size_t at = 0; at < 24000; at += 480) host.process(quiet.data() + at, 480);
+    host.play(silence(kRate, 0.5), 480);
     EXPECT_EQ(host.midi(kNoteOff).size(), 2u);
     host.takesEvents = true;
-    for (std::size_t at = 24000; at < 28800; at += 480) host.process(quiet.data() + at, 480);
+    host.play(silence(kRate, 0.1), 480);
     ASSERT_EQ(host.midi(kNoteOff).size(), 3u);
     EXPECT_EQ(host.midi().back().bytes[0], 0x84);
 }
@@ -270,11 +272,7 @@ TEST(Plugin, LookAheadIsLatency) {
     EXPECT_EQ(before - host.latency(), kRate * 80 / 1000);
     EXPECT_EQ(host.restarts, restarts + 1);
     host.start(kRate);  // as hosts do then: all begins anew
-    const std::vector<float> heard = host.play(sound, 480);
-    for (std::size_t i = 0; i < sound.size(); ++i)
-        ASSERT_EQ(heard[i], i < static_cast<std::size_t>(host.latency())
-                                ? 0.0f
-                                : sound[i - static_cast<std::size_t>(host.latency())]);
+    EXPECT_EQ(host.play(sound, 480), later(sound, host.latency()));
 }
 
 // What is no number is silence to the analysis and nothing but itself in the sound; everything after it is as always.
@@ -289,7 +287,7 @@ TEST(Plugin, SurvivesWhatIsNoNumber) {
     other.start(48000);
     const std::vector<float> heard = host.play(sound, 512);
     other.play(silenced, 512);
-    EXPECT_EQ(host.midi(), other.midi());
+    EXPECT_TRUE(host.midi() == other.midi());
     EXPECT_TRUE(std::isnan(heard[20000 + static_cast<std::size_t>(host.latency())]));
 }
 
@@ -321,7 +319,7 @@ TEST(Plugin, StateComesBack) {
     ASSERT_TRUE(host.ask<clap_plugin_state_t>(CLAP_EXT_STATE).load(host.plugin(), &in));
     for (const auto& [symbol, value] : values) EXPECT_EQ(host.valueOf(symbol), value) << symbol;
     host.start(48000);
-    EXPECT_NEAR(host.latency() / 48000.0, 0.0865, 0.0005);
+    EXPECT_EQ(host.latency(), Tracker(48000).latency() + 45 * 48);
 }
 
 // An audio thread must never wait: no allocation and no call of the system, whatever the sound and the parameters do.
@@ -358,7 +356,6 @@ TEST(Plugin, WithoutAModelTheSoundGoesThrough) {
     EXPECT_TRUE(host.midi().empty());
 }
 
-// A host that is fast enough for a test: it reads events where DPF puts them, and knows what LV2's names mean to it.
 TEST(Plugin, Lv2PlaysTheSame) {
     const std::vector<float> sound = melody(48000);
     ClapHost clapHost(clap());

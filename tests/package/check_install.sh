@@ -16,14 +16,14 @@ libdir=$(dirname "$(find "$root" -name libKaTesselLib.so.1 | head -n 1)")
 echo "-- nothing of the place where it was built"
 # Files by their folders, as the name of a short folder alone occurs in machine code. What is for debuggers only a build with
 # tests has, and clang names lambdas by their places there.
-find "$root" -type f \( -name '*.so*' -o -name '*.a' \) -exec strip --strip-debug {} +
+find "$root" -type f \( -name '*.so*' -o -name '*.clap' -o -name '*.a' \) -exec strip --strip-debug {} +
 places=()
 for folder in "$source"/*/; do places+=(-e "$folder"); done
 for folder in "$build"/*/; do places+=(-e "$folder"); done
 if grep -rlF "${places[@]}" "$root"; then echo "expected no file's place in these"; exit 1; fi
 
 echo "-- hardened"
-mapfile -t binaries < <(find "$root" -type f \( -name '*.so*' -o -path '*/bin/*' -o -path '*/libexec/*' \))
+mapfile -t binaries < <(find "$root" -type f \( -name '*.so*' -o -name '*.clap' -o -path '*/bin/*' -o -path '*/libexec/*' \))
 for binary in "${binaries[@]}"; do
     readelf -dlW --dyn-syms "$binary" >"$scratch/marks"
     marks=('file type is DYN' BIND_NOW GNU_RELRO __stack_chk_fail)
