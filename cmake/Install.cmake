@@ -27,3 +27,15 @@ file(RELATIVE_PATH KATESSEL_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconf
 configure_file(cmake/katessel.pc.in ${CMAKE_CURRENT_BINARY_DIR}/katessel.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/katessel.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
+
+# For Windows all of it as a zip, by cpack.
+if(WIN32)
+  install(FILES ${PROJECT_SOURCE_DIR}/src/api/exports.def DESTINATION ${CMAKE_INSTALL_LIBDIR} RENAME KaTesselLib.def
+    COMPONENT development)
+  configure_file(cmake/windows.txt.in ${CMAKE_CURRENT_BINARY_DIR}/README.txt @ONLY NEWLINE_STYLE DOS)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/README.txt DESTINATION . COMPONENT development)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGE_FILE_NAME katessel-${PROJECT_VERSION}-windows-x86_64)
+  set(CPACK_STRIP_FILES ON)
+  include(CPack)
+endif()
