@@ -1,12 +1,22 @@
 # Builds for another processor with Debian's cross compilers, and runs the tests under qemu-user. KATESSEL_MACHINE says which:
-# aarch64, s390x, ..
+# aarch64, arm, s390x, ..; i686, whose programs run as they are.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES KATESSEL_MACHINE)
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR ${KATESSEL_MACHINE})
 set(triplet ${KATESSEL_MACHINE}-linux-gnu)
+if(KATESSEL_MACHINE STREQUAL arm)
+  string(APPEND triplet eabihf)
+endif()
 set(CMAKE_C_COMPILER ${triplet}-gcc)
 set(CMAKE_CXX_COMPILER ${triplet}-g++)
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${KATESSEL_MACHINE};-L;/usr/${triplet})
+if(KATESSEL_MACHINE STREQUAL i686)
+  set(CMAKE_CROSSCOMPILING_EMULATOR /usr/${triplet}/lib/ld-linux.so.2;--library-path;/usr/${triplet}/lib)
+  # The tests compute as the library does.
+  set(CMAKE_C_FLAGS_INIT "-msse2 -mfpmath=sse")
+  set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse")
+else()
+  set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${KATESSEL_MACHINE};-L;/usr/${triplet})
+endif()
 set(CMAKE_FIND_ROOT_PATH /usr/${triplet})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

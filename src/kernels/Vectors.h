@@ -34,17 +34,29 @@ KATESSEL_INLINE Vec select(Mask m, Vec yes, Vec no) {
     return reinterpret_cast<Vec>((m & reinterpret_cast<Mask>(yes)) | (~m & reinterpret_cast<Mask>(no)));
 }
 
+// Lanes of two vectors, those of `b` numbered on from those of `a`; as many as are named.
+template <int... lane, typename Vector>
+KATESSEL_INLINE auto shuffled(Vector a, Vector b) {
+#if defined(__clang__) || __GNUC__ >= 12
+    return __builtin_shufflevector(a, b, lane...);
+#else
+    typedef int Numbers __attribute__((vector_size(sizeof(Vector))));
+    typedef float Lanes __attribute__((vector_size(sizeof...(lane) * sizeof(float))));
+    const Vector all = __builtin_shuffle(a, b, Numbers{lane...});
+    Lanes first;
+    __builtin_memcpy(&first, &all, sizeof first);
+    return first;
+#endif
+}
+
 // A vector folded to four lanes, each a partial sum.
 KATESSEL_INLINE V4 fold(V4 v) { return v; }
 #if KATESSEL_LANES >= 8
-KATESSEL_INLINE V4 fold(V8 v) {
-    return __builtin_shufflevector(v, v, 0, 1, 2, 3) + __builtin_shufflevector(v, v, 4, 5, 6, 7);
-}
+KATESSEL_INLINE V4 fold(V8 v) { return shuffled<0, 1, 2, 3>(v, v) + shuffled<4, 5, 6, 7>(v, v); }
 #endif
 #if KATESSEL_LANES >= 16
 KATESSEL_INLINE V4 fold(V16 v) {
-    return fold(__builtin_shufflevector(v, v, 0, 1, 2, 3, 4, 5, 6, 7) +
-                __builtin_shufflevector(v, v, 8, 9, 10, 11, 12, 13, 14, 15));
+    return fold(shuffled<0, 1, 2, 3, 4, 5, 6, 7>(v, v) + shuffled<8, 9, 10, 11, 12, 13, 14, 15>(v, v));
 }
 #endif
 
@@ -56,9 +68,9 @@ KATESSEL_INLINE float sum(Vec v) {
 // The sums of four vectors.
 KATESSEL_INLINE V4 sums(Vec a, Vec b, Vec c, Vec d) {
     const V4 fa = fold(a), fb = fold(b), fc = fold(c), fd = fold(d);
-    const V4 ab = __builtin_shufflevector(fa, fb, 0, 4, 1, 5) + __builtin_shufflevector(fa, fb, 2, 6, 3, 7);
-    const V4 cd = __builtin_shufflevector(fc, fd, 0, 4, 1, 5) + __builtin_shufflevector(fc, fd, 2, 6, 3, 7);
-    return __builtin_shufflevector(ab, cd, 0, 1, 4, 5) + __builtin_shufflevector(ab, cd, 2, 3, 6, 7);
+    const V4 ab = shuffled<0, 4, 1, 5>(fa, fb) + shuffled<2, 6, 3, 7>(fa, fb);
+    const V4 cd = shuffled<0, 4, 1, 5>(fc, fd) + shuffled<2, 6, 3, 7>(fc, fd);
+    return shuffled<0, 1, 4, 5>(ab, cd) + shuffled<2, 3, 6, 7>(ab, cd);
 }
 
 // Applies f to whole vectors of x and, for the rest, to a vector filled up with zeros.
@@ -76,7 +88,7 @@ KATESSEL_INLINE void inPlace(float* x, int n, Function f) {
 // Lanes of two vectors, of which index(lane) says which: those of `a` from 0 on, those of `b` from kLanes on.
 template <int (*index)(int), int... lane>
 KATESSEL_INLINE Vec picked(Vec a, Vec b, std::integer_sequence<int, lane...>) {
-    return __builtin_shufflevector(a, b, index(lane)...);
+    return shuffled<index(lane)...>(a, b);
 }
 template <int (*index)(int)>
 KATESSEL_INLINE Vec picked(Vec a, Vec b) {

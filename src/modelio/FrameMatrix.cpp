@@ -23,6 +23,7 @@ constexpr float kDumpPeriod = 0.005f;  // [s] the engine's hop
 constexpr std::int32_t kMaxFrames = 100000;
 constexpr std::int32_t kMaxFrameSize = 1000;
 constexpr std::int64_t kMaxBytes = 400'000'000;  // of the rows of a statistics file, as much as the longest context has
+constexpr std::int64_t kRowBytes = 24;  // beside its values, as of 64-bit machines, so that all take the same files
 
 // A frame file being written, the period already in it. Remembers the first thing that went wrong.
 class DumpFile {
@@ -106,7 +107,7 @@ std::string readCounts(MatrixFile& in, std::int32_t& count, std::int32_t& length
     if (!in.read(count)) return "ends within the row count";
     if (!in.read(length)) return "ends within the row length";
     // Rows without values count as well: two billion of them cost a file nothing.
-    const std::int64_t perRow = static_cast<std::int64_t>(sizeof(std::vector<float>)) + 4 * std::int64_t{length};
+    const std::int64_t perRow = kRowBytes + 4 * std::int64_t{length};
     if (count >= 0 && length >= 0 && count <= kMaxBytes / perRow) return {};
     return "claims " + std::to_string(count) + " rows of " + std::to_string(length) + " values";
 }
