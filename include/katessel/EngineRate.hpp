@@ -13,9 +13,11 @@
 
 namespace KaTessel {
 
-// The FIR of the engine's resampler: out[k] from the facts::kFilterTaps samples that begin (part + k * rate) / facts::kRate
-// samples behind `in`, whole samples and what is left between the middle two. A value is the same in a run of any length.
-// Throws std::bad_alloc when there is no memory for the filter, in a program's first call or never.
+// The FIR of the engine's resampler, at any ratio: out[k], `count` values at facts::kRate, from the facts::kFilterTaps samples
+// of `in` that begin at the whole part of (part + k * rate) / facts::kRate; the rest of it places the value between the
+// middle two. `part` is 0 or more, `rate` [Hz] that of the samples in `in`, 1 to facts::kHighestRate; `in` holds all that the
+// last value takes. A value is the same in a run of any length. Throws std::bad_alloc when there is no memory for the filter,
+// in a program's first call or never.
 KATESSEL_API void resampledValues(const float* in, int part, int rate, float* out, int count);
 
 inline namespace v1 {
