@@ -22,8 +22,8 @@ OnProgress RecordingProgress::watch(const std::string& stage, double seconds) {
     return [this](double done) { advance(done); };
 }
 
-Recording readRecording(const std::string& path, RecordingProgress& progress) {
-    RecordingStream sound(path);
+Recording readRecording(const std::string& path, RecordingProgress& progress, const SoundSelection& selection) {
+    RecordingStream sound(path, selection);
     return readRecording(sound, progress.watch("reading", sound.expectedSeconds()));
 }
 

@@ -35,8 +35,8 @@ private:
     double m_seconds = 0.0;
 };
 
-// The two stages that commands share: a recording read as a whole, and its track, its voicing undecided.
-Recording readRecording(const std::string& path, RecordingProgress& progress);
+// The two stages that commands share: a recording read as a whole or in part, and its track, its voicing undecided.
+Recording readRecording(const std::string& path, RecordingProgress& progress, const SoundSelection& selection = {});
 PitchTrack trackRecording(const Model& model, TrackMode mode, const Recording& recording, const std::string& path,
                           RecordingProgress& progress);
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "apps/batch/InputSelection.h"
+#include "recordings/audio/Excerpt.h"
 #include "tracking/RecordingTracker.h"
 
 namespace katessel {
@@ -23,7 +24,7 @@ struct TrackOptions {
     std::optional<TrackMode> mode;          // none: offline, or live where a block size is given
     std::optional<int> blockSize;           // [samples]; none: every frame
     std::optional<int> channel;             // from 1 on; none: the average of all
-    std::optional<double> start, duration;  // [s]
+    Excerpt excerpt;
     std::optional<std::string> raw;
     bool allowDamaged = false;
 

@@ -125,7 +125,7 @@ TrackSettings chooseSettings(const TrackOptions& options, const TrackFormat& def
     settings.channel = options.channel;
     if (options.raw) settings.raw = parseRawForm(*options.raw);
     settings.allowDamaged = options.allowDamaged;
-    settings.excerpt = {options.start.value_or(0.0), options.duration};
+    settings.excerpt = options.excerpt;
     settings.format = options.format ? &trackFormat(*options.format) : &defaultFormat;
     chooseRows(options, settings);
     return settings;

@@ -8,7 +8,6 @@
 #include "apps/batch/TrackOptions.h"
 #include "apps/formats/TrackFormat.h"
 #include "recordings/audio/SoundSource.h"
-#include "recordings/tracks/Excerpt.h"
 #include "tracking/Model.h"
 
 namespace katessel {

@@ -114,9 +114,7 @@ double TrackWorker::run(const TrackJob& job, std::string& damage, RecordingProgr
         m_tracker.track(recording, job.input, onRow);
     }
     damage = sound.damage();
-    const double end = excerpt.end(excerpt.readFrom() + sound.seconds());
-    if (end <= excerpt.start)
-        fail(kCannotRead, job.input, "sound at " + shortNumber(excerpt.start) + " s", "its end before that");
+    const double end = excerpt.end(excerpt.readFrom() + sound.seconds(), job.input);
     output.finish(end);
     return end - excerpt.start;
 }

@@ -1,6 +1,7 @@
 #include "apps/commands/Commands.h"
 
 #include <cstdlib>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -30,6 +31,32 @@ void applyInstructionChoice() {
 
 CLI::Validator numberBetween(double least, double most) {
     return CLI::Validator([=](std::string& text) { return numberProblem(text, least, most); }, "");
+}
+
+void addExcerptOptions(CLI::App& command, Excerpt& excerpt) {
+    const CLI::Validator clock(
+        [](std::string& text) {
+            text = clockSeconds(text);
+            return std::string();
+        },
+        "");
+    const CLI::Validator within = numberBetween(0.0, kMostSeconds);
+    command.add_option("--start,--from", excerpt.start, "Begin at this instant of the recording [s, min:s or h:min:s]")
+        ->transform(clock)
+        ->check(within);
+    const auto end = std::make_shared<std::optional<double>>();
+    CLI::Option* to = command.add_option("--to", *end, "End at this instant")->transform(clock)->check(within);
+    command.add_option("--duration", excerpt.duration, "End after this time [s]")
+        ->transform(clock)
+        ->check(numberBetween(0.001, kMostSeconds))
+        ->excludes(to);
+    command.parse_complete_callback([&excerpt, end] {
+        if (!*end) return;
+        if (**end <= excerpt.start)
+            failUsage(kWrongUsage, "--to", "an instant after " + shortNumber(excerpt.start) + " s",
+                      shortNumber(**end));
+        excerpt.duration = **end - excerpt.start;
+    });
 }
 
 void addQuietOption(CLI::App& command, bool& quiet) {

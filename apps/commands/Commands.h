@@ -7,6 +7,7 @@
 #include <string>
 
 #include "apps/commands/CommandList.h"
+#include "recordings/audio/Excerpt.h"
 #include "tracking/RecordingTracker.h"
 
 namespace katessel {
@@ -24,7 +25,8 @@ CLI::Validator numberBetween(double least, double most);
 
 constexpr double kMostSeconds = 1e9, kMostHertz = 1e6;  // of any option
 
-// Options that several commands share: --quiet; --threshold; --model; --mode, as a whole or as a host streams it; and --voicing.
+// Options that several commands share: --start, --to and --duration; --quiet; --threshold; --model; --mode, as a whole or as a host streams it; and --voicing.
+void addExcerptOptions(CLI::App& command, Excerpt& excerpt);
 void addQuietOption(CLI::App& command, bool& quiet);
 void addThresholdOption(CLI::App& command, std::optional<double>& threshold,
                         const std::string& meaning = "a frame counts as voiced (default: as for track)");

@@ -26,11 +26,7 @@ void addPlotCommand(CLI::App& app, void (*run)(const PlotOptions&)) {
     command->add_option("-o,--output", options.output, "The picture: a name that ends with .png or .svg")
         ->type_name("FILE")
         ->required();
-    command->add_option("--start", options.start, "First instant that is shown [s]")
-        ->check(numberBetween(0.0, kMostSeconds))
-        ->capture_default_str();
-    command->add_option("--duration", options.duration, "Seconds that are shown (default: up to the end)")
-        ->check(numberBetween(0.001, kMostSeconds));
+    addExcerptOptions(*command, options.excerpt);
     command->add_option("--track", options.track, "Show this track or .f0 file instead of tracking")->type_name("FILE");
     command->add_option("--overlay", options.overlays, "NAME=FILE: show this track or .f0 file as well")
         ->allow_extra_args(false);

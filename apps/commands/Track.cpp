@@ -79,10 +79,7 @@ void addInputOptions(CLI::App& command, TrackOptions& options) {
                      "all the same");
     command.add_option("--channel", options.channel, "Take this channel, from 1 on (default: the average)")
         ->check(fromOne());
-    command.add_option("--start", options.start, "Begin at this instant of the recording [s]")
-        ->check(numberBetween(0.0, kMostSeconds));
-    command.add_option("--duration", options.duration, "End after this time [s]")
-        ->check(numberBetween(1e-6, kMostSeconds));
+    addExcerptOptions(command, options.excerpt);
 }
 
 void addOutputOptions(CLI::App& command, TrackOptions& options) {

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <tuple>
 #include <utility>
 
 #include "apps/batch/RecordingProgress.h"
@@ -24,7 +23,6 @@ namespace {
 
 constexpr int kLeastWidth = 320, kLeastHeight = 240, kMostPixels = 20000;
 constexpr double kLowestFrequency = 50.0;  // [Hz] of a logarithmic axis
-constexpr double kContext = 1.0;  // [s] around the part that is shown, so that its edges are tracked like the rest
 
 struct Size {
     int width = 0, height = 0;
@@ -56,29 +54,6 @@ FrequencyScale scaleOf(const PlotOptions& options) {
         failUsage("wrong frequency", "--top-frequency", "more than the bottom's " + shortNumber(bottom) + " Hz",
                   shortNumber(options.topFrequency));
     return FrequencyScale(bottom, options.topFrequency, !options.linear);
-}
-
-// The part that is shown, as start and duration [s].
-std::pair<double, double> partOf(const PlotOptions& options, const Recording& recording) {
-    const std::string length = shortNumber(recording.seconds()) + " s of sound";
-    if (!(options.start >= 0.0 && options.start < recording.seconds()))
-        failUsage("nothing to draw", "--start", "a time within the " + length, shortNumber(options.start));
-    const double rest = recording.seconds() - options.start;
-    return {options.start, std::min(options.duration.value_or(rest), rest)};
-}
-
-// Cuts the recording to the part with some context, from a whole second on, so that the instants of its track lie
-// where they would lie in that of the whole. Returns that second.
-double cutAround(Recording& recording, double start, double duration) {
-    const double first = std::max(std::floor(start - kContext), 0.0);
-    const double last = start + duration + kContext;
-    auto& samples = recording.samples;
-    const auto sampleAt = [&](double time) {
-        return static_cast<std::ptrdiff_t>(std::min(time * recording.rate, static_cast<double>(samples.size())));
-    };
-    samples.erase(samples.begin() + sampleAt(last), samples.end());
-    samples.erase(samples.begin(), samples.begin() + sampleAt(first));
-    return first;
 }
 
 NamedTrack readOverlay(const std::string& text) {
@@ -114,21 +89,24 @@ void runPlot(const PlotOptions& options) {
     for (const std::string& overlay : options.overlays) content.overlays.push_back(readOverlay(overlay));
 
     RecordingProgress progress(!options.quiet);
-    Recording recording = readRecording(options.recording, progress);
-    std::tie(content.start, content.duration) = partOf(options, recording);
-    const double offset = cutAround(recording, content.start, content.duration);
+    SoundSelection selection;
+    const double from = selection.from = options.excerpt.readFrom();
+    selection.to = options.excerpt.readTo();
+    const Recording recording = readRecording(options.recording, progress, selection);
+    content.start = options.excerpt.start;
+    content.duration = options.excerpt.end(from + recording.seconds(), options.recording) - content.start;
     content.title = options.title.empty() ? fs::path(options.recording).filename().string() : options.title;
     content.range = options.range;
     content.threshold = model ? model->threshold : options.threshold;
     if (model) {
         content.pitch = {"pitch", trackRecording(*model, options.mode, recording, options.recording, progress)};
-        for (PitchRow& row : content.pitch.track) row.time += offset;
+        for (PitchRow& row : content.pitch.track) row.time += from;
     } else {
         content.pitch = {"pitch", readTrack(options.track)};
     }
     const Voicing usual = model ? usualVoicing(options.mode) : Voicing::frame;
     if (content.threshold) applyVoicing(content.pitch.track, {*content.threshold, options.voicing.value_or(usual)});
-    output.write(drawPlot(content, recording, offset, scale, format, size.width, size.height,
+    output.write(drawPlot(content, recording, from, scale, format, size.width, size.height,
                           progress.watch("drawing", content.duration)));
 }
 

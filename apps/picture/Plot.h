@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "recordings/audio/Excerpt.h"
 #include "tracking/RecordingTracker.h"
 
 namespace katessel {
@@ -18,8 +19,7 @@ struct PlotOptions {
     std::optional<double> threshold;    // none: the model's own; of a given track, 0
     TrackMode mode = TrackMode::offline;
     std::optional<Voicing> voicing;         // none: the mode's usual one; of a given track, frame
-    double start = 0.0;                     // [s]
-    std::optional<double> duration;         // [s]; none: up to the end
+    Excerpt excerpt;
     double topFrequency = 2000.0;           // [Hz]
     std::optional<double> bottomFrequency;  // [Hz]; none: 50, or 0 of a linear axis
     bool linear = false;                    // frequency axis

@@ -48,6 +48,26 @@ std::string clockTime(double seconds) {
     return std::to_string(all / 3600) + sixtieths(all / 60 % 60) + sixtieths(all % 60);
 }
 
+std::string clockSeconds(const std::string& text) {
+    const char* const end = text.data() + text.size();
+    const char* at = text.data();
+    double seconds = 0.0;
+    for (int fields = 1; fields <= 3; ++fields) {
+        double value = 0.0;
+        const auto [next, error] = std::from_chars(at, end, value, std::chars_format::fixed);
+        if (error != std::errc() || *at == '-' || (fields > 1 && !(value < 60.0))) return text;
+        seconds = 60.0 * seconds + value;
+        if (next == end) {
+            std::string number;
+            appendNumber(number, seconds, std::chars_format::general, std::numeric_limits<double>::max_digits10);
+            return number;
+        }
+        if (*next != ':' || value != std::floor(value)) return text;
+        at = next + 1;
+    }
+    return text;
+}
+
 std::string numberProblem(const std::string& text, double least, double most) {
     double value = 0.0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);

@@ -18,6 +18,9 @@ std::string shortNumber(double value);
 // "7:05", or "1:07:05" from an hour on.
 std::string clockTime(double seconds);
 
+// The other way round: the seconds of "7:05" or "1:07:05.5", as a number; any other text as it is.
+std::string clockSeconds(const std::string& text);
+
 // Why a text is no number from `least` to `most`, as "expected .., found .."; empty: it is one.
 std::string numberProblem(const std::string& text, double least, double most);
 

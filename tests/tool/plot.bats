@@ -36,7 +36,7 @@ write_track() {
   picture a.png line red log,50,2000,0,2 300 0.5 0.8
   picture a.png line green log,50,2000,0,2 500 1 1.995
   # A part that begins late keeps the times; so does one that is tracked.
-  katessel plot tone.wav -o b.png --track track.csv --start 0.25 --duration 0.5 --size 800x500
+  katessel plot tone.wav -o b.png --track track.csv --from 0:00.25 --to 0.75 --size 800x500
   picture b.png line red log,50,2000,0.25,0.75 300 0.5 0.75
   sound late.wav 44100 3.5 melody -:2.7 59.2131:0.8  # 250 Hz
   katessel plot late.wav -o c.png --start 2.5 --size 800x500

@@ -64,7 +64,10 @@ refuses() {
 1 | track good.wav --channel 2 -o out.csv | good.wav: expected channel 2, found 1 channel
 1 | track good.wav --start 0.1 | cannot read the recording: good.wav: expected sound at 0.1 s, found its end before that
 2 | track good.wav --start=-1 | wrong usage: --start: expected a number from 0 to 1e+09, found -1
-2 | track good.wav --duration 0 | wrong usage: --duration: expected a number from 1e-06 to 1e+09, found 0
+2 | track good.wav --duration 0 | wrong usage: --duration: expected a number from 0.001 to 1e+09, found 0
+2 | track good.wav --from 1:60 | wrong usage: --start: expected a number from 0 to 1e+09, found 1:60
+2 | track good.wav --to 1 --from 0:02 | wrong usage: --to: expected an instant after 2 s, found 1
+2 | track good.wav --to 1 --duration 1 | wrong usage: --to excludes --duration
 1 | track cut.raw --raw f32:48000:2 | cut.raw: expected whole frames of 8 bytes, found one of 1 at the end
 1 | track nothing.raw --raw s16:48000 | nothing.raw: expected at least 1 sample, found 0 samples
 2 | track . -r --raw f32:48000 | wrong usage: --raw: expected recordings by name, found -r
@@ -198,7 +201,7 @@ TABLE
 2 | plot good.wav -o a.png --duration nan | --duration: expected a number from 0.001 to 1e+09, found nan
 2 | plot good.wav -o a.png --range nan | --range: expected a number from 1 to 200, found nan
 2 | plot good.wav -o a.png --top-frequency 1e300 | --top-frequency: expected a number from 1 to 1e+06, found 1e300
-2 | plot good.wav -o a.png --start 2 | --start: expected a time within the 0.1 s of sound, found 2
+1 | plot good.wav -o a.png --start 2 | cannot read the recording: good.wav: expected sound at 2 s, found its end before that
 2 | plot good.wav -o a.png --bottom-frequency 0 | --bottom-frequency: expected more than 0
 2 | plot good.wav -o a.png --top-frequency 50 | --top-frequency: expected more than the bottom's 50 Hz, found 50
 2 | plot good.wav -o a.png --overlay track.csv | wrong overlay: --overlay: expected NAME=FILE, found track.csv

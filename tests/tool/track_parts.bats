@@ -29,7 +29,7 @@ agree() {
   done
 }
 
-@test "--start and --duration give rows of the whole track" {
+@test "--start, --duration and --to give rows of the whole track" {
   for rate in 11025 24000 44100; do
     for mode in offline live; do
       katessel track glide$rate.wav --mode $mode > whole.csv
@@ -47,6 +47,10 @@ agree() {
   done
   katessel track glide24000.wav --duration 0.1 > part.csv
   track_report part.csv rows 20
+  katessel track glide24000.wav --start 1.5 --duration 0.75 > expected.csv
+  for part in "--from 0:01.5 --to 2.25" "--to 0:00:02.25 --start 0:1.50"; do
+    katessel track glide24000.wav $part | cmp - expected.csv
+  done
 }
 
 @test "a part of a compressed recording" {

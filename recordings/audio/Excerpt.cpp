@@ -1,8 +1,12 @@
-#include "recordings/tracks/Excerpt.h"
+#include "recordings/audio/Excerpt.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+
+#include "recordings/audio/SoundSource.h"
+#include "recordings/base/Errors.h"
+#include "recordings/base/Text.h"
 
 namespace katessel {
 
@@ -19,12 +23,14 @@ double Excerpt::readTo() const {
     return duration ? start + *duration + kMargin : std::numeric_limits<double>::infinity();
 }
 
-double Excerpt::end(double recordingEnd) const {
+double Excerpt::end(double recordingEnd, const std::string& path) const {
+    if (recordingEnd <= start)
+        fail(kCannotRead, path, "sound at " + shortNumber(start) + " s", "its end before that");
     return duration ? std::min(start + *duration, recordingEnd) : recordingEnd;
 }
 
 bool Excerpt::holds(double time) const {
-    return time >= start - kRounding && time < end(std::numeric_limits<double>::infinity()) - kRounding;
+    return time >= start - kRounding && !(duration && time >= start + *duration - kRounding);
 }
 
 }  // namespace katessel

@@ -2,8 +2,7 @@
 #pragma once
 
 #include <optional>
-
-#include "recordings/tracks/PitchTrack.h"
+#include <string>
 
 namespace katessel {
 
@@ -17,8 +16,9 @@ struct Excerpt {
     double readFrom() const;
     double readTo() const;
 
-    // The end of what is tracked [s], where the recording ends at `recordingEnd` [s].
-    double end(double recordingEnd) const;
+    // The end of what there is of it [s], where the recording at `path` ends at `recordingEnd` [s]. Fails where that is
+    // before it begins.
+    double end(double recordingEnd, const std::string& path) const;
 
     // Whether a row at `time` [s] of the recording belongs to it.
     bool holds(double time) const;
