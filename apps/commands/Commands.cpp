@@ -53,8 +53,7 @@ void addExcerptOptions(CLI::App& command, Excerpt& excerpt) {
     command.parse_complete_callback([&excerpt, end] {
         if (!*end) return;
         if (**end <= excerpt.start)
-            failUsage(kWrongUsage, "--to", "an instant after " + shortNumber(excerpt.start) + " s",
-                      shortNumber(**end));
+            failUsage(kWrongUsage, "--to", "an instant after " + shortNumber(excerpt.start) + " s", shortNumber(**end));
         excerpt.duration = **end - excerpt.start;
     });
 }

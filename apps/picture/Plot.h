@@ -18,7 +18,7 @@ struct PlotOptions {
     std::string model;                  // empty: the default model
     std::optional<double> threshold;    // none: the model's own; of a given track, 0
     TrackMode mode = TrackMode::offline;
-    std::optional<Voicing> voicing;         // none: the mode's usual one; of a given track, frame
+    std::optional<Voicing> voicing;  // none: the mode's usual one; of a given track, frame
     Excerpt excerpt;
     double topFrequency = 2000.0;           // [Hz]
     std::optional<double> bottomFrequency;  // [Hz]; none: 50, or 0 of a linear axis

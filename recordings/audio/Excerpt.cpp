@@ -24,8 +24,7 @@ double Excerpt::readTo() const {
 }
 
 double Excerpt::end(double recordingEnd, const std::string& path) const {
-    if (recordingEnd <= start)
-        fail(kCannotRead, path, "sound at " + shortNumber(start) + " s", "its end before that");
+    if (recordingEnd <= start) fail(kCannotRead, path, "sound at " + shortNumber(start) + " s", "its end before that");
     return duration ? std::min(start + *duration, recordingEnd) : recordingEnd;
 }
 
