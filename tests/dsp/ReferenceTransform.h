@@ -21,10 +21,11 @@ inline Points definedTransform(Points x, int sign, double shift = 0.0) {
         for (std::size_t j = 0; j < n; ++j)
             x[j] *= unitCircle(sign * shift * static_cast<double>(j) / static_cast<double>(n));
     if (n < 2) return x;
-    Points even, odd;
-    for (std::size_t j = 0; j < n; j += 2) {
-        even.push_back(x[j]);
-        odd.push_back(x[j + 1]);
+    if (n == 2) return {x[0] + x[1], x[0] - x[1]};
+    Points even(n / 2), odd(n / 2);
+    for (std::size_t j = 0; j < n / 2; ++j) {
+        even[j] = x[2 * j];
+        odd[j] = x[2 * j + 1];
     }
     even = definedTransform(std::move(even), sign);
     odd = definedTransform(std::move(odd), sign);
