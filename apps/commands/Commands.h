@@ -25,7 +25,9 @@ CLI::Validator numberBetween(double least, double most);
 
 constexpr double kMostSeconds = 1e9, kMostHertz = 1e6;  // of any option
 
-// Options that several commands share: --start, --to and --duration; --quiet; --threshold; --model; --mode, as a whole or as a host streams it; and --voicing.
+// Options that several commands share: --start (or --from), --to and --duration, in seconds or as clock times, into an excerpt
+// that is whole once the command line is read; --quiet; --threshold; --model; --mode, as a whole or as a host streams it; and
+// --voicing.
 void addExcerptOptions(CLI::App& command, Excerpt& excerpt);
 void addQuietOption(CLI::App& command, bool& quiet);
 void addThresholdOption(CLI::App& command, std::optional<double>& threshold,
